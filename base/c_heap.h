@@ -1,0 +1,43 @@
+/// Ownership of C-heap memory. Everything the library hands out is released with `free`, and
+/// nothing in it throws, so allocation is `calloc` and failure is null.
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+
+namespace qo {
+
+struct c_free {
+  void operator()(void* block) const { free(block); }
+};
+
+/// Move-only owner of one C-heap object, or of an array when `T` is an array type.
+template <typename T>
+using heap_ptr = std::unique_ptr<T, c_free>;
+template <typename T>
+using heap_array = std::unique_ptr<T[], c_free>;
+
+/// `count` zeroed elements, or null when the allocation fails (a product that overflows included).
+/// No elements still ask for one, so that null always means failure.
+template <typename T>
+[[nodiscard]] T* c_new_array(size_t count) {
+  return static_cast<T*>(calloc(count != 0 ? count : 1, sizeof(T)));
+}
+
+/// One zeroed object, or null.
+template <typename T>
+[[nodiscard]] T* c_new() {
+  return c_new_array<T>(1);
+}
+
+/// Wraps a C function that releases a `T` and everything it owns as the deleter of a `unique_ptr`.
+template <auto Release>
+struct deleter {
+  template <typename T>
+  void operator()(T* object) const {
+    Release(object);
+  }
+};
+
+}  // namespace qo

@@ -1,0 +1,38 @@
+# libqo_cmc_parser.so: its objects, its link, its installation.
+
+# The objects stand apart from the shared library so that tests can link the functions it hides.
+add_library(qo_cmc_objects OBJECT)
+add_subdirectory(${PROJECT_SOURCE_DIR}/cmc_parser)
+add_subdirectory(${PROJECT_SOURCE_DIR}/lsc)
+add_subdirectory(${PROJECT_SOURCE_DIR}/image_utils)
+target_include_directories(qo_cmc_objects
+  PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/platform/include
+  PRIVATE ${PROJECT_SOURCE_DIR})
+set(qo_library_flags -fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
+    -fvisibility-inlines-hidden -fstack-protector-strong)
+target_compile_options(qo_cmc_objects PRIVATE ${qo_library_flags})
+if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT QO_SANITIZE)
+  target_compile_options(qo_cmc_objects PRIVATE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+endif()
+
+add_library(qo_cmc_parser SHARED $<TARGET_OBJECTS:qo_cmc_objects>)
+target_include_directories(qo_cmc_parser PUBLIC
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+target_link_libraries(qo_cmc_parser PRIVATE qo_log qo_vexb_parser qo_nvm)
+
+# Linked by the C driver and with only what is needed: the C++ runtime is never loaded.
+set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
+set_target_properties(qo_cmc_parser PROPERTIES
+  LINKER_LANGUAGE C
+  LINK_DEPENDS ${exports})
+target_link_options(qo_cmc_parser PRIVATE
+  -static-libgcc -Wl,--as-needed -Wl,--version-script=${exports} -Wl,--no-undefined
+  -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+
+install(TARGETS qo_cmc_parser LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qo_cmc DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+configure_file(${PROJECT_SOURCE_DIR}/cmake/qo_cmc_parser.pc.in
+               ${PROJECT_BINARY_DIR}/qo_cmc_parser.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/qo_cmc_parser.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

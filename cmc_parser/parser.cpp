@@ -1,0 +1,1 @@
+#include "qo_cmc/parser.h"

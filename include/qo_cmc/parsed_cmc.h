@@ -1,0 +1,337 @@
+/**
+ * @file
+ * The parsed CMC: one structure of slots, one or more for each kind of CMC record.
+ *
+ * Ownership. A slot named `record` holds the library's private copy of a record, byte for byte as
+ * in the container; pointers documented as "into the copy" live exactly as long as it does. Other
+ * pointers own a block of their own unless they say otherwise. Everything is released by
+ * qo_cmc_parser_deinit(), except `others`. Nothing points into the container or the NVM image.
+ *
+ * Empty slots are all zero bytes. The pointers that belong to one kept copy are all set or all null
+ * (record_16 apart). Which record of a kind wins: for `lens_shading` built from kind 10,
+ * `lens_shading_ext` from kind 11 and `record_31` from kind 3 the first; otherwise the last.
+ *
+ * Layout: little-endian, 64-bit pointers. Pointers into a record are aligned only as the record's
+ * layout aligns them, so values behind them are typed as bytes where they may be odd.
+ */
+#ifndef QO_CMC_PARSED_CMC_H
+#define QO_CMC_PARSED_CMC_H
+
+#include <stdint.h>
+
+#include "lens_shading.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Start of every record in a container and of every kept copy. */
+typedef struct record_header {
+  uint32_t size;    /**< bytes of the record, this header included */
+  uint8_t version;  /**< layout of the body: 100 the base layout, 101 to 103 add fields */
+  uint8_t reserved; /**< not interpreted */
+  uint16_t id;      /**< record kind */
+} record_header;
+
+/** Key and value of one pair of record 1, NUL-terminated, into the copy. */
+typedef struct string_pair {
+  const char* key;
+  const char* value;
+} string_pair;
+
+/**
+ * Record 2: the start of the record, as far as its version fills it (16, 18, 34 or 36 bytes), the
+ * rest zero. In versions below 103 the value at byte 12 fills places that later versions store:
+ * byte 34, and in version 100 byte 16 too.
+ */
+typedef struct module_properties_record {
+  record_header header;
+  uint8_t bytes_8[4];
+  uint16_t value_12;
+  uint16_t cfa_layout; /**< colour-filter arrangement of the sensor: 0 to 3, or 256 to 263 */
+  uint16_t value_16;
+  uint8_t bytes_18[16];
+  uint16_t value_34;
+} module_properties_record;
+
+/** One entry of the sub-table of record 15. */
+typedef struct record_15_entry {
+  uint64_t value_0;
+  uint32_t value_8; /**< its upper half is the number of elements of both arrays */
+  uint32_t padding_12;
+  uint16_t* array_first;  /**< owned */
+  uint16_t* array_second; /**< owned */
+} record_15_entry;
+
+/** Sub-table of record 15. */
+typedef struct record_15_sub_table {
+  uint16_t count;
+  record_15_entry* entries; /**< `count` entries */
+} record_15_sub_table;
+
+/** One tagged pair of value rows in the grid of record 22; both halves hold width x height values.
+ */
+typedef struct record_22_grid_entry {
+  uint16_t tag;
+  uint32_t* first_half; /**< entry 0 owns the buffer that holds the halves of all entries */
+  uint32_t* second_half;
+} record_22_grid_entry;
+
+/** One entry of the list of record 22. */
+typedef struct record_22_list_entry {
+  float value_0;
+  float value_4;
+  uint32_t value_8;
+  uint32_t count;
+  uint32_t* values; /**< `count` values, owned */
+} record_22_list_entry;
+
+enum {
+  record_22_item_size = 1040,    /**< bytes of an item, and of the block behind the items */
+  record_22_list_tail_size = 24, /**< bytes of an entry of the trailing table */
+};
+
+/** Record 22, converted. Parts that a version lacks, or that do not fit the record, are empty. */
+typedef struct record_22_content {
+  uint32_t value_8;
+  int16_t width;
+  int16_t height;
+  uint32_t value_16;
+  uint16_t grid_count;
+  uint32_t value_items;       /**< from version 101: the value in front of the item count */
+  int32_t item_count;         /**< from version 101: as stored; below 1 there are no items */
+  uint8_t block[1024];        /**< from version 101 */
+  uint8_t block_tail[16];     /**< bytes 512 to 527 of the block, once more */
+  record_22_grid_entry* grid; /**< `grid_count` entries; null when there are none */
+  uint8_t* items;             /**< item_count x 1040 bytes; null when there are none */
+  uint32_t value_list;        /**< from version 102: the value in front of the list count */
+  int32_t list_count;         /**< from version 102: as stored, also when `list` is null */
+  record_22_list_entry* list; /**< `list_count` entries, or null */
+  uint8_t* list_tail;         /**< list_count x 24 bytes, or null */
+} record_22_content;
+
+/** One entry of record 24. */
+typedef struct record_24_entry {
+  uint16_t value_0;
+  uint16_t count;
+  uint8_t bytes_4[12];
+  uint32_t* values; /**< `count` values, owned */
+} record_24_entry;
+
+/** Record 24, converted. */
+typedef struct record_24_content {
+  uint8_t head[14]; /**< first bytes of the record, header included */
+  uint16_t count;
+  record_24_entry* entries; /**< `count` entries; null when there are none */
+} record_24_content;
+
+/** One entry of record 25; its addresses are into the copy. */
+typedef struct record_25_entry {
+  const uint8_t* start;
+  uint8_t block_first[16];
+  uint8_t block_second[16];
+  uint32_t value;
+  uint32_t padding_44;
+  const uint8_t* items; /**< as many 36-byte items as the record's u16 at byte 10 says */
+} record_25_entry;
+
+/** One group of record 26. */
+typedef struct record_26_group {
+  uint8_t bytes_0[8];
+  float values[4];
+} record_26_group;
+
+/** Record 26, converted: its first 16 bytes and two groups. */
+typedef struct record_26_content {
+  uint8_t head[16];
+  record_26_group groups[2];
+} record_26_content;
+
+/** One entry of record 27. */
+typedef struct record_27_entry {
+  uint8_t* head;    /**< 20 bytes, owned */
+  uint16_t* planes; /**< room for three planes of the record's grid, owned; unused planes are 0 */
+} record_27_entry;
+
+/** Record 27, converted; it owns the record copy. */
+typedef struct record_27_content {
+  record_header* record; /**< the copy, owned; its u16 at byte 24 is the number of entries */
+  record_27_entry* entries;
+  const uint8_t* tail; /**< into the copy: 16 bytes an entry, from version 101; else null */
+} record_27_content;
+
+/** Record 29, converted: four planes of floats. */
+typedef struct record_29_content {
+  uint8_t head[12]; /**< first bytes of the record, header included */
+  uint16_t width;
+  uint16_t height;
+  uint32_t value_16;
+  float* planes[4]; /**< width x height values each; the first address owns the block of all four */
+} record_29_content;
+
+/**
+ * Record 30, converted. Members up to `trailing_columns` stand as bytes 0 to 29 of the record, but
+ * for the grid size, which becomes the calibration grid's where that one counts.
+ */
+typedef struct record_30_content {
+  uint8_t head[16];
+  uint16_t item_count;
+  uint8_t bytes_18[4];
+  uint16_t grid_width;
+  uint16_t grid_height;
+  uint16_t trailing_rows;
+  uint16_t trailing_columns;
+  uint8_t padding_30[2];
+  uint8_t* items;     /**< item_count x 6 bytes, or null */
+  uint32_t* grid;     /**< grid_width x grid_height values, or null */
+  uint32_t* trailing; /**< trailing_rows x trailing_columns values, or null */
+} record_30_content;
+
+/** Record 35 in the order of its first reader: arrays A, B and C. All are owned. */
+typedef struct record_35_first {
+  record_header header;
+  uint8_t value_8;
+  uint32_t value_12;
+  uint8_t count;
+  uint32_t* array_a; /**< count + 1 values */
+  uint16_t* array_b; /**< count + 1 values */
+  uint16_t* array_c; /**< count values */
+} record_35_first;
+
+/** Record 35 in the order of its second reader: arrays B, A and D. All are owned. */
+typedef struct record_35_second {
+  record_header header;
+  uint8_t value_8;
+  uint32_t value_12;
+  uint8_t count;
+  uint16_t* array_b; /**< count + 1 values */
+  uint32_t* array_a; /**< count + 1 values */
+  uint32_t* array_d; /**< count values */
+} record_35_second;
+
+/** Record 36, converted. */
+typedef struct record_36_content {
+  record_header header;
+  uint8_t value_8;
+  uint8_t bytes_9[4];
+  uint8_t count;
+  uint8_t padding_14[2];
+  uint16_t* array_16; /**< `count` values, owned */
+  uint32_t* array_32; /**< `count` values, owned */
+} record_36_content;
+
+/** Values of a container's record 722. */
+typedef struct others_block {
+  uint32_t others_value;
+  uint32_t others_count; /**< entries that count, at most 8 */
+  uint64_t others_entries[8];
+} others_block;
+
+/** The parsed CMC: 62 slots of 8 bytes. */
+typedef struct parsed_cmc {
+  /** Record 1: module name and, from version 101, key and value strings. */
+  struct {
+    record_header* record;
+    const char* name; /**< NUL-terminated, into the copy */
+    uint16_t pair_count;
+    uint8_t padding[6];
+    string_pair* pairs; /**< `pair_count` pairs, owned; null up to version 100 or without memory */
+  } general;
+  module_properties_record* module_properties; /**< record 2 */
+  void* unused_6;                              /**< filled by no record */
+  void* unused_7;                              /**< filled by no record */
+  record_header* record_5;
+  struct {
+    record_header* record;
+    const uint8_t* payload; /**< copy + 16 */
+  } record_6;
+  record_header* record_7;
+  record_header* record_8;
+  record_header* record_9; /**< decoded in place by the container library */
+  /** Record 10 as it is; `lens_shading` is built from the same record. */
+  struct {
+    record_header* record;
+    const uint8_t* blocks;      /**< copy + 16: the first light's block */
+    const uint8_t* first_table; /**< copy + 24: the first light's first table */
+    const uint8_t* light_gains; /**< two u16 a light, from version 101; else null */
+  } lsc_grid;
+  struct {
+    record_header* record;
+    uint16_t* values; /**< as many as the record's u16 at byte 70, owned; null without memory */
+    uint16_t params[4];
+  } record_13;
+  struct {
+    record_header* record;
+    const uint8_t* payload; /**< copy + 14 */
+  } record_14;
+  struct {
+    record_header* record;
+    const uint8_t* body;            /**< copy + 12 */
+    const uint8_t* section_1;       /**< body + 8 a */
+    const uint8_t* section_2;       /**< body + 16 a */
+    const uint8_t* section_3;       /**< body + 24 a: b items of 8 bytes */
+    record_15_sub_table* sub_table; /**< owned; null when the record has none */
+    struct {
+      uint16_t a;
+      uint16_t b;
+      uint32_t padding;
+    } counts;
+  } record_15;
+  struct {
+    record_header* record;
+    /** copy + 14; Contract: also set when the record failed its size check and `record` is null. */
+    const uint8_t* payload;
+  } record_16;
+  struct {
+    record_header* record;
+    const uint8_t* payload; /**< copy + 14 from version 101 on; else null */
+  } record_17;
+  struct {
+    record_header* record;
+    const uint8_t* entries; /**< copy + 10: 84 bytes an entry */
+    const uint8_t* tail;    /**< behind the entries, from version 101; else null */
+  } record_18;
+  struct {
+    record_header* record;
+    const uint8_t* entries; /**< copy + 16: 28 bytes an entry */
+    const uint8_t* tail;    /**< behind the entries: 8 bytes an entry */
+  } record_19;
+  struct {
+    record_header* record;
+    const uint8_t* payload; /**< copy + 14 from version 102 on; else null */
+    const uint8_t* tail;    /**< copy + 20: 8 bytes an entry; null when they do not fit */
+  } record_20;
+  record_22_content* record_22;
+  record_header* record_23;
+  record_24_content* record_24;
+  record_header* record_21;
+  struct {
+    record_header* record;
+    const uint8_t* payload; /**< copy + 12 */
+    record_25_entry*
+        entries; /**< as many as the record's u16 at byte 8, owned; null without memory */
+  } record_25;
+  record_26_content* record_26;
+  record_27_content* record_27;
+  record_30_content* record_30;
+  record_29_content* record_29;
+  /** From record 28, or built from record 10: then `size` is 176 w h lights + 32, `id` 28. */
+  lens_shading_set* lens_shading;
+  record_header*
+      record_31; /**< decoded in place by the container library, or built from record 3 */
+  record_header* record_32;           /**< decoded in place by the container library */
+  lens_shading_set* lens_shading_ext; /**< from record 11 or 33 */
+  record_header* record_34; /**< decoded in place by the container library, or synthesised */
+  struct {
+    record_35_first* first;
+    record_35_second* second;
+  } record_35;
+  record_36_content* record_36;
+  others_block* others; /**< from qo_vexb_others_parser_init(); released by the client */
+} parsed_cmc;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
