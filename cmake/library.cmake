@@ -25,12 +25,18 @@ target_link_libraries(qo_cmc_parser PRIVATE qo_log qo_vexb_parser qo_nvm)
 set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
 set_target_properties(qo_cmc_parser PROPERTIES
   LINKER_LANGUAGE C
-  LINK_DEPENDS ${exports})
+  LINK_DEPENDS ${exports}
+  # The stand-ins are found beside a built library, never beside an installed one. CMake's own
+  # switch of run paths would pad this one with an empty element: the current directory.
+  BUILD_WITH_INSTALL_RPATH ON
+  INSTALL_RPATH "$ORIGIN/platform")
 target_link_options(qo_cmc_parser PRIVATE
   -static-libgcc -Wl,--as-needed -Wl,--version-script=${exports} -Wl,--no-undefined
   -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 
 install(TARGETS qo_cmc_parser LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(CODE "file(RPATH_REMOVE FILE
+  \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libqo_cmc_parser.so\")")
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qo_cmc DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/qo_cmc_parser.pc.in
                ${PROJECT_BINARY_DIR}/qo_cmc_parser.pc @ONLY)
