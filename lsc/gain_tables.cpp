@@ -19,11 +19,11 @@ float* add_gain_block(computed_upscale_lsc_tables& tables, uint8_t index, size_t
   return tables.gain_tables[index];
 }
 
-bool has_all_grids(const calibration& calibration) {
-  if (calibration.lsc_set_count == 0) return true;
-  if (calibration.lsc_sets == nullptr) return false;
-  for (size_t set = 0; set < calibration.lsc_set_count; ++set)
-    for (const void* const grid : calibration.lsc_sets[set].channel_tables)
+bool has_all_grids(const calibration& module) {
+  if (module.lsc_set_count == 0) return true;
+  if (module.lsc_sets == nullptr) return false;
+  for (size_t set = 0; set < module.lsc_set_count; ++set)
+    for (const void* const grid : module.lsc_sets[set].channel_tables)
       if (grid == nullptr) return false;
   return true;
 }

@@ -27,7 +27,7 @@ using gain_tables_ptr =
                                     size_t plane_samples);
 
 /// Whether every set has its four grids. A set count of 0 asks for nothing.
-[[nodiscard]] bool has_all_grids(const calibration& calibration);
+[[nodiscard]] bool has_all_grids(const calibration& module);
 
 /// Whether the grids of a set with this many fraction bits hold u16 elements; otherwise u8.
 [[nodiscard]] constexpr bool has_wide_elements(uint8_t fraction_bits) { return fraction_bits >= 9; }

@@ -215,19 +215,19 @@ void do_polynomial_upscale(float* destination, const float* coefficients, uint16
  * the sample behind the NaN replaces the NaN. A NaN quotient becomes 1.
  *
  * @param[in] out_width, out_height  size of the gain planes; the low 16 bits count
- * @param[in] calibration  the module's calibration; only read
+ * @param[in] module       the module's calibration; only read
  * @param[in] orientation  how the grids are mirrored: 0 as stored, 1 left to right, 2 top to
  *                         bottom, 3 both. With any other code the grids stay zero and the call
  *                         fails when there is a set
  * @return the tables, one block for each calibration set, every sample at least 1, which the caller
  *         releases with deinit_computed_upscale_lsc_tables(); or null when an output or grid side
- *         is 0, `calibration` is null, its sets or one of their grids is null although the
+ *         is 0, `module` is null, its sets or one of their grids is null although the
  *         set count is not 0, a minimum is not above 0 (so also with an output side of 1, and
  *         mostly with a grid side below 5), or an allocation fails. Nothing is kept then
  */
 computed_upscale_lsc_tables* compute_upscaled_lsc_tables_polynom4th(uint32_t out_width,
                                                                     uint32_t out_height,
-                                                                    const calibration* calibration,
+                                                                    const calibration* module,
                                                                     uint32_t orientation);
 
 /**
@@ -244,18 +244,18 @@ computed_upscale_lsc_tables* compute_upscaled_lsc_tables_polynom4th(uint32_t out
  * table plane; samples behind them are 0. Sides up to 255 are converted whole.
  *
  * @param[in] out_width, out_height  size of the gain planes; the low 16 bits count
- * @param[in] calibration  the module's calibration; only read
+ * @param[in] module       the module's calibration; only read
  * @param[in] orientation  as for compute_upscaled_lsc_tables_polynom4th(), mirroring the output;
  *                         with a code above 3 every sample is 0
  * @return the tables, one block for each calibration set, which the caller releases with
- *         deinit_computed_upscale_lsc_tables(); or null when an output side is 0, `calibration` or
+ *         deinit_computed_upscale_lsc_tables(); or null when an output side is 0, `module` or
  *         its sets are null, a grid is null, the upscaler refuses the sizes while there is a set
  *         (a grid side below 2, or an output side below the grid's), or an allocation fails.
  *         Nothing is kept then
  */
 computed_upscale_lsc_tables* compute_upscaled_lsc_tables_bicubic(uint32_t out_width,
                                                                  uint32_t out_height,
-                                                                 const calibration* calibration,
+                                                                 const calibration* module,
                                                                  uint32_t orientation);
 
 /**
