@@ -11,6 +11,7 @@
 #include "qo_cmc/parser.h"
 #include "tests/kit/allocation_ledger.h"
 #include "tools/inspect/byte_file.h"
+#include "tools/inspect/gain_table.h"
 #include "tools/inspect/record_listing.h"
 #include "tools/inspect/slot_listing.h"
 
@@ -25,7 +26,8 @@ struct options {
 constexpr char usage[] =
     "usage: inspect CONTAINER [--nvm IMAGE] [--ledger]\n"
     "  CONTAINER     a vexb container\n"
-    "  --nvm IMAGE   the camera module's NVM image: its lens-shading tables are rebuilt\n"
+    "  --nvm IMAGE   the camera module's NVM image: its lens-shading tables are rebuilt,\n"
+    "                and shown beside the ones without it\n"
     "  --ledger      count the heap blocks that the library holds, to the end\n";
 
 std::optional<options> parse_arguments(int count, char** arguments) {
@@ -84,6 +86,18 @@ bool show_slots(const std::vector<uint8_t>& image, const std::vector<uint8_t>& n
   return true;
 }
 
+/// Parses once without the module's calibration and once with it, and sets the tables side by side.
+void show_gains(const std::vector<uint8_t>& image, const std::vector<uint8_t>& nvm) {
+  const qo_blob container_blob = blob_of(image);
+  const qo_blob nvm_blob = blob_of(nvm);
+  parsed_cmc* const before = qo_cmc_parser_init(&container_blob);
+  parsed_cmc* const after = qo_cmc_parser_init_v1(&container_blob, &nvm_blob);
+  if (before && after && before->lens_shading && after->lens_shading)
+    list_gains(*before->lens_shading, *after->lens_shading);
+  qo_cmc_parser_deinit(before);
+  qo_cmc_parser_deinit(after);
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
@@ -106,5 +120,6 @@ int main(int count, char** arguments) {
     return 1;
   }
   list_records(*image);
+  if (!nvm->empty()) show_gains(*image, *nvm);
   return show_slots(*image, *nvm, chosen->ledger) ? 0 : 1;
 }
