@@ -31,6 +31,13 @@ template <typename T>
   return c_new_array<T>(1);
 }
 
+/// Releases what a C structure's member owns and empties the member.
+template <typename T>
+void c_release(T*& owned) {
+  free(owned);
+  owned = nullptr;
+}
+
 /// Wraps a C function that releases a `T` and everything it owns as the deleter of a `unique_ptr`.
 template <auto Release>
 struct deleter {

@@ -209,6 +209,49 @@ typedef struct record_35_second {
   uint32_t* array_d; /**< count values */
 } record_35_second;
 
+/** Record 31 once decoded: what `record_31` points to. */
+typedef struct record_31_table {
+  record_header header;
+  uint32_t count;
+  uint32_t padding_12;
+  const float (*entries)[18]; /**< `count` entries, inside the record's own block */
+} record_31_table;
+
+/** One entry of the first array of a block of record 34. */
+typedef struct record_34_long_entry {
+  float value_0;
+  float value_4;
+  uint32_t values_8[3];
+  uint16_t values_20[4];
+  uint32_t padding_28;
+} record_34_long_entry;
+
+/** One entry of the second array of a block of record 34. */
+typedef struct record_34_short_entry {
+  float value_0;
+  uint32_t value_4;
+} record_34_short_entry;
+
+/** One block of record 34; an address is null when its array is absent. */
+typedef struct record_34_block {
+  uint32_t kind;    /**< synthesised: 0 from record 19, 1 from record 20 */
+  uint32_t value_4; /**< synthesised kind 0: record 19's u16 at byte 8; kind 1: its form, 2 or 3 */
+  uint32_t long_count;
+  uint32_t short_count;
+  record_34_long_entry* long_entries;
+  record_34_short_entry* short_entries;
+  uint16_t* tail; /**< four values */
+} record_34_block;
+
+/** Record 34 once decoded: what `record_34` points to. Everything is inside the record's block. */
+typedef struct record_34_table {
+  record_header header;
+  uint32_t block_count; /**< at most 4 */
+  uint32_t padding_12;
+  record_34_block* blocks;
+  uint64_t padding_24;
+} record_34_table;
+
 /** Record 36, converted. */
 typedef struct record_36_content {
   record_header header;
@@ -317,11 +360,12 @@ typedef struct parsed_cmc {
   record_29_content* record_29;
   /** From record 28, or built from record 10: then `size` is 176 w h lights + 32, `id` 28. */
   lens_shading_set* lens_shading;
-  record_header*
-      record_31; /**< decoded in place by the container library, or built from record 3 */
+  /** A record_31_table: decoded in place by the container library, or built from record 3. */
+  record_header* record_31;
   record_header* record_32;           /**< decoded in place by the container library */
   lens_shading_set* lens_shading_ext; /**< from record 11 or 33 */
-  record_header* record_34; /**< decoded in place by the container library, or synthesised */
+  /** A record_34_table: decoded in place by the container library, or synthesised. */
+  record_header* record_34;
   struct {
     record_35_first* first;
     record_35_second* second;

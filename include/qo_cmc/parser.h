@@ -22,6 +22,9 @@
 extern "C" {
 #endif
 
+/* What is declared here is exported, however the rest of the library is compiled. */
+#pragma GCC visibility push(default)
+
 /** A byte image of the caller's: a `vexb` container or an NVM image. It is only read. */
 typedef struct qo_blob {
   const void* data; /**< first byte, at any alignment; null when there is no image */
@@ -118,6 +121,8 @@ void qo_vexb_others_parser_init(const qo_blob* container, parsed_cmc* cmc);
  * that fails its size check and neither stores nor releases it.
  */
 uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* calibration);
+
+#pragma GCC visibility pop
 
 #ifdef __cplusplus
 }

@@ -1,0 +1,163 @@
+#include "cmc_parser/derived_record.h"
+
+#include <cstring>
+
+#include "base/c_heap.h"
+#include "cmc_parser/fixed_point.h"
+
+namespace qo {
+namespace {
+
+constexpr uint32_t source_long_entry_size = 28;
+constexpr uint32_t source_short_entry_size = 8;
+constexpr uint32_t tail_size = 4 * sizeof(uint16_t);
+constexpr uint8_t base_version = 100;
+constexpr uint16_t derived_kind = 34;
+
+enum block_kind : uint32_t { from_record_19 = 0, from_record_20 = 1 };
+enum block_form : uint32_t { list_form = 2, tail_form = 3 };
+
+template <typename T>
+T load(const void* bytes, size_t offset) {
+  T value;
+  memcpy(&value, static_cast<const uint8_t*>(bytes) + offset, sizeof value);
+  return value;
+}
+
+// Record 19, as kept: u16 parameter at byte 8, the counts of its two arrays at 12 and 14.
+struct source_19 {
+  bool present = false;
+  uint16_t parameter = 0;
+  uint16_t long_count = 0;
+  uint16_t short_count = 0;
+};
+
+// Record 20, as kept: two u16 from byte 8, two u8 from byte 12, then its list: u16 form at byte 14,
+// where 1 means entries, and their number at byte 16.
+struct source_20 {
+  bool present = false;
+  uint16_t tail[4] = {};
+  bool has_list = false;    ///< a list of entries, which may be empty
+  uint16_t list_count = 0;  ///< whatever the list's form
+};
+
+source_19 read_source_19(const parsed_cmc& cmc) {
+  const record_header* const record = cmc.record_19.record;
+  if (!record) return {};
+  return {true, load<uint16_t>(record, 8), load<uint16_t>(record, 12), load<uint16_t>(record, 14)};
+}
+
+source_20 read_source_20(const parsed_cmc& cmc) {
+  const record_header* const record = cmc.record_20.record;
+  if (!record) return {};
+  source_20 source = {true,
+                      {load<uint16_t>(record, 8), load<uint16_t>(record, 10),
+                       load<uint8_t>(record, 12), load<uint8_t>(record, 13)}};
+  if (cmc.record_20.payload) {
+    source.has_list = load<uint16_t>(record, 14) == 1;
+    source.list_count = load<uint16_t>(record, 16);
+  }
+  // A list that the record is too short for makes the record count as absent.
+  if (source.has_list && source.list_count > 0 && !cmc.record_20.tail) return {};
+  return source;
+}
+
+record_34_long_entry convert_long_entry(const uint8_t* source) {
+  record_34_long_entry entry = {};
+  entry.value_0 = from_16_16(load<uint32_t>(source, 0));
+  entry.value_4 = from_16_16(load<uint32_t>(source, 4));
+  memcpy(entry.values_8, source + 8, sizeof entry.values_8);
+  memcpy(entry.values_20, source + 20, sizeof entry.values_20);
+  return entry;
+}
+
+record_34_short_entry convert_short_entry(const uint8_t* source) {
+  return {from_16_16(load<uint32_t>(source, 0)), load<uint32_t>(source, 4)};
+}
+
+/// Hands out the data area behind the blocks, front to back.
+class data_area {
+ public:
+  explicit data_area(uint8_t* start) : next_(start) {}
+  template <typename T>
+  T* take(uint32_t count) {
+    T* const taken = reinterpret_cast<T*>(next_);
+    next_ += sizeof(T) * count;
+    return taken;
+  }
+
+ private:
+  uint8_t* next_;
+};
+
+/// Null when there are none to convert.
+record_34_short_entry* convert_short_entries(const uint8_t* source, uint16_t count,
+                                             data_area& area) {
+  if (count == 0) return nullptr;
+  record_34_short_entry* const entries = area.take<record_34_short_entry>(count);
+  for (uint32_t i = 0; i < count; ++i)
+    entries[i] = convert_short_entry(source + source_short_entry_size * i);
+  return entries;
+}
+
+void fill_block_from_19(const parsed_cmc& cmc, const source_19& source, record_34_block& block,
+                        data_area& area) {
+  block.kind = from_record_19;
+  block.value_4 = source.parameter;
+  block.long_count = source.long_count;
+  block.short_count = source.short_count;
+  if (source.long_count > 0) {
+    block.long_entries = area.take<record_34_long_entry>(source.long_count);
+    for (uint32_t i = 0; i < source.long_count; ++i)
+      block.long_entries[i] =
+          convert_long_entry(cmc.record_19.entries + source_long_entry_size * i);
+  }
+  block.short_entries = convert_short_entries(cmc.record_19.tail, source.short_count, area);
+}
+
+void fill_block_from_20(const parsed_cmc& cmc, const source_20& source, record_34_block& block,
+                        data_area& area) {
+  block.kind = from_record_20;
+  if (source.has_list) {
+    block.value_4 = list_form;
+    block.short_count = source.list_count;
+    block.short_entries = convert_short_entries(cmc.record_20.tail, source.list_count, area);
+  } else {
+    block.value_4 = tail_form;
+    block.tail = area.take<uint16_t>(4);
+    memcpy(block.tail, source.tail, sizeof source.tail);
+  }
+}
+
+}  // namespace
+
+void synthesise_record_34(parsed_cmc& cmc) {
+  if (cmc.record_34) return;
+  const source_19 first = read_source_19(cmc);
+  const source_20 second = read_source_20(cmc);
+  if (!first.present && !second.present) return;
+
+  const uint32_t block_count = uint32_t{first.present} + uint32_t{second.present};
+  const uint32_t area_offset =
+      static_cast<uint32_t>(sizeof(record_34_table) + sizeof(record_34_block) * block_count);
+  uint32_t size = area_offset;
+  size += static_cast<uint32_t>(sizeof(record_34_long_entry)) * first.long_count;
+  size += static_cast<uint32_t>(sizeof(record_34_short_entry)) * first.short_count;
+  // Deliberate: room for tail and list both, though a block never has both.
+  if (second.present)
+    size += tail_size + static_cast<uint32_t>(sizeof(record_34_short_entry)) * second.list_count;
+
+  uint8_t* const bytes = c_new_array<uint8_t>(size);
+  if (!bytes) return;
+  record_34_table* const table = reinterpret_cast<record_34_table*>(bytes);
+  table->header = {size, base_version, 0, derived_kind};
+  table->block_count = block_count;
+  table->blocks = reinterpret_cast<record_34_block*>(bytes + sizeof(record_34_table));
+  data_area area(bytes + area_offset);
+  record_34_block* block = table->blocks;
+  if (first.present) fill_block_from_19(cmc, first, *block++, area);
+  if (second.present) fill_block_from_20(cmc, second, *block, area);
+  cmc.record_34 = &table->header;
+}
+
+}  // namespace qo

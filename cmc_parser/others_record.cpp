@@ -1,0 +1,51 @@
+#include <algorithm>
+#include <cstring>
+
+#include "base/c_heap.h"
+#include "cmc_parser/container.h"
+
+// Record 722:
+//     8  u32  value
+//    12  u32  count
+//    16  u64  entries[count]
+
+namespace qo {
+namespace {
+
+constexpr uint16_t others_kind = 722;
+constexpr uint32_t entries_offset = 16;
+constexpr uint32_t most_entries = 8;
+
+void copy_others(const record_view& record, parsed_cmc& cmc) {
+  if (record.size < entries_offset) return;
+  uint32_t value;
+  uint32_t count;
+  memcpy(&value, record.bytes + 8, sizeof value);
+  memcpy(&count, record.bytes + 12, sizeof count);
+  count = std::min(count, most_entries);
+  const size_t entries_size = sizeof(uint64_t) * count;
+  if (entries_size > record.size - entries_offset) return;
+
+  others_block* const block = c_new<others_block>();
+  // Contract: an earlier block is the client's, and a failed allocation empties the slot.
+  cmc.others = block;
+  if (!block) return;
+  block->others_value = value;
+  block->others_count = count;
+  memcpy(block->others_entries, record.bytes + entries_offset, entries_size);
+}
+
+}  // namespace
+}  // namespace qo
+
+void qo_vexb_others_parser_init(const qo_blob* container, parsed_cmc* cmc) {
+  if (!container || !container->data || !cmc) return;
+  if (container->size < qo::container_header_size) return;
+  const uint8_t* const image = static_cast<const uint8_t*>(container->data);
+  qo::record_walk walk(image, std::min(qo::stated_total(image), container->size));
+  while (const std::optional<qo::record_view> record = walk.next()) {
+    if (record->id != qo::others_kind) continue;
+    qo::copy_others(*record, *cmc);
+    return;
+  }
+}

@@ -1,0 +1,89 @@
+/// One decoder and one release for each kind of CMC record, or family of like kinds.
+///
+/// A decoder gets the record's private copy, fills its slot of the parsed CMC and answers the code
+/// of cmc_parse(). Whatever the slot held before is released first, unless the kind lets the first
+/// record win. A release empties the slot and accepts an empty one; the parser's teardown and the
+/// decoders call it.
+#pragma once
+
+#include "cmc_parser/record_copy.h"
+#include "qo_cmc/parser.h"
+
+namespace qo {
+
+using record_decoder = uint32_t(record_copy record, parsed_cmc& cmc, const calibration* module);
+
+/// Versions at which layouts change; the base layout is 100.
+enum layout_version : uint8_t { version_100 = 100, version_101, version_102, version_103 };
+
+record_decoder decode_general;            // 1
+record_decoder decode_module_properties;  // 2
+record_decoder decode_record_3;
+record_decoder decode_record_5;
+record_decoder decode_record_6;
+record_decoder decode_record_7;
+record_decoder decode_record_8;
+record_decoder decode_record_9;
+record_decoder decode_lsc_grid;       // 10
+record_decoder decode_extended_grid;  // 11
+record_decoder decode_record_13;
+record_decoder decode_record_14;
+record_decoder decode_record_15;
+record_decoder decode_record_16;
+record_decoder decode_record_17;
+record_decoder decode_record_18;
+record_decoder decode_record_19;
+record_decoder decode_record_20;
+record_decoder decode_record_21;
+record_decoder decode_record_22;
+record_decoder decode_record_23;
+record_decoder decode_record_24;
+record_decoder decode_record_25;
+record_decoder decode_record_26;
+record_decoder decode_record_27;
+record_decoder decode_mapped_grid;  // 28
+record_decoder decode_record_29;
+record_decoder decode_record_30;
+record_decoder decode_record_31;
+record_decoder decode_record_32;
+record_decoder decode_mapped_grid_ext;  // 33
+record_decoder decode_record_34;
+record_decoder decode_record_35;
+record_decoder decode_record_36;
+
+using slot_release = void(parsed_cmc& cmc);
+
+slot_release release_general;
+slot_release release_module_properties;
+slot_release release_record_5;
+slot_release release_record_6;
+slot_release release_record_7;
+slot_release release_record_8;
+slot_release release_record_9;
+slot_release release_lsc_grid;
+slot_release release_record_13;
+slot_release release_record_14;
+slot_release release_record_15;
+slot_release release_record_16;
+slot_release release_record_17;
+slot_release release_record_18;
+slot_release release_record_19;
+slot_release release_record_20;
+slot_release release_record_21;
+slot_release release_record_22;
+slot_release release_record_23;
+slot_release release_record_24;
+slot_release release_record_25;
+slot_release release_record_26;
+slot_release release_record_27;
+slot_release release_record_29;
+slot_release release_record_30;
+slot_release release_record_31;
+slot_release release_record_32;
+slot_release release_record_34;
+slot_release release_record_35;
+slot_release release_record_36;
+slot_release release_lens_shading;
+slot_release release_lens_shading_ext;
+
+}  // namespace qo

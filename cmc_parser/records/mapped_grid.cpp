@@ -1,0 +1,91 @@
+#include "cmc_parser/copy_bounded.h"
+#include "cmc_parser/records/decoders.h"
+#include "cmc_parser/records/lens_shading_records.h"
+
+// Records 28 and 33, mapped lens-shading grid:
+//     8  i8   channel_map[4][4]
+//    24  u16  N, lights
+//    28  u16  W
+//    30  u16  H
+//    32  N blocks: 22-byte head, planes of u16[W H], one more than the map's largest index
+//
+// Head of record 28:  0 u32 light id, 4 f32 gains[2], 12 f32 coords[2], 20 u16 16 - fraction bits
+// Head of record 33:  0 u16 light id, 2 u16 aux - 1, then as record 28 from byte 4 on
+
+namespace qo {
+namespace {
+
+constexpr uint64_t blocks_offset = 32;
+constexpr uint64_t block_head_size = 22;
+constexpr uint16_t sample_bits = 16;
+
+/// What both heads hold alike.
+template <typename Light>
+void read_common_head(const record_copy& record, uint64_t block, Light& light) {
+  memcpy(light.gains, record.bytes() + block + 4, sizeof light.gains);
+  memcpy(light.coords, record.bytes() + block + 12, sizeof light.coords);
+  light.fraction_bits = static_cast<uint16_t>(sample_bits - record.read<uint16_t>(block + 20));
+}
+
+void read_head(const record_copy& record, uint64_t block, lens_shading_light& light) {
+  light.light_id = record.read<uint32_t>(block);
+  read_common_head(record, block, light);
+}
+
+void read_head(const record_copy& record, uint64_t block, lens_shading_light_ext& light) {
+  light.light_id = record.read<uint16_t>(block);
+  light.aux = static_cast<uint16_t>(record.read<uint16_t>(block + 2) + 1);
+  read_common_head(record, block, light);
+}
+
+enum class build_result { built, malformed, set_out_of_memory, part_out_of_memory };
+
+template <typename Light>
+build_result build_set(const record_copy& record, lens_shading_ptr<Light>& result) {
+  if (!record.holds(blocks_offset)) return build_result::malformed;
+  lens_shading_ptr<Light> set(c_new<lens_shading_set>());
+  if (!set) return build_result::set_out_of_memory;
+  static_assert(offsetof(lens_shading_set, light_count) == 24);
+  memcpy(set.get(), record.bytes(), offsetof(lens_shading_set, light_count));
+  const uint16_t light_count = record.read<uint16_t>(24);
+  set->width = record.read<uint16_t>(28);
+  set->height = record.read<uint16_t>(30);
+
+  const uint64_t block_size = block_head_size + planes_of(*set) * plane_size_of(*set);
+  if (!record.holds_padded(blocks_offset + block_size * light_count))
+    return build_result::malformed;
+  Light* const lights = c_new_array<Light>(light_count);
+  if (!lights) return build_result::part_out_of_memory;
+  lights_of<Light>(*set) = lights;
+  set->light_count = light_count;
+  for (uint64_t i = 0; i < light_count; ++i) {
+    const uint64_t block = blocks_offset + block_size * i;
+    read_head(record, block, lights[i]);
+    if (!copy_tables(*set, record.bytes() + block + block_head_size, lights[i]))
+      return build_result::part_out_of_memory;
+  }
+  result = std::move(set);
+  return build_result::built;
+}
+
+}  // namespace
+
+uint32_t decode_mapped_grid(record_copy record, parsed_cmc& cmc, const calibration*) {
+  release_lens_shading(cmc);
+  lens_shading_ptr<lens_shading_light> set;
+  // Contract: this kind logs a missing destination, record 33 does not.
+  if (build_set<lens_shading_light>(record, set) == build_result::part_out_of_memory)
+    log_null_destination();
+  cmc.lens_shading = set.release();
+  return QO_CMC_OK;
+}
+
+uint32_t decode_mapped_grid_ext(record_copy record, parsed_cmc& cmc, const calibration*) {
+  release_lens_shading_ext(cmc);
+  lens_shading_ptr<lens_shading_light_ext> set;
+  (void)build_set<lens_shading_light_ext>(record, set);
+  cmc.lens_shading_ext = set.release();
+  return QO_CMC_OK;
+}
+
+}  // namespace qo

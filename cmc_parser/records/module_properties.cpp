@@ -1,0 +1,37 @@
+#include <array>
+
+#include "base/c_heap.h"
+#include "cmc_parser/records/decoders.h"
+
+namespace qo {
+namespace {
+
+/// Bytes that a record of this version fills, its header included.
+uint32_t bytes_filled(uint8_t version) {
+  if (version < version_100) return 0;
+  if (version == version_100) return 16;
+  if (version == version_101) return 18;
+  if (version == version_102) return 34;
+  return sizeof(module_properties_record);
+}
+
+}  // namespace
+
+void release_module_properties(parsed_cmc& cmc) { c_release(cmc.module_properties); }
+
+uint32_t decode_module_properties(record_copy record, parsed_cmc& cmc, const calibration*) {
+  release_module_properties(cmc);
+  module_properties_record* const properties = c_new<module_properties_record>();
+  cmc.module_properties = properties;
+  const uint8_t version = record.version();
+  const uint32_t filled = bytes_filled(version);
+  if (!properties || filled == 0 || !record.holds_padded(filled)) return QO_CMC_OK;
+
+  memcpy(properties, record.bytes(), filled);
+  // Readers expect the places that later versions added to carry the older value.
+  if (version == version_100) properties->value_16 = properties->value_12;
+  if (version < version_103) properties->value_34 = properties->value_12;
+  return QO_CMC_OK;
+}
+
+}  // namespace qo

@@ -1,0 +1,75 @@
+#include "base/c_heap.h"
+#include "cmc_parser/record_reader.h"
+#include "cmc_parser/records/decoders.h"
+
+// Record 24:
+//    14  u16  count
+//    16  count entries: 16 bytes (u16 k at byte 2), u32[k]
+
+namespace qo {
+namespace {
+
+constexpr uint64_t head_size = 16;
+constexpr uint64_t entry_head_size = offsetof(record_24_entry, values);
+
+void free_content(record_24_content* content) {
+  if (!content) return;
+  if (content->entries)
+    for (uint16_t i = 0; i < content->count; ++i) free(content->entries[i].values);
+  free(content->entries);
+  free(content);
+}
+
+using content_ptr = std::unique_ptr<record_24_content, deleter<free_content>>;
+
+uint32_t read_entries(const record_copy& record, record_24_content& content) {
+  if (!record.holds(head_size + entry_head_size * content.count)) return QO_CMC_INVALID;
+  content.entries = c_new_array<record_24_entry>(content.count);
+  if (!content.entries) return QO_CMC_NO_MEMORY;
+  record_reader reader(record, head_size);
+  for (uint16_t i = 0; i < content.count; ++i) {
+    record_24_entry& entry = content.entries[i];
+    const uint8_t* const head = reader.take(entry_head_size);
+    if (!head) return QO_CMC_INVALID;
+    memcpy(&entry, head, entry_head_size);
+    const uint64_t size = sizeof(uint32_t) * uint64_t{entry.count};
+    const uint8_t* const values = reader.take(size);
+    if (!values) return QO_CMC_INVALID;
+    entry.values = c_new_array<uint32_t>(entry.count);
+    if (!entry.values) return QO_CMC_NO_MEMORY;
+    memcpy(entry.values, values, size);
+  }
+  return QO_CMC_OK;
+}
+
+uint32_t convert(const record_copy& record, content_ptr& result) {
+  if (!record.holds(head_size)) return QO_CMC_INVALID;
+  content_ptr content(c_new<record_24_content>());
+  if (!content) return QO_CMC_NO_MEMORY;
+  memcpy(content.get(), record.bytes(), head_size);
+  if (content->count != 0) {
+    const uint32_t code = read_entries(record, *content);
+    if (code != QO_CMC_OK) return code;
+  }
+  result = std::move(content);
+  return QO_CMC_OK;
+}
+
+}  // namespace
+
+void release_record_24(parsed_cmc& cmc) {
+  free_content(cmc.record_24);
+  cmc.record_24 = nullptr;
+}
+
+/// The one kind that refuses malformed records: its caller then releases the copy.
+uint32_t decode_record_24(record_copy record, parsed_cmc& cmc, const calibration*) {
+  release_record_24(cmc);
+  content_ptr content;
+  const uint32_t code = convert(record, content);
+  if (code != QO_CMC_OK) record.leave_to_caller();
+  cmc.record_24 = content.release();
+  return code;
+}
+
+}  // namespace qo

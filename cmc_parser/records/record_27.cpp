@@ -1,0 +1,97 @@
+#include "base/c_heap.h"
+#include "cmc_parser/copy_bounded.h"
+#include "cmc_parser/record_reader.h"
+#include "cmc_parser/records/decoders.h"
+
+// Record 27:
+//    24  u16  n
+//    26  u16  p, planes an entry, at most 3
+//    28  u16  w
+//    30  u16  h
+//    32  n entries: 20 bytes, p planes of u16[w h]
+//     -  n entries of 16 bytes, version >= 101
+
+namespace qo {
+namespace {
+
+constexpr uint64_t count_offset = 24;
+constexpr uint64_t entries_offset = 32;
+constexpr uint64_t entry_head_size = 20;
+constexpr uint64_t tail_entry_size = 16;
+constexpr uint64_t planes_of_entry = 3;
+
+uint16_t entry_count(const record_27_content& content) {
+  uint16_t count;
+  memcpy(&count, reinterpret_cast<const uint8_t*>(content.record) + count_offset, sizeof count);
+  return count;
+}
+
+/// Releases what the entries own, the entries and the structure; the copy is another's.
+void free_entries(record_27_content& content, uint16_t count) {
+  if (!content.entries) return;
+  for (uint16_t i = 0; i < count; ++i) {
+    free(content.entries[i].planes);
+    free(content.entries[i].head);
+  }
+  c_release(content.entries);
+}
+
+/// Copies head and planes of every entry; false, with the message, when there is no memory.
+bool copy_entries(record_reader& reader, record_27_entry* entries, uint16_t count,
+                  uint64_t plane_values, uint64_t planes_size) {
+  for (uint16_t i = 0; i < count; ++i) {
+    entries[i].head = c_new_array<uint8_t>(entry_head_size);
+    if (!entries[i].head) return false;
+    memcpy(entries[i].head, reader.take(entry_head_size), entry_head_size);
+    entries[i].planes = c_new_array<uint16_t>(planes_of_entry * plane_values);
+    if (!entries[i].planes) return false;
+    memcpy(entries[i].planes, reader.take(planes_size), planes_size);
+  }
+  return true;
+}
+
+}  // namespace
+
+void release_record_27(parsed_cmc& cmc) {
+  record_27_content* const content = cmc.record_27;
+  // Contract: a structure whose copy is missing stays allocated, since nothing says how many
+  // entries it has.
+  if (!content || !content->record) return;
+  free_entries(*content, entry_count(*content));
+  free(content->record);
+  c_release(cmc.record_27);
+}
+
+uint32_t decode_record_27(record_copy record, parsed_cmc& cmc, const calibration*) {
+  release_record_27(cmc);
+  if (!record.holds(entries_offset)) return QO_CMC_OK;
+  const uint16_t count = record.read<uint16_t>(count_offset);
+  const uint64_t planes = record.read<uint16_t>(26);
+  const uint64_t plane_values = uint64_t{record.read<uint16_t>(28)} * record.read<uint16_t>(30);
+  const uint64_t planes_size = sizeof(uint16_t) * plane_values * planes;
+  // The blocks hold three planes. Without a plane in the record nothing bounds their size, so that
+  // one plane an entry must still be within the record's.
+  if (planes > planes_of_entry) return QO_CMC_OK;
+  if (planes == 0 && !record.holds(count * sizeof(uint16_t) * plane_values)) return QO_CMC_OK;
+  const uint64_t end = entries_offset + count * (entry_head_size + planes_size);
+  const bool has_tail = record.version() >= version_101;
+  if (!record.holds(end)) return QO_CMC_OK;
+  if (has_tail && !record.holds_padded(end + tail_entry_size * count)) return QO_CMC_OK;
+
+  heap_ptr<record_27_content> content(c_new<record_27_content>());
+  if (!content) return QO_CMC_OK;
+  content->entries = c_new_array<record_27_entry>(count);
+  record_reader reader(record, entries_offset);
+  if (!content->entries ||
+      !copy_entries(reader, content->entries, count, plane_values, planes_size)) {
+    log_null_destination();
+    free_entries(*content, count);
+    return QO_CMC_OK;
+  }
+  content->tail = has_tail ? record.bytes() + end : nullptr;
+  content->record = record.keep();
+  cmc.record_27 = content.release();
+  return QO_CMC_OK;
+}
+
+}  // namespace qo

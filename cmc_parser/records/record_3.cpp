@@ -1,0 +1,53 @@
+#include "base/c_heap.h"
+#include "cmc_parser/fixed_point.h"
+#include "cmc_parser/records/decoders.h"
+
+// Record 3, the older form of record 31:
+//     8  u32  count
+//    12  count entries of 16 bytes:
+//          0  u32  word, copied as it is
+//          4  u32  16.16
+//          8  u16  8.8, four times
+
+namespace qo {
+namespace {
+
+constexpr uint64_t entries_offset = 12;
+constexpr uint64_t source_entry_size = 16;
+constexpr uint64_t table_head_size = 24;
+constexpr uint64_t entry_size = sizeof(float[18]);
+
+void convert_entry(const record_copy& record, uint64_t offset, float* entry) {
+  const uint32_t word = record.read<uint32_t>(offset);
+  memcpy(&entry[0], &word, sizeof word);
+  entry[1] = from_16_16(record.read<uint32_t>(offset + 4));
+  entry[2] = from_8_8(record.read<uint16_t>(offset + 8));
+  entry[3] = from_8_8(record.read<uint16_t>(offset + 10));
+  entry[6] = from_8_8(record.read<uint16_t>(offset + 12));
+  entry[7] = from_8_8(record.read<uint16_t>(offset + 14));
+}
+
+}  // namespace
+
+uint32_t decode_record_3(record_copy record, parsed_cmc& cmc, const calibration*) {
+  if (cmc.record_31) return QO_CMC_OK;
+  const uint32_t count = record.read<uint32_t>(8);
+  // The layout asks for 4 bytes more than the entries take.
+  if (!record.holds(source_entry_size * count + 16)) return QO_CMC_OK;
+
+  const uint64_t table_size = table_head_size + entry_size * count;
+  uint8_t* const block = c_new_array<uint8_t>(table_size);
+  if (!block) return QO_CMC_OK;
+  float* const entries = reinterpret_cast<float*>(block + table_head_size);
+  for (uint64_t i = 0; i < count; ++i)
+    convert_entry(record, entries_offset + source_entry_size * i, entries + 18 * i);
+
+  record_31_table* const table = reinterpret_cast<record_31_table*>(block);
+  table->header = {static_cast<uint32_t>(table_size), version_100, 0, 31};
+  table->count = count;
+  table->entries = reinterpret_cast<const float(*)[18]>(entries);
+  cmc.record_31 = &table->header;
+  return QO_CMC_OK;
+}
+
+}  // namespace qo

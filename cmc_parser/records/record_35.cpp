@@ -1,0 +1,87 @@
+#include "base/c_heap.h"
+#include "cmc_parser/records/decoders.h"
+
+// Record 35:
+//     8  u8   value
+//     9  u32  value
+//    13  u8   n
+//    14  u32  A[n + 1]
+//     -  u16  B[n + 1]
+//     -  u16  C[n]
+//     -  u32  D[n]
+
+namespace qo {
+namespace {
+
+constexpr uint64_t arrays_offset = 14;
+
+void free_first(record_35_first* first) {
+  if (!first) return;
+  free(first->array_a);
+  free(first->array_b);
+  free(first->array_c);
+  free(first);
+}
+
+void free_second(record_35_second* second) {
+  if (!second) return;
+  free(second->array_b);
+  free(second->array_a);
+  free(second->array_d);
+  free(second);
+}
+
+using first_ptr = std::unique_ptr<record_35_first, deleter<free_first>>;
+using second_ptr = std::unique_ptr<record_35_second, deleter<free_second>>;
+
+/// Header and scalars, which both structures hold at the same places.
+template <typename Content>
+void copy_scalars(const record_copy& record, Content& content) {
+  memcpy(&content.header, record.bytes(), sizeof content.header);
+  content.value_8 = record.read<uint8_t>(8);
+  content.value_12 = record.read<uint32_t>(9);
+  content.count = record.read<uint8_t>(13);
+}
+
+template <typename T>
+bool copy_array(const record_copy& record, uint64_t offset, uint64_t count, T*& array) {
+  array = c_new_array<T>(count);
+  if (array) memcpy(array, record.bytes() + offset, sizeof(T) * count);
+  return array != nullptr;
+}
+
+}  // namespace
+
+void release_record_35(parsed_cmc& cmc) {
+  free_first(cmc.record_35.first);
+  free_second(cmc.record_35.second);
+  cmc.record_35 = {};
+}
+
+uint32_t decode_record_35(record_copy record, parsed_cmc& cmc, const calibration*) {
+  release_record_35(cmc);
+  const uint64_t n = record.read<uint8_t>(13);
+  const uint64_t b_offset = arrays_offset + sizeof(uint32_t) * (n + 1);
+  const uint64_t c_offset = b_offset + sizeof(uint16_t) * (n + 1);
+  const uint64_t d_offset = c_offset + sizeof(uint16_t) * n;
+  if (!record.holds(d_offset + sizeof(uint32_t) * n)) return QO_CMC_OK;
+
+  second_ptr second(c_new<record_35_second>());
+  if (!second) return QO_CMC_OK;
+  first_ptr first(c_new<record_35_first>());
+  if (!first) return QO_CMC_OK;
+  copy_scalars(record, *first);
+  copy_scalars(record, *second);
+  if (!copy_array(record, arrays_offset, n + 1, second->array_a) ||
+      !copy_array(record, arrays_offset, n + 1, first->array_a) ||
+      !copy_array(record, b_offset, n + 1, second->array_b) ||
+      !copy_array(record, b_offset, n + 1, first->array_b) ||
+      !copy_array(record, c_offset, n, first->array_c) ||
+      !copy_array(record, d_offset, n, second->array_d))
+    return QO_CMC_OK;
+  cmc.record_35.first = first.release();
+  cmc.record_35.second = second.release();
+  return QO_CMC_OK;
+}
+
+}  // namespace qo

@@ -1,0 +1,51 @@
+#include "base/c_heap.h"
+#include "cmc_parser/records/decoders.h"
+
+// Record 36:
+//     8  u8   value
+//     9  4 bytes
+//    13  u8   count
+//    14  u16  values[count]
+//     -  u32  values[count]
+
+namespace qo {
+namespace {
+
+constexpr uint64_t head_size = 14;
+static_assert(offsetof(record_36_content, padding_14) == head_size);
+
+void free_content(record_36_content* content) {
+  if (!content) return;
+  free(content->array_16);
+  free(content->array_32);
+  free(content);
+}
+
+using content_ptr = std::unique_ptr<record_36_content, deleter<free_content>>;
+
+}  // namespace
+
+void release_record_36(parsed_cmc& cmc) {
+  free_content(cmc.record_36);
+  cmc.record_36 = nullptr;
+}
+
+uint32_t decode_record_36(record_copy record, parsed_cmc& cmc, const calibration*) {
+  release_record_36(cmc);
+  const uint64_t count = record.read<uint8_t>(13);
+  const uint64_t array_32_offset = head_size + sizeof(uint16_t) * count;
+  if (!record.holds(array_32_offset + sizeof(uint32_t) * count)) return QO_CMC_OK;
+
+  content_ptr content(c_new<record_36_content>());
+  if (!content) return QO_CMC_OK;
+  memcpy(content.get(), record.bytes(), head_size);
+  content->array_16 = c_new_array<uint16_t>(count);
+  content->array_32 = c_new_array<uint32_t>(count);
+  if (!content->array_16 || !content->array_32) return QO_CMC_OK;
+  memcpy(content->array_16, record.bytes() + head_size, sizeof(uint16_t) * count);
+  memcpy(content->array_32, record.bytes() + array_32_offset, sizeof(uint32_t) * count);
+  cmc.record_36 = content.release();
+  return QO_CMC_OK;
+}
+
+}  // namespace qo

@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# include_directions.sh ROOT: dependencies point one way. For each folder of the library, the files
+# that it may include; everything not named is refused, and so is a path relative to the includer.
+set -euo pipefail
+
+cd -- "$1"
+failures=0
+
+# allow FOLDER PATTERN: every #include "..." in the folder matches the pattern.
+allow() {
+  local folder=$1 pattern=$2 lines
+  [[ -d $folder ]] || {
+    echo "no folder $folder"
+    exit 1
+  }
+  lines=$(grep -rnE --include='*.h' --include='*.cpp' --include='*.c' \
+    '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$folder" |
+    grep -vE "include[[:space:]]*\"($pattern)\"" || true)
+  if [[ -n $lines ]]; then
+    printf '%s/ may not include:\n%s\n' "$folder" "$lines"
+    failures=$((failures + 1))
+  fi
+}
+
+name='[a-z0-9_.]+'
+allow base "base/$name"
+allow image_utils "base/$name|image_utils/$name|qo_cmc/image_utils\.h"
+allow lsc "base/$name|image_utils/$name|lsc/$name|qo_cmc/(image_utils|lens_shading|lsc)\.h|qo_nvm\.h"
+allow cmc_parser \
+  "base/$name|image_utils/$name|lsc/$name|cmc_parser/(records/)?$name|qo_cmc/$name|qo_(log|nvm|vexb_parser)\.h"
+allow include/qo_cmc "$name"
+allow platform/include "qo_cmc/$name"
+allow platform/standin "qo_cmc/$name|qo_(log|nvm|vexb_parser)\.h"
+
+# The library's headers of the interface stay among themselves too.
+if grep -nE '#[[:space:]]*include[[:space:]]*<' include/qo_cmc/*.h platform/include/*.h |
+  grep -vE '<std(int|def)\.h>'; then
+  echo 'a public header includes more than <stdint.h> and <stddef.h>'
+  failures=$((failures + 1))
+fi
+((failures == 0))
