@@ -1,7 +1,55 @@
 #include "cmc_parser/calibration_merge.h"
 
-namespace qo {
+#include <algorithm>
+#include <cstring>
+#include <iterator>
 
-void merge_calibration(parsed_cmc&, const calibration&) {}
+#include "qo_cmc/lsc.h"
+
+namespace qo {
+namespace {
+
+// Record 17, as kept.
+constexpr size_t plane_order_offset = 10;
+constexpr size_t orientation_offset = 12;
+
+uint16_t load_u16(const record_header* record, size_t offset) {
+  uint16_t value;
+  memcpy(&value, reinterpret_cast<const uint8_t*>(record) + offset, sizeof value);
+  return value;
+}
+
+bool has_table(const lens_shading_light& light) {
+  return std::any_of(std::begin(light.tables), std::end(light.tables), [](const auto& row) {
+    return std::any_of(std::begin(row), std::end(row), [](const uint16_t* table) { return table; });
+  });
+}
+
+/// False for a set without lights, and for one without tables whose grid no data backs: gain planes
+/// of that size would be built for nothing.
+bool is_worth_rebuilding(const lens_shading_set& set) {
+  if (set.light_count == 0) return false;
+  if (std::any_of(set.lights, set.lights + set.light_count, has_table)) return true;
+  return sizeof(uint16_t) * set.width * set.height <= set.size;
+}
+
+}  // namespace
+
+void merge_calibration(parsed_cmc& cmc, const calibration& module) {
+  if (!cmc.lens_shading || !cmc.lens_shading_ext) return;
+  if (!cmc.module_properties || !cmc.record_17.record) return;
+  lens_shading_set& target = *cmc.lens_shading;
+  if (!is_worth_rebuilding(target)) return;
+
+  const uint16_t orientation = load_u16(cmc.record_17.record, orientation_offset);
+  const uint16_t plane_order = load_u16(cmc.record_17.record, plane_order_offset);
+  computed_upscale_lsc_tables* const gains =
+      compute_upscaled_lsc_tables_polynom4th(target.width, target.height, &module, orientation);
+  if (!gains) return;
+  // A correction that stops half-way leaves the lights before that corrected, on purpose.
+  (void)ratio_based_sample_to_sample_correction(&target, cmc.lens_shading_ext, gains,
+                                                cmc.module_properties->cfa_layout, plane_order);
+  deinit_computed_upscale_lsc_tables(gains);
+}
 
 }  // namespace qo
