@@ -1,44 +1,24 @@
-/*
- * Reads a tuning container from a file, parses it, and prints the module's name and the size of its
- * lens-shading tables. A second file, if given, is the NVM image of the module: the tables are then
- * rebuilt for it.
- */
+/* Parses a tuning container and prints what it says of the camera module. */
 #include <qo_cmc/parser.h>
 #include <stdio.h>
 #include <stdlib.h>
 
-/* The whole file in a heap block; `data` is null when it cannot be read. */
-static qo_blob read_file(const char* path) {
-  qo_blob blob = {NULL, 0};
-  FILE* const file = fopen(path, "rb");
-  if (file == NULL) return blob;
-  if (fseek(file, 0, SEEK_END) == 0) {
-    const long size = ftell(file);
-    void* const data = size > 0 && (unsigned long)size <= UINT32_MAX ? malloc((size_t)size) : NULL;
-    rewind(file);
-    if (data != NULL && fread(data, 1, (size_t)size, file) == (size_t)size) {
-      blob.data = data;
-      blob.size = (uint32_t)size;
-    } else {
-      free(data);
-    }
-  }
-  fclose(file);
-  return blob;
-}
+enum { largest_file = 64 << 20 };
 
 int main(int argc, char** argv) {
-  if (argc < 2 || argc > 3) {
-    fprintf(stderr, "usage: %s CONTAINER [NVM_IMAGE]\n", argv[0]);
+  FILE* const file = argc == 2 ? fopen(argv[1], "rb") : NULL;
+  if (file == NULL) {
+    fprintf(stderr, "usage: parse_container FILE\n");
     return 2;
   }
-  const qo_blob container = read_file(argv[1]);
-  const qo_blob nvm = argc == 3 ? read_file(argv[2]) : (qo_blob){NULL, 0};
+  void* const bytes = malloc(largest_file);
+  const size_t size = bytes != NULL ? fread(bytes, 1, largest_file, file) : 0;
+  fclose(file);
 
-  parsed_cmc* const cmc = qo_cmc_parser_init_v1(&container, &nvm);
-  /* Nothing in the parsed CMC points into the images. */
-  free((void*)container.data);
-  free((void*)nvm.data);
+  /* qo_cmc_parser_init_v1() takes the NVM image of one module besides. */
+  const qo_blob container = {bytes, (uint32_t)size};
+  parsed_cmc* const cmc = qo_cmc_parser_init(&container);
+  free(bytes); /* nothing in the parsed CMC points into the container */
   if (cmc == NULL) {
     fprintf(stderr, "%s: not a valid container\n", argv[1]);
     return 1;
@@ -47,10 +27,9 @@ int main(int argc, char** argv) {
   /* A slot is null when the container has no such record, or a malformed one. */
   if (cmc->general.name != NULL) printf("module: %s\n", cmc->general.name);
   const lens_shading_set* const shading = cmc->lens_shading;
-  if (shading != NULL) {
-    printf("lens shading: %u x %u, %u lights\n", shading->width, shading->height,
-           shading->light_count);
-  }
+  if (shading != NULL)
+    printf("lens shading: %u lights, %u x %u\n", shading->light_count, shading->width,
+           shading->height);
 
   qo_cmc_parser_deinit(cmc);
   return 0;

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # installed_package.sh ROOT BUILD CMAKE C_COMPILER STACK: a packager's view. The build is installed
 # into an empty system root; the example is compiled against nothing but that, by pkg-config and by
-# plain flags, and run. STACK is the folder of the stack's three libraries.
+# plain flags, and run. STACK is the folder of the stack's three libraries. The README shows the
+# example as it is.
 set -euo pipefail
 
 root=$1
@@ -29,6 +30,10 @@ diff -r "$root/include/qo_cmc" "$(dirname "$(find "$work/system" -name parser.h)
 
 flags=(-std=c11 -Wall -Wextra -pedantic -Werror "-Wl,-rpath-link,$stack")
 example=$root/examples/parse_container.c
+
+# shellcheck disable=SC2016  # Markdown's backquotes
+sed -n '/^```c$/,/^```$/{/^```/!p}' "$root/README.md" | diff "$example" - ||
+  fail 'the README shows another example'
 
 # Word splitting is what pkg-config's output is made for; the system root holds no space.
 export PKG_CONFIG_SYSROOT_DIR=$work/system PKG_CONFIG_LIBDIR=${package%/*}
