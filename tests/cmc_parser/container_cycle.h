@@ -139,6 +139,11 @@ inline allowed_leaks replay_records(allocation_ledger& ledger, const std::vector
   return leaks;
 }
 
+/// Whether a structure of this kind may stand in its slot without arrays that it counts, though
+/// there was memory for them: it takes its counts from the record as they are, and goes on without
+/// what the record is too short for.
+inline bool counts_missing_arrays(uint16_t kind) { return kind == 22 || kind == 30; }
+
 struct tear_down {
   void operator()(parsed_cmc* cmc) const { qo_cmc_parser_deinit(cmc); }
 };
