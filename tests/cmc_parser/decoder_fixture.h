@@ -10,6 +10,7 @@
 #include <cstring>
 #include <functional>
 #include <ostream>
+#include <string>
 #include <vector>
 
 #include "qo_cmc/parser.h"
@@ -50,6 +51,9 @@ struct slot_value {
 
 /// The `size` bytes at `memory`, for comparison with a record that is expected there.
 inline bytes bytes_at(const void* memory, size_t size) { return bytes().raw(memory, size); }
+
+/// Names the instances of a table-driven test after their rows.
+inline constexpr auto row_name = [](const auto& row) { return std::string(row.param.name); };
 
 /// Owns a zeroed parsed CMC and the ledger of the library's blocks. At its end it releases what
 /// the library leaked or left to its caller, tears the parsed CMC down, and expects that no block
