@@ -1,0 +1,136 @@
+/// Hands single records to cmc_parse() and tells what became of their copies.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <ostream>
+#include <vector>
+
+#include "qo_cmc/parser.h"
+#include "tests/kit/allocation_ledger.h"
+#include "tests/kit/container_writer.h"
+
+namespace kit {
+
+enum class copy_fate {
+  kept,            ///< code 0; alive, and the parsed CMC has its address
+  released,        ///< code 0; no longer alive
+  leaked,          ///< code 0; alive, and nothing has its address
+  left_to_caller,  ///< another code; alive
+  lost,            ///< another code, but no longer alive, or still in the parsed CMC: a defect
+};
+
+inline std::ostream& operator<<(std::ostream& out, copy_fate fate) {
+  static constexpr const char* names[] = {"kept", "released", "leaked", "left_to_caller", "lost"};
+  return out << names[static_cast<size_t>(fate)];
+}
+
+/// What one call of cmc_parse() did.
+struct decoded {
+  uint32_t code;
+  copy_fate fate;
+  uint8_t* copy;  ///< the record's block; memory only while it is kept or leaked
+};
+
+/// Owns a zeroed parsed CMC and the ledger of the library's blocks. At its end it releases what
+/// the library leaked or left to its caller, tears the parsed CMC down, and expects that no block
+/// is left and that nothing was released twice. One can exist at a time; a loop may make one for
+/// each turn.
+class decoder_fixture {
+ public:
+  decoder_fixture() : cmc_(static_cast<parsed_cmc*>(calloc(1, sizeof(parsed_cmc)))) {
+    ledger_.adopt(cmc_, sizeof(parsed_cmc));
+  }
+  decoder_fixture(const decoder_fixture&) = delete;
+  decoder_fixture& operator=(const decoder_fixture&) = delete;
+  ~decoder_fixture() {
+    ledger_.fail_never();
+    qo_cmc_parser_deinit(cmc_);
+    for (uint8_t* const block : leaks_) {
+      EXPECT_TRUE(ledger_.holds(block)) << "a leaked copy was released after all";
+      if (ledger_.holds(block)) ledger_.release(block);
+    }
+    EXPECT_EQ(0u, ledger_.live_blocks()) << "blocks are left after teardown";
+    EXPECT_EQ(0u, ledger_.bad_releases());
+  }
+
+  /// Hands over a C-heap block of exactly the record's bytes. A leaked block stays alive until the
+  /// fixture ends, one that is left to the caller is released at once.
+  decoded decode(const bytes& record, const calibration* module = nullptr) {
+    auto* const block = static_cast<uint8_t*>(malloc(record.size()));
+    memcpy(block, record.data(), record.size());
+    ledger_.adopt(block, record.size());
+    const uint32_t code = cmc_parse(block, cmc_, module);
+    const decoded result = {code, fate_of(block, code), block};
+    if (result.fate == copy_fate::leaked) leaks_.push_back(block);
+    if (code != QO_CMC_OK && ledger_.holds(block)) ledger_.release(block);
+    return result;
+  }
+
+  parsed_cmc& cmc() { return *cmc_; }
+  allocation_ledger& ledger() { return ledger_; }
+
+  /// The slots as numbers: slot k, counted from 1, is element k - 1.
+  std::array<uint64_t, 62> slots() const {
+    std::array<uint64_t, 62> words;
+    static_assert(sizeof words == sizeof(parsed_cmc));
+    memcpy(words.data(), cmc_, sizeof words);
+    return words;
+  }
+  /// Whether every slot is zero bytes but those from `first` to `last`, counted from 1.
+  bool empty_but(size_t first, size_t last) const {
+    const std::array<uint64_t, 62> words = slots();
+    for (size_t slot = 1; slot <= words.size(); ++slot)
+      if (words[slot - 1] != 0 && (slot < first || slot > last)) return false;
+    return true;
+  }
+  bool empty() const { return empty_but(1, 0); }
+
+  /// Blocks that the library holds for this parsed CMC: neither the CMC itself nor leaked copies.
+  size_t owned_blocks() const { return ledger_.live_blocks() - 1 - leaks_.size(); }
+
+  /// Enters a block that the contract lets the library forget, so that the fixture releases it.
+  void expect_leak(void* block) { leaks_.push_back(static_cast<uint8_t*>(block)); }
+
+ private:
+  copy_fate fate_of(const uint8_t* block, uint32_t code) const {
+    const bool alive = ledger_.holds(block);
+    if (code != QO_CMC_OK)
+      return alive && !stored(block) ? copy_fate::left_to_caller : copy_fate::lost;
+    if (!alive) return copy_fate::released;
+    return stored(block) ? copy_fate::kept : copy_fate::leaked;
+  }
+  bool stored(const uint8_t* block) const {
+    const std::array<uint64_t, 62> words = slots();
+    if (std::find(words.begin(), words.end(), reinterpret_cast<uintptr_t>(block)) != words.end())
+      return true;
+    // Record 27's slot holds a structure that owns the copy.
+    return cmc_->record_27 && reinterpret_cast<const uint8_t*>(cmc_->record_27->record) == block;
+  }
+
+  allocation_ledger ledger_;
+  parsed_cmc* cmc_;
+  std::vector<uint8_t*> leaks_;
+};
+
+/// Runs `scenario` on a new fixture with its n-th allocation refused, n = 0, 1, ..., until a run
+/// has none refused. The fixture's closing checks find every leak. Returns how many runs had one
+/// refused.
+inline size_t fail_each_allocation(
+    const std::function<void(decoder_fixture&, size_t n)>& scenario) {
+  for (size_t n = 0;; ++n) {
+    SCOPED_TRACE(testing::Message() << "allocation " << n << " refused");
+    decoder_fixture decoder;
+    decoder.ledger().fail_after(n);
+    scenario(decoder, n);
+    if (decoder.ledger().failures() == 0) return n;
+  }
+}
+
+}  // namespace kit
