@@ -38,6 +38,19 @@ struct decoded {
   uint8_t* copy;  ///< the record's block; memory only while it is kept or leaked
 };
 
+/// A slot, counted from 1, and what its 8 bytes are as a number.
+struct slot_value {
+  slot_value(size_t number, uint64_t word) : slot(number), value(word) {}
+  slot_value(size_t number, const void* address)
+      : slot(number), value(reinterpret_cast<uintptr_t>(address)) {}
+
+  size_t slot;
+  uint64_t value;
+};
+
+/// The `size` bytes at `memory`, for comparison with a record that is expected there.
+inline bytes bytes_at(const void* memory, size_t size) { return bytes().raw(memory, size); }
+
 /// Owns a zeroed parsed CMC and the ledger of the library's blocks. At its end it releases what
 /// the library leaked or left to its caller, tears the parsed CMC down, and expects that no block
 /// is left and that nothing was released twice. One can exist at a time; a loop may make one for
@@ -83,14 +96,18 @@ class decoder_fixture {
     memcpy(words.data(), cmc_, sizeof words);
     return words;
   }
-  /// Whether every slot is zero bytes but those from `first` to `last`, counted from 1.
-  bool empty_but(size_t first, size_t last) const {
+  /// Whether the given slots have these values and every other one is zero bytes.
+  testing::AssertionResult holds_only(const std::vector<slot_value>& expected) const {
+    std::array<uint64_t, 62> wanted{};
+    for (const slot_value& entry : expected) wanted.at(entry.slot - 1) = entry.value;
     const std::array<uint64_t, 62> words = slots();
-    for (size_t slot = 1; slot <= words.size(); ++slot)
-      if (words[slot - 1] != 0 && (slot < first || slot > last)) return false;
-    return true;
+    for (size_t i = 0; i < words.size(); ++i)
+      if (words[i] != wanted[i])
+        return testing::AssertionFailure() << "slot " << std::dec << i + 1 << " is " << std::hex
+                                           << words[i] << " instead of " << wanted[i];
+    return testing::AssertionSuccess();
   }
-  bool empty() const { return empty_but(1, 0); }
+  testing::AssertionResult empty() const { return holds_only({}); }
 
   /// Blocks that the library holds for this parsed CMC: neither the CMC itself nor leaked copies.
   size_t owned_blocks() const { return ledger_.live_blocks() - 1 - leaks_.size(); }
