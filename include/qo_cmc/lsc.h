@@ -2,6 +2,20 @@
  * @file
  * Lens-shading calibration: small matrix algebra, the quartic surface fit, the builders of gain
  * tables for one camera module, and the correction of lens-shading tables by them.
+ *
+ * Numbers are IEEE single precision. Sums run in ascending index order in one accumulator that
+ * starts at 0, and no product is fused with the sum behind it, so every processor gives the same
+ * bits (the sign and payload of a NaN excepted).
+ *
+ * Matrices: element (row i, column j) stands at base + i * stride1 + j * stride2. Both strides are
+ * in bytes and signed: a packed matrix of n columns has strides 4 n and 4, its transpose 4 and 4 n,
+ * and a negative stride walks backwards from the base. An element may stand at any byte address.
+ * The width is the number of columns, the height the number of rows. A vector has the element
+ * stride alone. A result must not overlap a source.
+ *
+ * Unless a function says otherwise all arrays are the caller's, no pointer is kept, working memory
+ * is released before the return, and concurrent calls are safe as long as no call writes what
+ * another one uses. A status is one of the QO_CMC_ values of parser.h.
  */
 #ifndef QO_CMC_LSC_H
 #define QO_CMC_LSC_H
@@ -13,6 +27,7 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+#pragma GCC visibility push(default)
 
 /** The NVM library's calibration object, see qo_nvm.h of that library. */
 typedef struct calibration calibration;
@@ -27,6 +42,283 @@ typedef struct computed_upscale_lsc_tables {
   float** gain_tables;
 } computed_upscale_lsc_tables;
 
+/* ---- Small matrix algebra ---- */
+
+/**
+ * Transposes a matrix: dst(j, i) = src(i, j), written row by row of the source.
+ *
+ * @param[in]  src     height x width elements
+ * @param[out] dst     width x height elements
+ * @param[in]  width, height  columns and rows of `src`; below 1: there is nothing to transpose
+ * @return 0 done, or nothing to transpose (then no pointer is looked at and nothing is written);
+ *         32 `src` or `dst` is null, nothing is written
+ *
+ * Allocates nothing.
+ */
+uint32_t transpose_m(const float* src, int32_t src_stride1, int32_t src_stride2, int32_t width,
+                     int32_t height, float* dst, int32_t dst_stride1, int32_t dst_stride2);
+
+/**
+ * Multiplies two matrices:
+ *
+ *   dst(i, j) = sum over k of src1(i, k) * src2(k, j),  k = 0 ... src1_width - 1
+ *
+ * @param[in]  src1  src1_height x src1_width elements
+ * @param[in]  src2  src2_height x src2_width elements
+ * @param[out] dst   src1_height x src2_width elements, written row by row
+ * @return 0 done, or an empty product (src1_height or src2_width below 1: no pointer is looked at
+ *         and nothing is written);
+ *         32 src1_width differs from src2_height, or else a pointer is null, nothing is written
+ *
+ * With src1_width below 1 every element of a product that is not empty is 0. Allocates nothing.
+ */
+uint32_t mul_mm(const float* src1, int32_t src1_stride1, int32_t src1_stride2, int32_t src1_width,
+                int32_t src1_height, const float* src2, int32_t src2_stride1, int32_t src2_stride2,
+                int32_t src2_width, int32_t src2_height, float* dst, int32_t dst_stride1,
+                int32_t dst_stride2);
+
+/**
+ * Multiplies a matrix by a vector:
+ *
+ *   dst[i] = sum over k of src1(i, k) * src2[k],  k = 0 ... src1_width - 1
+ *
+ * @param[in]  src1  src1_height x src1_width elements
+ * @param[in]  src2  src2_length elements, src2_stride bytes apart
+ * @param[out] dst   src1_height elements, dst_stride bytes apart
+ * @return 0 done, or an empty product (src1_height below 1: no pointer is looked at and nothing is
+ *         written);
+ *         32 src1_width differs from src2_length, or else a pointer is null, nothing is written
+ *
+ * With src1_width below 1 every element of a product that is not empty is 0. Allocates nothing.
+ */
+uint32_t mul_mv(const float* src1, int32_t src1_stride1, int32_t src1_stride2, int32_t src1_width,
+                int32_t src1_height, const float* src2, int32_t src2_stride, int32_t src2_length,
+                float* dst, int32_t dst_stride);
+
+/**
+ * Factorises an N x N matrix by Doolittle's method without pivoting: src = L U, with L unit lower
+ * triangular and U upper triangular.
+ *
+ * Both factors share the result: below the diagonal stands L (its unit diagonal is implied), on and
+ * above it U. For k = 0 ... N - 1 in turn, row k of U is what the earlier steps left of the
+ * matrix's row k, column k of L is what they left of its column k divided by U(k, k), and
+ * L(i, k) * U(k, j) is subtracted from every element right of and below (k, k).
+ *
+ * The source is copied as 4 N N contiguous bytes from `src`, and the copy is addressed with the
+ * source's strides: so the source is packed, row by row (strides 4 N and 4) or column by column
+ * (4 and 4 N).
+ *
+ * @param[in]  src        N x N elements, or null for a matrix of zeros; not read when N is below 1
+ * @param[out] dst_index  N values: 0, 1, ... N - 1, since rows are never exchanged
+ * @param[out] dst        N x N elements, outside `src`. With N below 1 its first four bytes are
+ *                        written, each with the low byte of N * N
+ * @param[in]  width_height  N
+ * @return 0 done; a zero pivot is not detected and leaves infinities and NaNs;
+ *         4 the working copy cannot be allocated or exceeds 2^31 - 1 bytes, nothing is written;
+ *         32 `dst` or `dst_index` is null, or N is at least 1 and the source's strides lead out of
+ *         the 4 N N bytes, nothing is written
+ */
+uint32_t lu_decomposition_m(const float* src, int32_t src_stride1, int32_t src_stride2,
+                            int32_t* dst_index, float* dst, int32_t dst_stride1,
+                            int32_t dst_stride2, int32_t width_height);
+
+/**
+ * Prepares the least-squares fit of a quartic surface over a grid: the design matrix A, its
+ * transpose, and the factors of the normal matrix transpose(A) A (Doolittle, as for
+ * lu_decomposition_m()).
+ *
+ * Row (y - 1) * width + (x - 1) of A belongs to the grid sample in column x and row y, both counted
+ * from 1, and holds the monomials
+ *
+ *   1, x, y, x^2, xy, y^2, x^3, x^2 y, x y^2, y^3, x^4, x^3 y, x^2 y^2, x y^3, y^4
+ *
+ * @param[out] design     width * height rows of `term_count` packed floats. The first 15 columns
+ *                        are written; later ones are read as the caller has filled them
+ * @param[out] design_t   `term_count` rows of width * height packed floats
+ * @param[out] lu         `term_count` rows of `term_count` packed floats
+ * @param[out] dst_index  `term_count` values, as lu_decomposition_m() gives them
+ * @param[in]  width, height  size of the grid; with a side of 0 the normal matrix is zero
+ * @param[in]  term_count     15, or more to carry columns of the caller's own
+ * @return 0 done; a singular normal matrix (fewer than five columns or rows) is not detected;
+ *         2 a pointer is null, `term_count` is below 15, or a matrix row of width * height floats
+ *         or the normal matrix exceeds 2^31 - 1 bytes: nothing is written;
+ *         2 the factorisation finds no memory: `design` and `design_t` are written;
+ *         4 the normal matrix cannot be allocated: nothing is written
+ */
+uint32_t lu_decomposition(float* design, float* design_t, float* lu, int32_t* dst_index,
+                          uint16_t width, uint16_t height, uint16_t term_count);
+
+/* ---- Polynomial surface ---- */
+
+/**
+ * Fits a quartic surface to each of four grids by least squares and samples it at another size:
+ * solves L U c = transpose(A) b for every grid b, by forward and back substitution, and calls
+ * do_polynomial_upscale() with the coefficients c.
+ *
+ * @param[in]  design_t     transpose(A) of lu_decomposition(): `term_count` packed rows of
+ *                          grid_width * grid_height floats
+ * @param[in]  lu           the factors of lu_decomposition(): `term_count` packed rows
+ * @param[in]  dst_index    not read, may be null
+ * @param[in]  source       four grids of grid_height x grid_width floats, dense row-major
+ * @param[out] destination  four planes of out_height x out_width floats, dense row-major, none
+ *                          overlapping a source
+ * @param[in]  grid_width, grid_height  size of the grids
+ * @param[in]  out_width, out_height    size of the planes
+ * @param[in]  term_count   as for lu_decomposition(): 15. Coefficients above are not sampled; those
+ *                          that a smaller count leaves out are 0
+ * @return 0 done, or an output side is 0 (then no pointer is looked at and nothing is written). A
+ *         singular fit is not detected and leaves infinities and NaNs;
+ *         2 a pointer other than `dst_index` is null, or a grid exceeds 2^31 - 1 bytes: nothing is
+ *         written;
+ *         2 an allocation failed: the planes of earlier channels are written
+ */
+uint32_t lsc_polynomial_upscale_float(const float* design_t, const float* lu,
+                                      const int32_t* dst_index, const float* const source[4],
+                                      float* const destination[4], uint16_t grid_width,
+                                      uint16_t grid_height, uint16_t out_width, uint16_t out_height,
+                                      uint16_t term_count);
+
+/**
+ * Samples a quartic surface:
+ *
+ *   destination(r, k) = c0 + c1 x + c2 y + c3 x^2 + c4 xy + c5 y^2 + c6 x^3 + c7 x^2 y + c8 x y^2
+ *                       + c9 y^3 + c10 x^4 + c11 x^3 y + c12 x^2 y^2 + c13 x y^3 + c14 y^4
+ *   x = 1 + k * (grid_width - 1) / (out_width - 1)
+ *   y = 1 + r * (grid_height - 1) / (out_height - 1)
+ *
+ * so that the corner samples of the output fall on the corner samples of the grid. The terms are
+ * added per power of x: ((((c0 + c2 y) + c5 y^2) + c9 y^3) + c14 y^4) first, then those of x to
+ * x^4.
+ *
+ * @param[out] destination   out_height x out_width floats, dense row-major
+ * @param[in]  coefficients  c0 to c14, always 15
+ * @param[in]  grid_width, grid_height  size of the grid that the surface was fitted to
+ * @param[in]  out_width, out_height    size of the plane. A side of 1 makes every sample a NaN: its
+ *                                      step has the denominator 0
+ *
+ * Does nothing when an output side is 0 or a pointer is null. Allocates nothing.
+ */
+void do_polynomial_upscale(float* destination, const float* coefficients, uint16_t grid_width,
+                           uint16_t grid_height, uint16_t out_width, uint16_t out_height);
+
+/* ---- Gain tables of one camera module ---- */
+
+/**
+ * Builds gain tables from the module's calibration with the quartic surface: each coarse grid is
+ * turned into gains, mirrored, fitted, sampled at the output size and divided by its minimum.
+ *
+ *   gain = raw / 2^fraction_bits + 1      (raw: u8 up to 8 fraction bits, u16 from 9 on; the
+ *                                          exponent modulo 32)
+ *   table sample = max(surface / m, 1)    (m: smallest sample of its plane)
+ *
+ * m is a running minimum from the plane's first sample, m = m < v ? m : v, so a NaN replaces it and
+ * the sample behind the NaN replaces the NaN. A NaN quotient becomes 1.
+ *
+ * @param[in] out_width, out_height  size of the gain planes; the low 16 bits count
+ * @param[in] module       the module's calibration; only read
+ * @param[in] orientation  how the grids are mirrored: 0 as stored, 1 left to right, 2 top to
+ *                         bottom, 3 both. With any other code the grids stay zero and the call
+ *                         fails when there is a set
+ * @return the tables, one block for each calibration set, every sample at least 1, which the caller
+ *         releases with deinit_computed_upscale_lsc_tables(); or null when an output or grid side
+ *         is 0, `module` is null, its sets or one of their grids is null although the
+ *         set count is not 0, a minimum is not above 0 (so also with an output side of 1, and
+ *         mostly with a grid side below 5), or an allocation fails. Nothing is kept then
+ */
+computed_upscale_lsc_tables* compute_upscaled_lsc_tables_polynom4th(uint32_t out_width,
+                                                                    uint32_t out_height,
+                                                                    const calibration* module,
+                                                                    uint32_t orientation);
+
+/**
+ * Builds gain tables from the module's calibration with bicubic interpolation: each coarse grid is
+ * enlarged as by image_bicubic_upscale_uint8_to_float() or, from 9 fraction bits on,
+ * image_bicubic_upscale_uint16_to_float(), turned into gains and mirrored. Nothing is normalised.
+ *
+ *   table sample = interpolated raw / 2^fraction_bits + 1      (the exponent modulo 32)
+ *
+ * An interpolated raw value may lie below 0, its gain then lies below 1.
+ *
+ * Contract: the conversion takes the plane's sides modulo 256, w8 and h8. It converts w8 * h8
+ * samples, which stand row by row of length w8 at the start of the interpolated plane and of the
+ * table plane; samples behind them are 0. Sides up to 255 are converted whole.
+ *
+ * @param[in] out_width, out_height  size of the gain planes; the low 16 bits count
+ * @param[in] module       the module's calibration; only read
+ * @param[in] orientation  as for compute_upscaled_lsc_tables_polynom4th(), mirroring the output;
+ *                         with a code above 3 every sample is 0
+ * @return the tables, one block for each calibration set, which the caller releases with
+ *         deinit_computed_upscale_lsc_tables(); or null when an output side is 0, `module` or
+ *         its sets are null, a grid is null, the upscaler refuses the sizes while there is a set
+ *         (a grid side below 2, or an output side below the grid's), or an allocation fails.
+ *         Nothing is kept then
+ */
+computed_upscale_lsc_tables* compute_upscaled_lsc_tables_bicubic(uint32_t out_width,
+                                                                 uint32_t out_height,
+                                                                 const calibration* module,
+                                                                 uint32_t orientation);
+
+/**
+ * Releases gain tables: every block, the array of blocks and the record.
+ *
+ * @param[in] tables  a result of one of the two builders, or null. Its `gain_tables` may be null
+ */
+void deinit_computed_upscale_lsc_tables(computed_upscale_lsc_tables* tables);
+
+/* ---- Correction of lens-shading tables ---- */
+
+/**
+ * Rewrites lens-shading tables for one camera module: every table of `target` becomes the table of
+ * `source` times the gain plane of its colour.
+ *
+ *   target[i] = low 16 bits of trunc(source[i] * gain[i])
+ *
+ * The product is single precision and truncated toward zero to a signed 32-bit value; beyond its
+ * range it saturates, and a NaN gives 0. Contract: there is no clamp to 16 bits, a product of 65536
+ * or more wraps.
+ *
+ * Light by light, with gain table number `aux` (counted from 1) of the source light: the leading
+ * fields `light_id`, `gains`, `coords` and `fraction_bits` are copied, then every site of the
+ * colour-filter cell is rewritten that has a colour, a target table and a source table. With a cell
+ * of 4 x 4 sites both green planes of the gain table are first replaced by their mean,
+ * (G1 + G2) * 0.5, in place. With a cell of 2 x 2 sites tables other than [0][0], [0][1], [1][0]
+ * and [1][1] are left alone.
+ *
+ * The codes 0 to 3 name cells of 2 x 2 sites, G1 and G2 being the greens, C1 and C2 the others:
+ *
+ *   0: G2 C2   1: C2 G2   2: C1 G1   3: G1 C1
+ *      C1 G1      G1 C1      G2 C2      C2 G2
+ *
+ * and 256 to 263 cells of 4 x 4 sites, in which one site of four has no colour and is left alone.
+ *
+ * @param[in,out] target  `lens_shading`: `lights` of 152 bytes, whose tables have width x height
+ *                        samples
+ * @param[in]     source  `lens_shading_ext`: `lights_ext` of 160 bytes, whose tables have
+ *                        width x height samples of its own, and count from the first one
+ * @param[in,out] gains   tables of at least the target's width x height samples a plane; their
+ *                        green planes change with a cell of 4 x 4 sites
+ * @param[in] cfa_layout   the sensor's cell: 0 to 3, or 256 to 263
+ * @param[in] plane_order  0 to 3: the four planes of a gain table are the sites of this cell of
+ *                         2 x 2, row by row
+ * @return, in the order of the tests:
+ *         32 `target`, `source` or `gains` is null, nothing is touched;
+ *         0 the target has no lights, nothing is touched;
+ *         32 the lights of a set or `gain_tables` are null, nothing is touched;
+ *         8 the source has fewer lights than the target or fewer samples in a table, nothing is
+ *         touched;
+ *         8 `aux` of a light is 0 or above `table_count`, lights before it are rewritten;
+ *         32 the gain table of a light is null, lights before it are rewritten;
+ *         8 `plane_order` or `cfa_layout` is none of the above, nothing is touched;
+ *         0 done
+ *
+ * Allocates nothing. Tables of target and source may be the same arrays.
+ */
+uint64_t ratio_based_sample_to_sample_correction(lens_shading_set* target,
+                                                 const lens_shading_set* source,
+                                                 computed_upscale_lsc_tables* gains,
+                                                 uint32_t cfa_layout, uint32_t plane_order);
+
+#pragma GCC visibility pop
 #ifdef __cplusplus
 }
 #endif

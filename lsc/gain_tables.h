@@ -1,0 +1,73 @@
+/// What the two builders of gain tables share: the record and its blocks, the gain of a raw value,
+/// and where a mirrored sample lands.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "base/c_heap.h"
+#include "qo_cmc/lsc.h"
+
+namespace qo {
+
+/// Planes in one block, one for each colour channel.
+inline constexpr size_t planes_per_block = 4;
+
+/// Owner of a record and everything behind it.
+using gain_tables_ptr =
+    std::unique_ptr<computed_upscale_lsc_tables, deleter<deinit_computed_upscale_lsc_tables>>;
+
+/// A record of `count` blocks that are still null, or null when there is no memory.
+[[nodiscard]] gain_tables_ptr new_gain_tables(uint8_t count);
+
+/// Allocates block `index`: four planes of `plane_samples` zeros. Returns the block, which the
+/// record owns, or null when there is no memory.
+[[nodiscard]] float* add_gain_block(computed_upscale_lsc_tables& tables, uint8_t index,
+                                    size_t plane_samples);
+
+/// Whether every set has its four grids. A set count of 0 asks for nothing.
+[[nodiscard]] bool has_all_grids(const calibration& module);
+
+/// Whether the grids of a set with this many fraction bits hold u16 elements; otherwise u8.
+[[nodiscard]] constexpr bool has_wide_elements(uint8_t fraction_bits) { return fraction_bits >= 9; }
+
+/// 2^fraction_bits, the exponent modulo 32.
+[[nodiscard]] constexpr float gain_divisor(uint8_t fraction_bits) {
+  return static_cast<float>(uint32_t{1} << (fraction_bits & 31u));
+}
+
+/// How an orientation code mirrors a grid.
+struct grid_mirror {
+  bool known;  ///< false: the code means nothing, and no sample has a place
+  bool left_right;
+  bool top_bottom;
+};
+
+/// 0 as stored, 1 left to right, 2 top to bottom, 3 both.
+[[nodiscard]] constexpr grid_mirror mirror_of(uint32_t orientation) {
+  return {orientation <= 3, (orientation & 1) != 0, (orientation & 2) != 0};
+}
+
+/// Turns a grid of raw values (u8, u16 or float) into gains, raw / divisor + 1, each at its
+/// mirrored place. Both grids hold height rows of width samples, dense row-major, and do not
+/// overlap. An unknown orientation writes nothing.
+template <typename Raw>
+void place_gains(const Raw* raw, size_t width, size_t height, float divisor, uint32_t orientation,
+                 float* gains) {
+  const grid_mirror mirror = mirror_of(orientation);
+  if (!mirror.known) return;
+  for (size_t row = 0; row < height; ++row) {
+    const Raw* const from = raw + row * width;
+    float* const to = gains + (mirror.top_bottom ? height - 1 - row : row) * width;
+    if (mirror.left_right) {
+      for (size_t column = 0; column < width; ++column)
+        to[width - 1 - column] = static_cast<float>(from[column]) / divisor + 1.0f;
+    } else {
+      for (size_t column = 0; column < width; ++column)
+        to[column] = static_cast<float>(from[column]) / divisor + 1.0f;
+    }
+  }
+}
+
+}  // namespace qo

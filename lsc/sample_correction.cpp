@@ -1,0 +1,115 @@
+// The correction of lens-shading tables by the gain planes of one camera module.
+
+#include <cstddef>
+
+#include "lsc/colour_cells.h"
+#include "qo_cmc/lsc.h"
+#include "qo_cmc/parser.h"  // status codes
+
+namespace qo {
+namespace {
+
+/// Replaces both green planes by their mean.
+void average_greens(float* green_1, float* green_2, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    const float mean = (green_1[i] + green_2[i]) * 0.5f;
+    green_1[i] = mean;
+    green_2[i] = mean;
+  }
+}
+
+/// The low 16 bits of truncate_to_i32(value), in a form that compilers turn into vector code: what
+/// lies outside 32 bits is replaced before the conversion instead of branched around it.
+[[nodiscard]] constexpr uint16_t truncate_to_low_16(float value) {
+  constexpr float limit = 2147483648.0f;                         // 2^31
+  const float from_above = value < limit ? value : 0.0f;         // also a NaN
+  const float inside = from_above > -limit ? from_above : 0.0f;  // INT32_MIN ends in 16 zeros
+  const uint32_t saturated = value >= limit ? UINT32_MAX : 0;    // INT32_MAX ends in 16 ones
+  return static_cast<uint16_t>(static_cast<uint32_t>(static_cast<int32_t>(inside)) | saturated);
+}
+
+/// target[i] = source[i] * gains[i]. Contract: no clamp, the low 16 bits are kept.
+void scale_table(const uint16_t* source, const float* gains, uint16_t* target, size_t count) {
+  for (size_t i = 0; i < count; ++i)
+    target[i] = truncate_to_low_16(static_cast<float>(source[i]) * gains[i]);
+}
+
+/// Copies what stands before the tables.
+void copy_leading_fields(const lens_shading_light_ext& source, lens_shading_light& target) {
+  target.light_id = source.light_id;
+  for (size_t i = 0; i < 2; ++i) {
+    target.gains[i] = source.gains[i];
+    target.coords[i] = source.coords[i];
+  }
+  target.fraction_bits = source.fraction_bits;
+}
+
+/// The four planes of one gain table, by colour.
+class colour_planes {
+ public:
+  colour_planes(float* table, const plane_numbers& numbers, size_t plane_samples)
+      : table_(table), numbers_(numbers), plane_samples_(plane_samples) {}
+
+  [[nodiscard]] float* operator[](colour site) const {
+    return table_ + numbers_.of[static_cast<size_t>(site)] * plane_samples_;
+  }
+
+ private:
+  float* table_;
+  const plane_numbers& numbers_;
+  size_t plane_samples_;
+};
+
+void correct_tables(const colour_cell& cell, const colour_planes& planes,
+                    const lens_shading_light_ext& source, lens_shading_light& target,
+                    size_t count) {
+  for (size_t row = 0; row < cell.side; ++row) {
+    for (size_t column = 0; column < cell.side; ++column) {
+      const colour site = cell.at(row, column);
+      const uint16_t* const from = source.tables[row][column];
+      uint16_t* const to = target.tables[row][column];
+      if (site == colour::no || from == nullptr || to == nullptr) continue;
+      scale_table(from, planes[site], to, count);
+    }
+  }
+}
+
+[[nodiscard]] uint32_t table_samples(const lens_shading_set& set) {
+  return uint32_t{set.width} * set.height;
+}
+
+}  // namespace
+}  // namespace qo
+
+uint64_t ratio_based_sample_to_sample_correction(lens_shading_set* target,
+                                                 const lens_shading_set* source,
+                                                 computed_upscale_lsc_tables* gains,
+                                                 uint32_t cfa_layout, uint32_t plane_order) {
+  if (target == nullptr || source == nullptr || gains == nullptr) return QO_CMC_INVALID_SIZE;
+  if (target->light_count == 0) return QO_CMC_OK;
+  if (target->lights == nullptr || source->lights_ext == nullptr || gains->gain_tables == nullptr)
+    return QO_CMC_INVALID_SIZE;
+  const size_t samples = qo::table_samples(*target);
+  if (source->light_count < target->light_count || qo::table_samples(*source) < samples)
+    return QO_CMC_INVALID;
+
+  const qo::plane_numbers numbers = qo::find_plane_numbers(plane_order);
+  const qo::colour_cell cell = qo::find_colour_cell(cfa_layout);
+  for (size_t index = 0; index < target->light_count; ++index) {
+    const lens_shading_light_ext& from = source->lights_ext[index];
+    lens_shading_light& to = target->lights[index];
+    if (from.aux == 0 || from.aux > gains->table_count) return QO_CMC_INVALID;
+    float* const table = gains->gain_tables[from.aux - 1];
+    if (table == nullptr) return QO_CMC_INVALID_SIZE;
+    // The codes are tested behind the light's table, whose faults come first.
+    if (!numbers.known || cell.side == 0) return QO_CMC_INVALID;
+
+    const qo::colour_planes planes(table, numbers, samples);
+    // Contract: in place, for each light. A table that serves two lights is averaged twice, which
+    // changes nothing more.
+    if (cell.side == 4) qo::average_greens(planes[qo::colour::G1], planes[qo::colour::G2], samples);
+    qo::copy_leading_fields(from, to);
+    qo::correct_tables(cell, planes, from, to, samples);
+  }
+  return QO_CMC_OK;
+}

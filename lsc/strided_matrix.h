@@ -1,0 +1,65 @@
+/// A matrix in memory: a base address and the byte distances between rows and between the elements
+/// of a row, either of which may be negative or odd.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace qo {
+
+/// Elements go through memcpy: a stride that is no multiple of 4 breaks their alignment.
+[[nodiscard]] inline float load_float(const uint8_t* address) {
+  float value;
+  memcpy(&value, address, sizeof value);
+  return value;
+}
+
+inline void store_float(uint8_t* address, float value) { memcpy(address, &value, sizeof value); }
+
+/// Offsets are formed in 64 bits: 32-bit indices times 32-bit strides never leave them.
+[[nodiscard]] constexpr ptrdiff_t element_offset(int32_t row, int32_t column, int32_t stride1,
+                                                 int32_t stride2) {
+  return ptrdiff_t{row} * stride1 + ptrdiff_t{column} * stride2;
+}
+
+class strided_source {
+ public:
+  strided_source(const void* base, int32_t stride1, int32_t stride2)
+      : base_(static_cast<const uint8_t*>(base)), stride1_(stride1), stride2_(stride2) {}
+
+  [[nodiscard]] const uint8_t* address(int32_t row, int32_t column) const {
+    return base_ + element_offset(row, column, stride1_, stride2_);
+  }
+  [[nodiscard]] float at(int32_t row, int32_t column) const {
+    return load_float(address(row, column));
+  }
+
+ private:
+  const uint8_t* base_;
+  int32_t stride1_;
+  int32_t stride2_;
+};
+
+class strided_result {
+ public:
+  strided_result(void* base, int32_t stride1, int32_t stride2)
+      : base_(static_cast<uint8_t*>(base)), stride1_(stride1), stride2_(stride2) {}
+
+  [[nodiscard]] uint8_t* address(int32_t row, int32_t column) const {
+    return base_ + element_offset(row, column, stride1_, stride2_);
+  }
+  [[nodiscard]] float at(int32_t row, int32_t column) const {
+    return load_float(address(row, column));
+  }
+  void set(int32_t row, int32_t column, float value) const {
+    store_float(address(row, column), value);
+  }
+
+ private:
+  uint8_t* base_;
+  int32_t stride1_;
+  int32_t stride2_;
+};
+
+}  // namespace qo
