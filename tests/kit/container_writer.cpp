@@ -53,7 +53,7 @@ bytes& bytes::zeros_to_multiple_of(size_t alignment) {
   return zeros((alignment - size() % alignment) % alignment);
 }
 
-bytes& bytes::zeros_to_size(size_t wanted) { return zeros(wanted > size() ? wanted - size() : 0); }
+bytes& bytes::zeros_to_size(size_t least) { return zeros(least > size() ? least - size() : 0); }
 
 bytes record(uint16_t id, uint8_t version, const bytes& body, const record_options& options) {
   bytes whole;

@@ -31,8 +31,8 @@ class bytes {
   bytes& zeros(size_t count);
   /// Zeros up to the next multiple of `alignment`, none when the size is one already.
   bytes& zeros_to_multiple_of(size_t alignment);
-  /// Zeros until the string has `size` bytes, none when it has as many already.
-  bytes& zeros_to_size(size_t size);
+  /// Zeros until the string has `least` bytes, none when it has as many already.
+  bytes& zeros_to_size(size_t least);
   /// The characters alone, without a terminator.
   bytes& text(std::string_view characters) { return raw(characters.data(), characters.size()); }
   /// The characters and a NUL.

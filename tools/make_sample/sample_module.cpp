@@ -80,6 +80,7 @@ kit::sample_source light_gains(uint16_t width, uint16_t height) {
 /// `first_aux` is what the kind stores for the module's first set.
 std::vector<kit::light_head> light_heads(uint16_t first_aux) {
   std::vector<kit::light_head> heads;
+  heads.reserve(lights.size());
   for (const light_source& light : lights) {
     heads.push_back({.light_id = light.id,
                      .aux = static_cast<uint16_t>(first_aux + heads.size()),
