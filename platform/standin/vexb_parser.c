@@ -64,7 +64,7 @@ static bool holds(uint64_t size, uint64_t place, uint32_t count, uint32_t elemen
   return place >= fixed_size && place <= size && (uint64_t)count * element_size <= size - place;
 }
 
-static void turn_into_address(uint8_t* record, uint8_t* place) {
+static void turn_into_address(const uint8_t* record, uint8_t* place) {
   const uint64_t offset = load_u64(place);
   if (offset == 0) return;
   const uint64_t address = (uint64_t)(uintptr_t)(record + offset);
