@@ -50,7 +50,7 @@ static_assert(std::size(decoders) == 37);
 }  // namespace
 }  // namespace qo
 
-uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* calibration) {
+uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* module) {
   if (!record || !cmc) return QO_CMC_INVALID;
   // The size is looked at alone first: a shorter block has no header to read.
   uint32_t size;
@@ -59,5 +59,5 @@ uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* calibration
   record_header header;
   memcpy(&header, record, sizeof header);
   if (header.id >= std::size(qo::decoders) || !qo::decoders[header.id]) return QO_CMC_INVALID;
-  return qo::decoders[header.id](qo::record_copy(record), *cmc, calibration);
+  return qo::decoders[header.id](qo::record_copy(record), *cmc, module);
 }
