@@ -5,7 +5,7 @@
  *    4  u32  total size         14  u8   number of sets     17  u8   1: a grid follows the sets
  *    8  u32  checksum           15  u8   columns            18  u16  0
  *
- *   20  sets   u8 fraction_bits, 3 bytes 0, four tables, zeros to a multiple of 4
+ *   20  sets   u8 fraction_bits, 3 bytes 0, four tables
  *    -  grid   u8 width, u8 height, u8 shift, u8 1 when values follow, width x height u32
  */
 #include "qo_nvm.h"
@@ -82,15 +82,9 @@ static uint32_t table_size(const struct image_view* image, uint8_t fraction_bits
   return (uint32_t)image->columns * image->rows * (fraction_bits > 8 ? 2 : 1);
 }
 
-/* Bytes of a set, its padding included. */
+/* Bytes of a set. */
 static uint32_t set_size(const struct image_view* image, uint8_t fraction_bits) {
-  return (set_head_size + channels * table_size(image, fraction_bits) + 3u) & ~3u;
-}
-
-static bool all_zero(const uint8_t* data, size_t size) {
-  for (size_t i = 0; i < size; ++i)
-    if (data[i] != 0) return false;
-  return true;
+  return set_head_size + channels * table_size(image, fraction_bits);
 }
 
 /* The offset behind the sets, or 0 when they are malformed. */
@@ -99,11 +93,9 @@ static uint32_t check_sets(const struct image_view* image) {
   for (unsigned i = 0; i < image->set_count; ++i) {
     if (image->size - offset < set_head_size) return 0;
     const uint8_t* const set = image->data + offset;
-    if (set[0] > most_fraction_bits || !all_zero(set + 1, 3)) return 0;
+    if (set[0] > most_fraction_bits || set[1] != 0 || set[2] != 0 || set[3] != 0) return 0;
     const uint32_t whole = set_size(image, set[0]);
     if (image->size - offset < whole) return 0;
-    const uint32_t used = set_head_size + channels * table_size(image, set[0]);
-    if (!all_zero(set + used, whole - used)) return 0;
     offset += whole;
   }
   return offset;

@@ -205,5 +205,8 @@ size_t allocation_ledger::bad_releases() const { return open_ledger->bad_release
 void allocation_ledger::adopt(void* block, size_t size) { enter(block, size); }
 bool allocation_ledger::holds(const void* block) const { return open_ledger->live.contains(block); }
 void allocation_ledger::release(void* block) { counted_free(block); }
+void allocation_ledger::release_all() {
+  while (live_blocks() != 0) release(const_cast<void*>(open_ledger->live.begin()->first));
+}
 
 }  // namespace kit

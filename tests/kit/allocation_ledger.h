@@ -42,6 +42,8 @@ class allocation_ledger {
   bool holds(const void* block) const;
   /// Releases a live block on behalf of a client.
   void release(void* block);
+  /// Releases every block that is still live on behalf of a client.
+  void release_all();
 };
 
 }  // namespace kit

@@ -21,7 +21,6 @@ bytes nvm_image(const nvm_fields& fields) {
           image.u8(static_cast<uint8_t>(value));
       }
     }
-    image.zeros_to_multiple_of(4);
   }
   if (fields.grid) {
     const nvm_grid& grid = *fields.grid;

@@ -102,6 +102,26 @@ TEST(FakePlatform, ForgetsEverythingWhenItIsOpenedAgain) {
   EXPECT_EQ(1u, platform.decoded_records());
 }
 
+TEST(FakePlatform, ComesBeforeTheLibrariesOfTheParserItself) {
+  kit::fake_platform platform;
+  calibration own = {};
+  platform.answer_records_with(77);
+  platform.answer_images_with(&own);
+  const std::vector<uint8_t> container =
+      kit::container().add(kit::record_9()).add(kit::record_5()).image();
+  const std::vector<uint8_t> nvm(1);
+  const qo_blob container_blob = kit::blob_of(container);
+  const qo_blob nvm_blob = kit::blob_of(nvm);
+  parsed_cmc* const cmc = qo_cmc_parser_init_v1(&container_blob, &nvm_blob);
+  ASSERT_NE(nullptr, cmc);
+  EXPECT_EQ(nullptr, cmc->record_9);
+  EXPECT_NE(nullptr, cmc->record_5);
+  EXPECT_EQ(1u, platform.decoded_records());
+  EXPECT_EQ(1u, platform.parsed_images());
+  EXPECT_EQ(std::vector<const calibration*>{&own}, platform.released_handles());
+  qo_cmc_parser_deinit(cmc);
+}
+
 TEST(FakePlatformDeathTest, CannotBeOpenedTwice) {
   const kit::fake_platform platform;
   EXPECT_DEATH({ const kit::fake_platform second; }, "already open");

@@ -1,0 +1,310 @@
+// When the lens-shading tables are rebuilt for a module, when they are left alone, and what becomes
+// of the calibration.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "qo_cmc/lsc.h"
+#include "tests/cmc_parser/container_cycle.h"
+#include "tests/kit/fake_platform.h"
+#include "tests/kit/module_calibration.h"
+#include "tests/kit/records.h"
+
+namespace {
+
+constexpr uint8_t some_image[] = {1, 2, 3};
+const qo_blob some_nvm = {some_image, sizeof some_image};
+constexpr uint16_t width = 9;
+constexpr uint16_t height = 7;
+constexpr size_t samples = size_t{width} * height;
+
+/// Gains that differ in every sample, so that a table that was rebuilt shows.
+kit::module_calibration sloping_module(uint8_t sets = 2) {
+  return kit::module_calibration(
+      sets, 7, 6, 10, [](size_t set, size_t channel, size_t r, size_t k) {
+        return static_cast<uint32_t>(40 * set + 16 * channel + 30 * r * r + 20 * k * k + 100);
+      });
+}
+
+uint16_t base_sample(size_t light, size_t plane, size_t index) {
+  return static_cast<uint16_t>(4096 + 100 * light + 10 * plane + index);
+}
+uint16_t ext_sample(size_t light, size_t plane, size_t index) {
+  return static_cast<uint16_t>(5000 + 200 * light + 20 * plane + index);
+}
+
+kit::mapped_grid_fields grid_of(kit::sample_source sample) {
+  kit::mapped_grid_fields fields;
+  fields.width = width;
+  fields.height = height;
+  fields.sample = std::move(sample);
+  return fields;
+}
+
+struct records_given {
+  bool mapped = true;
+  bool mapped_ext = true;
+  bool record_2 = true;
+  bool record_17 = true;
+};
+
+kit::container container_of(const records_given& given) {
+  kit::container container;
+  if (given.record_2) container.add(kit::record_2({.cfa_layout = 2}));
+  if (given.record_17) container.add(kit::record_17({.plane_order = 2, .orientation = 0}));
+  if (given.mapped) container.add(kit::record_28(grid_of(base_sample)));
+  if (given.mapped_ext) container.add(kit::record_33(grid_of(ext_sample)));
+  return container;
+}
+
+/// Every sample of a set that `light`s of this form hold, in order of light, site and place.
+template <typename Light>
+std::vector<uint16_t> samples_of(const lens_shading_set& set, const Light* lights) {
+  std::vector<uint16_t> all;
+  for (size_t light = 0; light < set.light_count; ++light)
+    for (const auto& row : lights[light].tables)
+      for (const uint16_t* const table : row)
+        if (table) all.insert(all.end(), table, table + size_t{set.width} * set.height);
+  return all;
+}
+std::vector<uint16_t> target_samples(const parsed_cmc& cmc) {
+  return samples_of(*cmc.lens_shading, cmc.lens_shading->lights);
+}
+std::vector<uint16_t> source_samples(const parsed_cmc& cmc) {
+  return samples_of(*cmc.lens_shading_ext, cmc.lens_shading_ext->lights_ext);
+}
+
+struct merge_case {
+  const char* name;
+  bool image_given;
+  qo_blob nvm;
+  bool handle_made;
+  records_given records;
+  bool rebuilt;
+  size_t releases;
+};
+
+class Merge : public testing::TestWithParam<merge_case> {};
+
+TEST_P(Merge, RebuildsTheTablesOrLeavesThemAndReleasesTheHandleOnce) {
+  const merge_case& c = GetParam();
+  const std::vector<uint8_t> image = container_of(c.records).image();
+  const kit::cmc_ptr plain = kit::parse(image);
+  kit::fake_platform platform;
+  kit::module_calibration module = sloping_module();
+  platform.answer_images_with(c.handle_made ? &module.object() : nullptr);
+  const kit::cmc_ptr cmc = kit::parse(image, c.image_given ? &c.nvm : nullptr);
+  ASSERT_NE(nullptr, cmc);
+
+  EXPECT_EQ(c.records.mapped, cmc->lens_shading != nullptr);
+  EXPECT_EQ(c.records.mapped_ext, cmc->lens_shading_ext != nullptr);
+  if (c.records.mapped) {
+    EXPECT_EQ(c.rebuilt, target_samples(*plain) != target_samples(*cmc));
+  }
+  if (c.records.mapped_ext) {
+    EXPECT_EQ(source_samples(*plain), source_samples(*cmc));
+  }
+  const std::vector<const calibration*> released = platform.released_handles();
+  EXPECT_EQ(c.releases, released.size());
+  EXPECT_EQ(c.releases,
+            static_cast<size_t>(std::count(released.begin(), released.end(), &module.object())));
+}
+
+const merge_case merge_cases[] = {
+    {"everything_given", true, some_nvm, true, {}, true, 1},
+    {"no_image", false, some_nvm, true, {}, false, 0},
+    {"an_image_without_data", true, {nullptr, 3}, true, {}, false, 0},
+    {"an_image_of_size_0", true, {some_image, 0}, true, {}, false, 0},
+    {"an_image_without_a_handle", true, some_nvm, false, {}, false, 0},
+    {"no_target", true, some_nvm, true, {.mapped = false}, false, 1},
+    {"no_source", true, some_nvm, true, {.mapped_ext = false}, false, 1},
+    {"neither_set", true, some_nvm, true, {.mapped = false, .mapped_ext = false}, false, 1},
+    {"no_record_2", true, some_nvm, true, {.record_2 = false}, false, 1},
+    {"no_record_17", true, some_nvm, true, {.record_17 = false}, false, 1},
+    {"neither_record", true, some_nvm, true, {.record_2 = false, .record_17 = false}, false, 1},
+};
+INSTANTIATE_TEST_SUITE_P(Table, Merge, testing::ValuesIn(merge_cases),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(CalibrationMerge, MultipliesTheSourceByThePlanesOfTheLightsSet) {
+  // Records 28 and 33 store a light's set less 1 in `aux`; the default heads number them from 1.
+  const std::vector<uint8_t> image = container_of({}).image();
+  kit::fake_platform platform;
+  kit::module_calibration module = sloping_module();
+  platform.answer_images_with(&module.object());
+  const kit::cmc_ptr cmc = kit::parse(image, &some_nvm);
+  computed_upscale_lsc_tables* const gains =
+      compute_upscaled_lsc_tables_polynom4th(width, height, &module.object(), 0);
+  ASSERT_NE(nullptr, gains);
+  for (size_t light = 0; light < 2; ++light) {
+    const lens_shading_light_ext& source = cmc->lens_shading_ext->lights_ext[light];
+    const lens_shading_light& target = cmc->lens_shading->lights[light];
+    ASSERT_EQ(light + 1, source.aux);
+    EXPECT_EQ(source.light_id, target.light_id);
+    EXPECT_EQ(source.fraction_bits, target.fraction_bits);
+    for (size_t site = 0; site < 4; ++site) {
+      const float* const plane = gains->gain_tables[light] + site * samples;
+      for (size_t i = 0; i < samples; ++i)
+        ASSERT_EQ(static_cast<uint16_t>(static_cast<float>(source.tables[site / 2][site % 2][i]) *
+                                        plane[i]),
+                  target.tables[site / 2][site % 2][i]);
+    }
+  }
+  deinit_computed_upscale_lsc_tables(gains);
+}
+
+TEST(CalibrationMerge, TakesLayoutOrderAndOrientationFromRecords2And17) {
+  // Layout 3 is G1 C1 / C2 G2; order 2 holds the planes as C1 G1 G2 C2: columns are exchanged.
+  const std::vector<uint8_t> image = kit::container()
+                                         .add(kit::record_2({.cfa_layout = 3}))
+                                         .add(kit::record_17({.plane_order = 2, .orientation = 3}))
+                                         .add(kit::record_28(grid_of(base_sample)))
+                                         .add(kit::record_33(grid_of(ext_sample)))
+                                         .image();
+  kit::fake_platform platform;
+  kit::module_calibration module = sloping_module();
+  platform.answer_images_with(&module.object());
+  const kit::cmc_ptr cmc = kit::parse(image, &some_nvm);
+  computed_upscale_lsc_tables* const gains =
+      compute_upscaled_lsc_tables_polynom4th(width, height, &module.object(), 3);
+  ASSERT_NE(nullptr, gains);
+  constexpr size_t plane_of_site[4] = {1, 0, 3, 2};
+  for (size_t site = 0; site < 4; ++site) {
+    const uint16_t* const from = cmc->lens_shading_ext->lights_ext[0].tables[site / 2][site % 2];
+    const uint16_t* const to = cmc->lens_shading->lights[0].tables[site / 2][site % 2];
+    const float* const plane = gains->gain_tables[0] + plane_of_site[site] * samples;
+    for (size_t i = 0; i < samples; ++i)
+      ASSERT_EQ(static_cast<uint16_t>(static_cast<float>(from[i]) * plane[i]), to[i]);
+  }
+  deinit_computed_upscale_lsc_tables(gains);
+}
+
+TEST(CalibrationMerge, WhoseTablesCannotBeBuiltLeavesTheSetsAlone) {
+  const std::vector<uint8_t> image = container_of({}).image();
+  const kit::cmc_ptr plain = kit::parse(image);
+  kit::fake_platform platform;
+  // Grids of 3 columns determine no quartic: the normal matrix is singular.
+  kit::module_calibration narrow(1, 3, 3, 8, [](size_t, size_t, size_t, size_t) { return 255u; });
+  narrow.object().lsc_grid_width = 0;
+  platform.answer_images_with(&narrow.object());
+  const kit::cmc_ptr cmc = kit::parse(image, &some_nvm);
+  EXPECT_EQ(target_samples(*plain), target_samples(*cmc));
+  EXPECT_EQ(1u, platform.released_handles().size());
+}
+
+TEST(CalibrationMerge, ThatStopsAtALightKeepsTheLightsBeforeIt) {
+  // The second light asks for set 2, which this module does not have.
+  const std::vector<uint8_t> image = container_of({}).image();
+  const kit::cmc_ptr plain = kit::parse(image);
+  kit::fake_platform platform;
+  kit::module_calibration module = sloping_module(1);
+  platform.answer_images_with(&module.object());
+  const kit::cmc_ptr cmc = kit::parse(image, &some_nvm);
+  const std::vector<uint16_t> before = target_samples(*plain);
+  const std::vector<uint16_t> after = target_samples(*cmc);
+  ASSERT_EQ(before.size(), after.size());
+  const auto half = static_cast<std::ptrdiff_t>(before.size() / 2);
+  EXPECT_FALSE(std::equal(before.begin(), before.begin() + half, after.begin()));
+  EXPECT_TRUE(std::equal(before.begin() + half, before.end(), after.begin() + half));
+  EXPECT_EQ(1u, platform.released_handles().size());
+}
+
+/// A map without planes: a set with lights and a grid, but with no table.
+kit::mapped_grid_fields without_tables(uint16_t grid_width, uint16_t grid_height, uint16_t lights) {
+  kit::mapped_grid_fields fields;
+  fields.width = grid_width;
+  fields.height = grid_height;
+  fields.lights = lights;
+  fields.channel_map.assign(16, -1);
+  return fields;
+}
+
+struct target_case {
+  const char* name;
+  uint16_t width, height, lights;
+  bool built;
+};
+
+class MergeTarget : public testing::TestWithParam<target_case> {};
+
+TEST_P(MergeTarget, HasGainPlanesBuiltOnlyWhenItHasSomethingToRebuild) {
+  const target_case& c = GetParam();
+  const std::vector<uint8_t> image =
+      kit::container()
+          .add(kit::record_2())
+          .add(kit::record_17())
+          .add(kit::record_28(without_tables(c.width, c.height, c.lights)))
+          .add(kit::record_33(grid_of(ext_sample)))
+          .image();
+  kit::fake_platform platform;
+  kit::module_calibration module = sloping_module();
+  kit::allocation_ledger ledger;
+  kit::parse(image);
+  const size_t without = ledger.allocations();
+  platform.answer_images_with(&module.object());
+  kit::parse(image, &some_nvm);
+  // A merge allocates working storage, or nothing at all.
+  EXPECT_EQ(c.built, ledger.allocations() > 2 * without);
+  EXPECT_EQ(1u, platform.released_handles().size());
+  EXPECT_EQ(0u, ledger.live_blocks());
+}
+
+const target_case target_cases[] = {
+    {"no_light", 4, 4, 0, false},
+    {"no_table_and_a_grid_within_its_record", 4, 10, 3, true},   // 80 of 32 + 66 + 6 bytes
+    {"no_table_and_a_grid_beyond_its_record", 4, 20, 3, false},  // 160 bytes
+    {"no_table_and_the_largest_grid", 65535, 65535, 1, false},
+};
+INSTANTIATE_TEST_SUITE_P(Table, MergeTarget, testing::ValuesIn(target_cases),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(CalibrationMerge, LeavesNothingThatPointsIntoTheCalibration) {
+  const std::vector<uint8_t> image = container_of({}).image();
+  kit::fake_platform platform;
+  kit::cmc_ptr cmc;
+  std::vector<uint16_t> at_once;
+  {
+    // The grids end at inaccessible pages that go away with the module.
+    kit::module_calibration module = sloping_module();
+    platform.answer_images_with(&module.object());
+    cmc = kit::parse(image, &some_nvm);
+    at_once = target_samples(*cmc);
+  }
+  EXPECT_EQ(at_once, target_samples(*cmc));
+  kit::tour_of(*cmc);
+}
+
+TEST(CalibrationMerge, WithoutMemoryAtAnyPointStillParsesAndLeaksNothing) {
+  const std::vector<uint8_t> image = container_of({}).image();
+  const std::vector<uint16_t> plain = target_samples(*kit::parse(image));
+  kit::fake_platform platform;
+  kit::module_calibration module = sloping_module();
+  platform.answer_images_with(&module.object());
+  const std::vector<uint16_t> merged = target_samples(*kit::parse(image, &some_nvm));
+  kit::allocation_ledger ledger;
+  kit::parse(image);
+  const size_t before_the_merge = ledger.allocations();
+  size_t uncorrected = 0;
+  for (size_t successes = before_the_merge;; ++successes) {
+    const size_t failures = ledger.failures();
+    ledger.fail_after(successes);
+    const kit::cmc_ptr cmc = kit::parse(image, &some_nvm);
+    ledger.fail_never();
+    ASSERT_NE(nullptr, cmc);
+    if (ledger.failures() == failures) {
+      EXPECT_EQ(merged, target_samples(*cmc));
+      break;
+    }
+    EXPECT_EQ(plain, target_samples(*cmc));
+    ++uncorrected;
+  }
+  // Working storage, the record with its blocks, one factorisation and the solvers of both sets.
+  EXPECT_GE(uncorrected, 20u);
+  EXPECT_EQ(0u, ledger.live_blocks());
+  EXPECT_EQ(0u, ledger.bad_releases());
+}
+
+}  // namespace
