@@ -48,7 +48,7 @@ inline uint64_t plane_size_of(const lens_shading_set& set) {
 
 /// Number of planes that each light of a record carries: one more than the map's largest index.
 inline uint64_t planes_of(const lens_shading_set& set) {
-  int largest = -1;
+  int64_t largest = -1;
   for (const auto& row : set.channel_map)
     for (const int8_t plane : row)
       if (plane > largest) largest = plane;

@@ -109,7 +109,7 @@ void qo_vexb_others_parser_init(const qo_blob* container, parsed_cmc* cmc);
  *                             record_header. 0 hands it over (kept by the slot, or released);
  *                             after any other result the caller releases it.
  * @param[in,out] cmc          the parsed CMC to fill
- * @param[in]     calibration  the module calibration that record 30 blends in, or null; only read,
+ * @param[in]     module       the module calibration that record 30 blends in, or null; only read,
  *                             and not referenced after the call
  * @return 0 handled, also when the record was malformed and its slot is left empty;
  *         8 `record` or `cmc` is null, `size` is below 8, the kind has no decoder (0, 4, 12 and
@@ -120,7 +120,7 @@ void qo_vexb_others_parser_init(const qo_blob* container, parsed_cmc* cmc);
  * Contract: a kind that keeps its copy (1, 5, 6, 7, 10, 13, 15 to 21, 23) answers 0 to a record
  * that fails its size check and neither stores nor releases it.
  */
-uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* calibration);
+uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* module);
 
 #pragma GCC visibility pop
 

@@ -4,17 +4,15 @@
 set -euo pipefail
 
 (($# > 0))
-failures=0
-for object in "$@"; do
-  sections=$(readelf --wide --sections "$object")
-  symbols=$(nm "$object")
-  found=$(grep -Eo '\.(init_array|fini_array|ctors|dtors|preinit_array|tbss|tdata)[^ ]*' <<<"$sections" ||
-    true)
-  found+=$(grep -Eo '_GLOBAL__sub_[ID]_.*|__static_initialization.*|__cxx_global_var_init.*' \
-    <<<"$symbols" || true)
-  if [[ -n $found ]]; then
-    printf '%s: %s\n' "$object" "$found"
-    failures=$((failures + 1))
-  fi
-done
-((failures == 0))
+for object in "$@"; do [[ -r $object ]]; done
+found=$(
+  readelf --wide --sections "$@" | awk '
+    /^File: / { object = $2 }
+    match($0, /\.(init_array|fini_array|preinit_array|ctors|dtors|tbss|tdata)[^ ]*/) {
+      print object ": " substr($0, RSTART, RLENGTH)
+    }'
+  nm --print-file-name "$@" |
+    grep -E '_GLOBAL__sub_[ID]_|__static_initialization|__cxx_global_var_init' || true
+)
+if [[ -n $found ]]; then printf '%s\n' "$found"; fi
+[[ -z $found ]]
