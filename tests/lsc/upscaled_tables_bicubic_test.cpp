@@ -11,7 +11,7 @@
 #include "qo_cmc/lsc.h"
 #include "tests/image_utils/bicubic_reference.h"
 #include "tests/kit/allocation_ledger.h"
-#include "tests/lsc/module_calibration.h"
+#include "tests/kit/module_calibration.h"
 
 namespace {
 
