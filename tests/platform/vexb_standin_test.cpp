@@ -88,6 +88,10 @@ struct refused_case {
 const refused_case refused[] = {
     {"entries_one_too_many", kit::record_31().patch_u32(8, 3)},
     {"entries_most", kit::record_31().patch_u32(8, 0xffffffff)},
+    {"entries_whose_bytes_wrap_at_32_bits", kit::record_31().patch_u32(8, 0x20000000)},
+    {"blocks_whose_bytes_wrap_at_32_bits", kit::record_34().patch_u32(8, 0x20000000)},
+    {"long_entries_whose_bytes_wrap_at_32_bits", kit::record_34().patch_u32(40, 0x08000000)},
+    {"pairs_whose_bytes_wrap_at_32_bits", kit::record_34().patch_u32(44, 0x20000000)},
     {"entries_one_byte_late", kit::record_31().patch_u64(16, 25)},
     {"entries_behind_the_end", kit::record_31({.count = 0}).patch_u64(16, 25)},
     {"entries_in_the_header", kit::record_31().patch_u64(16, 23)},
