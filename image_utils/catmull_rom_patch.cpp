@@ -34,11 +34,8 @@ constexpr sample_weights weights = [] {
   return result;
 }();
 
-/// Sums the contributions of the 4 x 4 samples at `block`, ascending over r, then c.
-///
-/// The sums are not split into a pass along the rows and one along the columns: the steep corners
-/// that extrapolation can give take more than 24 bits, and there another factorisation would round
-/// differently.
+/// Sums the contributions of the 4 x 4 samples at `block`, ascending over r, then c: the order that
+/// the interface promises. The sixteen sums advance side by side, none is split.
 [[nodiscard]] patch patch_of(const float* block, size_t stride) {
   patch result = {};
   for (size_t r = 0; r < order; ++r) {
