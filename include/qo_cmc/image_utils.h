@@ -186,9 +186,265 @@ uint32_t bicubic_resize_u16_to_u16(const uint16_t* src, uint16_t in_h, uint16_t 
 
 /* ---- Nearest neighbour ---- */
 
+/**
+ * Scales a plane of 32-bit samples to any size by copying samples, left-aligned, in fixed point
+ * with 16 fractional bits:
+ *
+ *   dst(y, x) = src((y step_y) >> 16, (x step_x) >> 16)
+ *   step_x = (in_w << 16) / out_w + 1,  step_y = (in_h << 16) / out_h + 1,  divisions truncated
+ *
+ * Output 0 takes source sample 0. Contract: the added 1 biases the mapping forward. Equal sides up
+ * to 65536 still copy, but with many output samples to a source sample (1 to 257, 64 to 2049) the
+ * far outputs take the sample behind their own, which can lie behind the plane. A row
+ * past the last is the last; a column past the end of its row is the next row's, and behind the
+ * plane its last sample. All is formed in 64 bits: sides of 32768 and more are exact.
+ *
+ * @param[in]  src  in_h x in_w samples
+ * @param[in]  in_w, in_h    columns and rows of `src`, each at least 1
+ * @param[out] dst  out_h x out_w samples, not overlapping `src`
+ * @param[in]  out_w, out_h  columns and rows of `dst`, each at least 1
+ * @return 0 done; 32 a side is below 1 or a pointer is null, and nothing is written
+ *
+ * Allocates nothing.
+ */
+uint32_t image_nearest_neighbor_scale_uint32(const uint32_t* src, int32_t in_w, int32_t in_h,
+                                             uint32_t* dst, int32_t out_w, int32_t out_h);
+
+/**
+ * Scales a plane of 16-bit samples by copying samples. An output sample takes the source sample in
+ * which its far edge lies:
+ *
+ *   dst(y, x) = src(index(y + 1, in_h / out_h), index(x + 1, in_w / out_w))
+ *   index(k, s) = ceil(k s) - 1,  s and k s in single precision
+ *
+ * Contract: despite the name the output may be smaller. Where k s is rounded up past the source (3
+ * to 21 samples, say), a row past the last is the last; a column past the end of its row is the
+ * next row's first, and behind the plane its last sample.
+ *
+ * @param[in]  src  in_h x in_w samples
+ * @param[out] dst  out_h x out_w samples, not overlapping `src`
+ * @param[in]  in_w, in_h    columns and rows of `src`, each at least 2
+ * @param[in]  out_w, out_h  columns and rows of `dst`, each at least 2
+ * @return 0 done; 32 a side is below 2 or, tested after that, a pointer is null: nothing is written
+ *
+ * Allocates nothing.
+ */
+uint32_t image_upscale_nearest_neighbor_uint16(const uint16_t* src, uint16_t* dst, uint16_t in_w,
+                                               uint16_t in_h, uint16_t out_w, uint16_t out_h);
+
+/**
+ * Scales a plane of signed 32-bit samples by copying samples, or by taking maxima.
+ *
+ *   use_max 0:  dst(y, x) = src(row(y), col(x)), the 32 bits unchanged
+ *   otherwise:  dst(y, x) = the largest of 0 and src(r, c), compared as signed values, over
+ *               row(y - 1) < r <= row(y) and col(x - 1) < c <= col(x); row(-1) = col(-1) = 0
+ *
+ * row and col are the index of image_upscale_nearest_neighbor_uint16(), held alike; larger outputs
+ * are accepted here too.
+ *
+ * Contract: row 0 and column 0 of the source are in no maximum, since every block begins one past
+ * the index before it, the first ones one past 0. A block that is empty, or has only negative
+ * samples, gives 0.
+ *
+ * @param[in]  src  in_h x in_w samples
+ * @param[out] dst  out_h x out_w samples, not overlapping `src`
+ * @param[in]  in_w, in_h    columns and rows of `src`, each at least 2
+ * @param[in]  out_w, out_h  columns and rows of `dst`, each at least 2
+ * @param[in]  use_max       0 copies, any other value takes maxima
+ * @return 0 done; 32 a side is below 2 or, tested after that, a pointer is null: nothing is written
+ *
+ * Allocates nothing.
+ */
+uint32_t image_downscale_nearest_neighbor_int32(const int32_t* src, uint32_t* dst, uint16_t in_w,
+                                                uint16_t in_h, uint16_t out_w, uint16_t out_h,
+                                                uint8_t use_max);
+
 /* ---- Two-dimensional array resize, bilinear ---- */
 
+/**
+ * Resizes an array of 16-bit samples by bilinear interpolation in fixed point with F = 8 fractional
+ * bits, corner-aligned:
+ *
+ *   dst(y, x) = ((src(r, c) u0 + src(r, c + 1) u1) v0 +
+ *                (src(r + 1, c) u0 + src(r + 1, c + 1) u1) v1 + 2^(2F - 1)) >> 2F
+ *   X = x step_x,  c = (X - 1) >> F, or 0 for X = 0,  u1 = X - (c << F),  u0 = 2^F - u1
+ *   Y = y step_y,  r = (Y - 1) >> F, or 0 for Y = 0,  v1 = Y - (r << F),  v0 = 2^F - v1
+ *   step_x = ((in_w - 1) << F) / (out_w - 1),  step_y = ((in_h - 1) << F) / (out_h - 1)
+ *
+ * All is unsigned and modulo 2^32, divisions are truncated, the result rounds half up. Output 0
+ * falls on source sample 0, the last output on the last source sample or shortly before it.
+ * Contract: a position on a sample is the far end of the cell before it, so nothing behind the last
+ * sample is read. Contract: with 2^24 + 1 samples to a side and more the step wraps.
+ *
+ * @param[in]  src  in_h x in_w samples, dense row-major
+ * @param[in]  in_w, in_h    columns and rows of `src`, each above 1 as a signed value
+ * @param[out] dst  out_h x out_w samples, dense row-major, not overlapping `src`
+ * @param[in]  out_w, out_h  columns and rows of `dst`, each above 1 as a signed value
+ * @return 0 done; 32 a size is out of range or, tested after that, a pointer is null: nothing is
+ *         written
+ *
+ * Allocates nothing.
+ */
+uint32_t resize_2d_array_uint16(const uint16_t* src, uint32_t in_w, int32_t in_h, uint16_t* dst,
+                                uint32_t out_w, uint32_t out_h);
+
+/** resize_2d_array_uint16() for 8-bit samples, the same in every other respect. */
+uint32_t resize_2d_array_uint8(const uint8_t* src, uint32_t in_w, int32_t in_h, uint8_t* dst,
+                               uint32_t out_w, uint32_t out_h);
+
+/**
+ * resize_2d_array_uint16() for 32-bit samples, with F = 12 fractional bits.
+ *
+ * Contract: the products and sums are formed modulo 2^32 here too, so results are exact for samples
+ * below 256 alone, and wrap with larger ones. The step wraps with 2^20 + 1 samples to a side and
+ * more. The rest as there.
+ */
+uint32_t resize_2d_array_uint32(const uint32_t* src, uint32_t in_w, int32_t in_h, uint32_t* dst,
+                                uint32_t out_w, uint32_t out_h);
+
+/**
+ * resize_2d_array_uint16() into one channel of an interleaved array: output (y, x) is written to
+ * dst[(y out_w + x) dst_step], what lies between stays untouched.
+ *
+ * @param[in]  src, in_w, in_h  as there
+ * @param[out] dst  ((out_h out_w - 1) dst_step + 1) elements at least
+ * @param[in]  out_w, out_h     as there
+ * @param[in]  dst_step  elements from one output to the next, above 0; 1 is the dense array
+ * @return 0 done; 32 a size or the step is out of range or, tested after that, a pointer is null:
+ *         nothing is written
+ */
+uint32_t resize_2d_array_uint16_v1(const uint16_t* src, uint32_t in_w, int32_t in_h, uint16_t* dst,
+                                   uint32_t out_w, uint32_t out_h, int32_t dst_step);
+
+/** resize_2d_array_uint16_v1() for 8-bit samples, the same in every other respect. */
+uint32_t resize_2d_array_uint8_v1(const uint8_t* src, uint32_t in_w, int32_t in_h, uint8_t* dst,
+                                  uint32_t out_w, uint32_t out_h, int32_t dst_step);
+
+/**
+ * Resizes an array of floats by bilinear interpolation in single precision, corner-aligned:
+ *
+ *   dst(y, x) = fx s11 fy + ((s01 fx (1 - fy) + s00 (1 - fx) (1 - fy)) + (1 - fx) s10 fy)
+ *   s00 = src(r0, c0),  s01 = src(r0, c1),  s10 = src(r1, c0),  s11 = src(r1, c1)
+ *   Y = y sy,  r0 = low 16 bits of trunc(Y),  fy = Y - r0,  sy = (in_h - 1) / (out_h - 1)
+ *   X = x sx,  c0 = low 16 bits of trunc(X),  fx = X - c0,  sx = (in_w - 1) / (out_w - 1)
+ *   r1 = r0 + 1, in the last row r0;  c1 = c0 + 1, in the last column c0
+ *
+ * Products run from left to right. trunc saturates as a signed 32-bit value. Contract: of the
+ * widths the low 16 bits alone count, also as row lengths; with more than 65536 source rows the row
+ * index starts over while fy keeps the whole distance.
+ *
+ * @param[in]  src  in_h x in_w floats, dense row-major, in_w modulo 65536
+ * @param[in]  in_w, in_h    columns (low 16 bits at least 2) and rows (at least 2) of `src`
+ * @param[out] dst  out_h x out_w floats, likewise, not overlapping `src`
+ * @param[in]  out_w, out_h  columns (low 16 bits at least 2) and rows (at least 2 as a signed
+ *                           value) of `dst`
+ * @return 0 done; 32 a size is out of range or, tested after that, a pointer is null: nothing is
+ *         written
+ *
+ * Allocates nothing.
+ */
+uint32_t resize_2d_array_float(const float* src, uint32_t in_w, int32_t in_h, float* dst,
+                               uint32_t out_w, uint32_t out_h);
+
+/**
+ * Resizes a region of an array of 16-bit samples: resize_2d_array_uint16() with
+ *
+ *   step_x = ((rw - 1) << 8) / (out_w - 1),  X = left step_x + x step_x,  rw = in_w - (left +
+ * right) step_y = ((rh - 1) << 8) / (out_h - 1),  Y = top step_y + y step_y,   rh = in_h - (top +
+ * bottom)
+ *
+ * and the whole `in_w` as the row length; region, steps, positions and weights are modulo 2^32.
+ *
+ * Contract: the origin is scaled by the step, so the sampled region starts at column
+ * left step_x / 256 of the source, which is `left` at equal sizes alone. Contract: margins that
+ * exceed the array, or are negative, are not refused, they wrap. Where either leads past the array,
+ * source sample (r, c) is still the one at r in_w + c, and behind the array its last sample.
+ * Without margins the result is that of resize_2d_array_uint16().
+ *
+ * @param[in]  src  in_h x in_w samples, dense row-major
+ * @param[in]  in_w, in_h    columns and rows of `src`, each at least 1
+ * @param[in]  crop_origin   {left, top}: columns and rows cut off before the region
+ * @param[in]  crop_end      {right, bottom}: columns and rows cut off behind it
+ * @param[out] dst  out_h x out_w samples, dense row-major, not overlapping `src`
+ * @param[in]  out_w, out_h  columns and rows of `dst`, each at least 2, unsigned
+ * @return 0 done; 32 a side of the region or the output is below 2 (unsigned), a side of the array
+ *         is 0 or, tested after that, a pointer is null: nothing is written
+ *
+ * Allocates nothing.
+ */
+uint32_t crop_resize_2d_array_uint16(const uint16_t* src, uint32_t in_w, uint32_t in_h,
+                                     struct size_pair_i32 crop_origin,
+                                     struct size_pair_i32 crop_end, uint16_t* dst, uint32_t out_w,
+                                     uint32_t out_h);
+
 /* ---- Area downscale to 16 bit ---- */
+
+/**
+ * Reduces float planes, or one region of them, to 16-bit samples with 10 fractional bits, by area
+ * averaging: an output sample is the mean of the source area that it covers.
+ *
+ *   dst(r, c) = low 16 bits of trunc((n sum + 2^-11) 1024),  n = 1 / (sx sy),
+ *   sx = w / out_w,  sy = h / out_h
+ *
+ * sum is over the samples that meet rows r sy ... (r + 1) sy and columns c sx ... (c + 1) sx of the
+ * region, times their weights. Along an axis an output reaches to E = min((k + 1) s, side), `side`
+ * being the plane's; its first sample is floor of the E before (0 at first) with weight
+ * 1 - (E before - its floor), its last one floor(E) with weight E - floor(E), or the one before
+ * with weight 1 when E is whole, all between have 1; the only sample has the weight of the first. A
+ * sample's weight is its column's times its row's. Single precision, one accumulator, rows outer,
+ * columns inner, ascending.
+ *
+ * Contract: no clamp to 16 bits, the low bits of the truncated value are stored; out of the signed
+ * 32-bit range it saturates, a NaN gives 0. Contract: positions are held to the side of the whole
+ * plane, also in a region; rounding can thus lead past the region's far edge (14 to 13 samples,
+ * say). There a row past the plane's last is the last; a column past the end of its row is the next
+ * row's, and behind the plane its last sample.
+ *
+ * @param[in]  src_planes  `n_planes` planes of in_h x in_w floats; 1.0 gives 1024
+ * @param[out] dst_planes  `n_planes` planes of out_h x out_w samples, none overlapping a source
+ * @param[in]  in_w, in_h    columns and rows of a source plane
+ * @param[in]  out_w, out_h  columns and rows of an output plane, each at least 3 and below in_w or
+ *                           in_h
+ * @param[in]  n_planes      number of planes
+ * @param[in]  roi           four values: first column x, first row y, width w, height h of the
+ *                           region; null: the whole plane. The region may be smaller than the
+ *                           output, where the formula is followed literally, or empty, which gives
+ * 0
+ * @return, in the order of the tests:
+ *         32 an output side is not below the source's, or below 3; the region begins or ends
+ *         outside the plane;
+ *         0 there are no planes, no plane pointer is looked at;
+ *         32 an array or a plane in it is null;
+ *         0 done.
+ *         With 32 nothing is written
+ *
+ * Allocates nothing.
+ */
+uint32_t image_downscale_32f_to_u16p10(const float* const* src_planes, uint16_t* const* dst_planes,
+                                       uint16_t in_w, uint16_t in_h, uint16_t out_w, uint16_t out_h,
+                                       uint16_t n_planes, const uint16_t* roi);
+
+/**
+ * Reduces 16-bit planes with any number of fractional bits to 16-bit planes with any number:
+ * image_downscale_32f_to_u16p10() except for the value that is stored,
+ *
+ *   dst(r, c) = low 16 bits of trunc((n sum / 2^in_frac_bits + 2^-11) 2^out_frac_bits),
+ *
+ * the division being a product with the rounded reciprocal. Contract: the rounding term stays
+ * 2^-11, so results are rounded half up with 10 fractional bits of output alone.
+ *
+ * @param[in]  src_planes, dst_planes, in_w, in_h  as there
+ * @param[in]  in_frac_bits   fractional bits of the source samples, modulo 32. Contract: 2^31 is
+ *                            the negative number that a signed 32-bit shift makes
+ * @param[in]  out_w, out_h  as there
+ * @param[in]  out_frac_bits  fractional bits of the output samples, likewise
+ * @param[in]  n_planes, roi  as there
+ * @return as there
+ */
+uint32_t image_downscale_u16_to_u16(const uint16_t* const* src_planes, uint16_t* const* dst_planes,
+                                    uint16_t in_w, uint16_t in_h, uint16_t in_frac_bits,
+                                    uint16_t out_w, uint16_t out_h, uint16_t out_frac_bits,
+                                    uint16_t n_planes, const uint16_t* roi);
 
 #pragma GCC visibility pop
 

@@ -1,0 +1,434 @@
+// Nearest-neighbour scalers.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <numeric>
+#include <vector>
+
+#include "qo_cmc/image_utils.h"
+#include "qo_cmc/parser.h"
+#include "tests/image_utils/sample_planes.h"
+
+namespace {
+
+using kit::guard_side;
+using sample_planes::edge_room;
+using sample_planes::noisy_room;
+using sample_planes::other_side;
+using sample_planes::same_bits;
+
+struct sizes {
+  int64_t in_w, in_h, out_w, out_h;
+};
+
+::testing::AssertionResult annotated(::testing::AssertionResult result, const sizes& s) {
+  return result << " from " << s.in_w << " x " << s.in_h << " to " << s.out_w << " x " << s.out_h;
+}
+
+/// The index that a (row, column) pair stands for, held to the plane.
+size_t held_index(const sizes& s, int64_t row, int64_t column) {
+  const int64_t held_row = row > s.in_h - 1 ? s.in_h - 1 : row;
+  const int64_t index = held_row * s.in_w + column;
+  return static_cast<size_t>(index > s.in_w * s.in_h - 1 ? s.in_w * s.in_h - 1 : index);
+}
+
+std::vector<uint32_t> fixed_point_reference(const uint32_t* src, const sizes& s) {
+  std::vector<uint32_t> dst;
+  const int64_t step_x = s.in_w * 65536 / s.out_w + 1;
+  const int64_t step_y = s.in_h * 65536 / s.out_h + 1;
+  int64_t acc_y = 0;
+  for (int64_t y = 0; y < s.out_h; ++y, acc_y += step_y) {
+    int64_t acc_x = 0;
+    for (int64_t x = 0; x < s.out_w; ++x, acc_x += step_x)
+      dst.push_back(src[held_index(s, acc_y / 65536, acc_x / 65536)]);
+  }
+  return dst;
+}
+
+/// The source index of output `k`, counted from 1, by the ceiling.
+int64_t ceiling_index(int64_t k, int64_t in, int64_t out) {
+  const float s = static_cast<float>(in) / static_cast<float>(out);
+  const float p = static_cast<float>(k) * s;
+  return static_cast<int64_t>(std::ceil(p)) - 1;
+}
+
+template <typename Out, typename Sample>
+std::vector<Out> far_edge_reference(const Sample* src, const sizes& s) {
+  std::vector<Out> dst;
+  for (int64_t y = 1; y <= s.out_h; ++y)
+    for (int64_t x = 1; x <= s.out_w; ++x)
+      dst.push_back(static_cast<Out>(src[held_index(s, ceiling_index(y, s.in_h, s.out_h),
+                                                    ceiling_index(x, s.in_w, s.out_w))]));
+  return dst;
+}
+
+std::vector<uint32_t> maximum_reference(const int32_t* src, const sizes& s) {
+  std::vector<uint32_t> dst;
+  for (int64_t y = 1; y <= s.out_h; ++y)
+    for (int64_t x = 1; x <= s.out_w; ++x) {
+      const int64_t top = y == 1 ? 0 : ceiling_index(y - 1, s.in_h, s.out_h);
+      const int64_t left = x == 1 ? 0 : ceiling_index(x - 1, s.in_w, s.out_w);
+      const int64_t bottom = std::min(ceiling_index(y, s.in_h, s.out_h), s.in_h - 1);
+      const int64_t right = ceiling_index(x, s.in_w, s.out_w);
+      int32_t maximum = 0;
+      for (int64_t r = top + 1; r <= bottom; ++r)
+        for (int64_t c = left + 1; c <= right; ++c)
+          if (src[held_index(s, r, c)] > maximum) maximum = src[held_index(s, r, c)];
+      dst.push_back(static_cast<uint32_t>(maximum));
+    }
+  return dst;
+}
+
+uint32_t scale(const uint32_t* src, uint32_t* dst, const sizes& s) {
+  return image_nearest_neighbor_scale_uint32(
+      src, static_cast<int32_t>(s.in_w), static_cast<int32_t>(s.in_h), dst,
+      static_cast<int32_t>(s.out_w), static_cast<int32_t>(s.out_h));
+}
+
+uint32_t upscale(const uint16_t* src, uint16_t* dst, const sizes& s) {
+  return image_upscale_nearest_neighbor_uint16(
+      src, dst, static_cast<uint16_t>(s.in_w), static_cast<uint16_t>(s.in_h),
+      static_cast<uint16_t>(s.out_w), static_cast<uint16_t>(s.out_h));
+}
+
+uint32_t downscale(const int32_t* src, uint32_t* dst, const sizes& s, uint8_t use_max) {
+  return image_downscale_nearest_neighbor_int32(
+      src, dst, static_cast<uint16_t>(s.in_w), static_cast<uint16_t>(s.in_h),
+      static_cast<uint16_t>(s.out_w), static_cast<uint16_t>(s.out_h), use_max);
+}
+
+/// All four ways of scaling, compared with the references, on planes that touch an inaccessible
+/// page on `side` (the outputs on the other one).
+class every_scaler {
+ public:
+  explicit every_scaler(size_t source_capacity, size_t output_capacity)
+      : words_(noisy_room<uint32_t>(source_capacity, 1)),
+        halves_(noisy_room<uint16_t>(source_capacity, 2)),
+        numbers_(noisy_room<int32_t>(source_capacity, 3)),
+        out_words_(output_capacity),
+        out_halves_(output_capacity) {}
+
+  ::testing::AssertionResult matches(const sizes& s, guard_side side) {
+    const auto in_count = static_cast<size_t>(s.in_w * s.in_h);
+    const auto out_count = static_cast<size_t>(s.out_w * s.out_h);
+    const auto width = static_cast<size_t>(s.out_w);
+    uint32_t* const words = out_words_.plane(out_count, other_side(side));
+    const uint32_t* const src_words = words_.plane(in_count, side);
+    if (scale(src_words, words, s) != QO_CMC_OK) return refused(s);
+    auto result = same_bits(fixed_point_reference(src_words, s), words, width);
+    if (!result) return annotated(result << " (fixed point)", s);
+    if (std::min({s.in_w, s.in_h, s.out_w, s.out_h}) < 2) return result;
+
+    uint16_t* const halves = out_halves_.plane(out_count, other_side(side));
+    const uint16_t* const src_halves = halves_.plane(in_count, side);
+    if (upscale(src_halves, halves, s) != QO_CMC_OK) return refused(s);
+    result = same_bits(far_edge_reference<uint16_t>(src_halves, s), halves, width);
+    if (!result) return annotated(result << " (16 bit)", s);
+
+    const int32_t* const src_numbers = numbers_.plane(in_count, side);
+    if (downscale(src_numbers, words, s, 0) != QO_CMC_OK) return refused(s);
+    result = same_bits(far_edge_reference<uint32_t>(src_numbers, s), words, width);
+    if (!result) return annotated(result << " (32 bit)", s);
+    if (downscale(src_numbers, words, s, 1) != QO_CMC_OK) return refused(s);
+    result = same_bits(maximum_reference(src_numbers, s), words, width);
+    return result ? result : annotated(result << " (maximum)", s);
+  }
+
+ private:
+  static ::testing::AssertionResult refused(const sizes& s) {
+    return annotated(::testing::AssertionFailure() << "refused", s);
+  }
+
+  edge_room<uint32_t> words_;
+  edge_room<uint16_t> halves_;
+  edge_room<int32_t> numbers_;
+  edge_room<uint32_t> out_words_;
+  edge_room<uint16_t> out_halves_;
+};
+
+TEST(NearestNeighbor, EveryPairOfSidesTo256HasTheReferenceBitsOnBothAxes) {
+  every_scaler scalers(2 * 256, 2 * 256);
+  for (int64_t in = 1; in <= 256; ++in)
+    for (int64_t out = 1; out <= 256; ++out) {
+      const guard_side side = (in + out) % 2 ? guard_side::before : guard_side::behind;
+      ASSERT_TRUE(scalers.matches({in, 2, out, 2}, side));
+      ASSERT_TRUE(scalers.matches({2, in, 2, out}, side));
+    }
+}
+
+TEST(NearestNeighbor, EverySourceSizeUpToFortyHasTheReferenceBits) {
+  every_scaler scalers(40 * 40, 23 * 23);
+  for (int64_t in_h = 1; in_h <= 40; ++in_h)
+    for (int64_t in_w = 1; in_w <= 40; ++in_w) {
+      ASSERT_TRUE(scalers.matches({in_w, in_h, 7, 5}, guard_side::before));
+      ASSERT_TRUE(scalers.matches({in_w, in_h, 19, 23}, guard_side::behind));
+    }
+}
+
+TEST(NearestNeighbor, EveryOutputSizeUpToFortyHasTheReferenceBits) {
+  every_scaler scalers(13 * 17, 40 * 40);
+  for (int64_t out_h = 1; out_h <= 40; ++out_h)
+    for (int64_t out_w = 1; out_w <= 40; ++out_w) {
+      ASSERT_TRUE(scalers.matches({3, 14, out_w, out_h}, guard_side::before));
+      ASSERT_TRUE(scalers.matches({13, 17, out_w, out_h}, guard_side::behind));
+    }
+}
+
+TEST(NearestNeighbor, LargeSizesHaveTheReferenceBits) {
+  every_scaler scalers(1 << 18, 1 << 18);
+  for (const sizes& s : {sizes{640, 400, 320, 200}, sizes{333, 257, 401, 513},
+                         sizes{64, 64, 2049, 100}, sizes{64, 64, 100, 2049}, sizes{1, 1, 257, 257},
+                         sizes{2, 3, 4099, 21}, sizes{3, 2, 21, 4099}, sizes{65535, 2, 1000, 3},
+                         sizes{2, 65535, 3, 1000}, sizes{3, 2, 65535, 4}, sizes{2, 3, 4, 65535},
+                         sizes{65535, 2, 65534, 2}, sizes{2, 65535, 2, 65535}}) {
+    ASSERT_TRUE(scalers.matches(s, guard_side::before));
+    ASSERT_TRUE(scalers.matches(s, guard_side::behind));
+  }
+}
+
+TEST(NearestNeighbor, FarColumnBehindThePlaneIsItsLastSample) {
+  // 64 to 2049 is a step of 2048: output 2048 falls on sample 64. Likewise 1 to 257.
+  for (const sizes& s :
+       {sizes{64, 1, 2049, 1}, sizes{1, 64, 1, 2049}, sizes{1, 1, 257, 1}, sizes{1, 1, 1, 257}}) {
+    const auto count = static_cast<size_t>(s.in_w * s.in_h);
+    kit::guarded_array<uint32_t> src(count);
+    std::iota(src.begin(), src.end(), 100u);
+    std::vector<uint32_t> dst(static_cast<size_t>(s.out_w * s.out_h));
+    ASSERT_EQ(uint32_t{QO_CMC_OK}, scale(src.data(), dst.data(), s));
+    EXPECT_EQ(src[count - 1], dst.back());
+  }
+}
+
+TEST(NearestNeighbor, FarColumnOfAnUpperRowIsTheNextRowsFirst) {
+  // Deliberate: an index inside the plane is not altered.
+  std::vector<uint32_t> src(2 * 64);
+  std::iota(src.begin(), src.end(), 0u);
+  std::vector<uint32_t> dst(2 * 2049);
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, scale(src.data(), dst.data(), {64, 2, 2049, 2}));
+  EXPECT_EQ(63u, dst[2047]);
+  EXPECT_EQ(64u, dst[2048]);
+  EXPECT_EQ(127u, dst[2049 + 2047]);
+  EXPECT_EQ(127u, dst[2049 + 2048]);
+
+  // 3 / 21 is rounded up, so 21 times it is more than 3.
+  const uint16_t rows[] = {0, 1, 2, 10, 11, 12};
+  std::vector<uint16_t> wide(2 * 21);
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, upscale(rows, wide.data(), {3, 2, 21, 2}));
+  EXPECT_EQ(2, wide[19]);
+  EXPECT_EQ(10, wide[20]);
+  EXPECT_EQ(12, wide[41]);
+}
+
+TEST(NearestNeighbor, FarRowBehindThePlaneIsTheLastRow) {
+  const uint16_t rows[] = {0, 1, 10, 11, 20, 21};
+  std::vector<uint16_t> tall(2 * 21);
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, upscale(rows, tall.data(), {2, 3, 2, 21}));
+  EXPECT_EQ(20, tall[40]);
+  EXPECT_EQ(21, tall[41]);
+}
+
+TEST(NearestNeighborFixedPoint, EqualSizesCopy) {
+  for (const int64_t side : {int64_t{1}, int64_t{2}, int64_t{37}, int64_t{300}}) {
+    const auto count = static_cast<size_t>(side * side);
+    std::vector<uint32_t> src(count), dst(count);
+    sample_planes::fill_with_noise(src.data(), count, 5);
+    ASSERT_EQ(uint32_t{QO_CMC_OK}, scale(src.data(), dst.data(), {side, side, side, side}));
+    EXPECT_EQ(src, dst);
+  }
+}
+
+TEST(NearestNeighborFixedPoint, SidesBeyond32BitsOfFixedPointAreExact) {
+  // 32768 << 16 is the first that does not fit a signed 32-bit value.
+  for (const int64_t side : {int64_t{32768}, int64_t{40000}, int64_t{65536}}) {
+    const auto count = static_cast<size_t>(side);
+    kit::guarded_array<uint32_t> src(count), dst(count);
+    sample_planes::fill_with_noise(src.data(), count, 5);
+    for (const sizes& s : {sizes{side, 1, side, 1}, sizes{1, side, 1, side}}) {
+      ASSERT_EQ(uint32_t{QO_CMC_OK}, scale(src.data(), dst.data(), s));
+      EXPECT_TRUE(std::equal(src.begin(), src.end(), dst.begin())) << side;
+    }
+  }
+}
+
+TEST(NearestNeighborFixedPoint, AddedOneMovesSamplesFrom65536OnForward) {
+  kit::guarded_array<uint32_t> src(70000), dst(70000);
+  std::iota(src.begin(), src.end(), 0u);
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, scale(src.data(), dst.data(), {70000, 1, 70000, 1}));
+  EXPECT_EQ(65535u, dst[65535]);
+  EXPECT_EQ(65537u, dst[65536]);
+  EXPECT_EQ(69999u, dst[69998]);
+  EXPECT_EQ(69999u, dst[69999]);
+}
+
+TEST(NearestNeighborFixedPoint, AddedOneDecidesWhereTheDivisionLeavesARemainder) {
+  // 3 to 9: the step is 21846, not 21845, so output 3 falls on sample 1 (65538), not short of it.
+  const uint32_t src[] = {7, 8, 9};
+  uint32_t dst[9] = {};
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, scale(src, dst, {3, 1, 9, 1}));
+  const uint32_t expected[] = {7, 7, 7, 8, 8, 8, 9, 9, 9};
+  EXPECT_TRUE(std::equal(dst, dst + 9, expected));
+}
+
+TEST(NearestNeighborFixedPoint, IsLeftAligned) {
+  const uint32_t src[] = {0, 1, 2, 3, 4, 5, 6, 7};
+  uint32_t dst[3] = {};
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, scale(src, dst, {8, 1, 2, 1}));
+  EXPECT_EQ(0u, dst[0]);
+  EXPECT_EQ(4u, dst[1]);
+}
+
+TEST(NearestNeighborFixedPoint, HugeClaimedSidesStayLinear) {
+  // One output row reads the first source row alone.
+  constexpr int32_t most = INT32_MAX;
+  kit::guarded_array<uint32_t> src(1);
+  src[0] = 9;
+  uint32_t dst[1] = {};
+  ASSERT_EQ(uint32_t{QO_CMC_OK},
+            image_nearest_neighbor_scale_uint32(src.data(), most, most, dst, 1, 1));
+  EXPECT_EQ(9u, dst[0]);
+}
+
+TEST(NearestNeighborFixedPoint, RefusesSizesBelowOneAndNulls) {
+  const uint32_t src[4] = {1, 2, 3, 4};
+  uint32_t dst[4] = {9, 9, 9, 9};
+  for (const int64_t bad : {int64_t{0}, int64_t{-1}, int64_t{INT32_MIN}}) {
+    EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, scale(src, dst, {bad, 2, 2, 2}));
+    EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, scale(src, dst, {2, bad, 2, 2}));
+    EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, scale(src, dst, {2, 2, bad, 2}));
+    EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, scale(src, dst, {2, 2, 2, bad}));
+  }
+  EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, scale(nullptr, dst, {2, 2, 2, 2}));
+  EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, scale(src, nullptr, {2, 2, 2, 2}));
+  EXPECT_EQ((std::vector<uint32_t>{9, 9, 9, 9}), std::vector<uint32_t>(dst, dst + 4));
+}
+
+TEST(NearestNeighborFarEdge, RefusesSizesBelowTwoAndNulls) {
+  const uint16_t halves[4] = {1, 2, 3, 4};
+  const int32_t numbers[4] = {1, 2, 3, 4};
+  uint16_t out_halves[4] = {9, 9, 9, 9};
+  uint32_t out_words[4] = {9, 9, 9, 9};
+  const auto expect_refused = [&](const uint16_t* src16, uint16_t* dst16, const int32_t* src32,
+                                  uint32_t* dst32, const sizes& s) {
+    EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, upscale(src16, dst16, s));
+    EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, downscale(src32, dst32, s, 0));
+    EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, downscale(src32, dst32, s, 1));
+  };
+  for (const int64_t bad : {int64_t{0}, int64_t{1}})
+    for (const sizes& s :
+         {sizes{bad, 2, 2, 2}, sizes{2, bad, 2, 2}, sizes{2, 2, bad, 2}, sizes{2, 2, 2, bad}})
+      expect_refused(halves, out_halves, numbers, out_words, s);
+  expect_refused(nullptr, out_halves, nullptr, out_words, {2, 2, 2, 2});
+  expect_refused(halves, nullptr, numbers, nullptr, {2, 2, 2, 2});
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_EQ(9, out_halves[i]);
+    EXPECT_EQ(9u, out_words[i]);
+  }
+}
+
+TEST(NearestNeighborFarEdge, TwoToFourTakesEachSampleTwice) {
+  const uint16_t src[] = {1, 2, 3, 4};
+  uint16_t dst[16] = {};
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, upscale(src, dst, {2, 2, 4, 4}));
+  const uint16_t expected[] = {1, 1, 2, 2, 1, 1, 2, 2, 3, 3, 4, 4, 3, 3, 4, 4};
+  EXPECT_TRUE(std::equal(dst, dst + 16, expected));
+}
+
+TEST(NearestNeighborFarEdge, UpscalerAcceptsSmallerOutputs) {
+  const uint16_t src[] = {0, 1, 2, 3, 10, 11, 12, 13, 20, 21, 22, 23, 30, 31, 32, 33};
+  uint16_t dst[4] = {};
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, upscale(src, dst, {4, 4, 2, 2}));
+  const uint16_t expected[] = {11, 13, 31, 33};
+  EXPECT_TRUE(std::equal(dst, dst + 4, expected));
+}
+
+const int32_t four_by_four[] = {90, 91, 92, 93, 94, 5, 6, 7, 95, 9, 10, 11, 96, 13, 14, 15};
+
+TEST(NearestNeighborFarEdge, DownscaleFromFourToTwoTakesSamplesOneAndThree) {
+  uint32_t dst[4] = {};
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(four_by_four, dst, {4, 4, 2, 2}, 0));
+  const uint32_t expected[] = {5, 7, 13, 15};
+  EXPECT_TRUE(std::equal(dst, dst + 4, expected));
+}
+
+TEST(NearestNeighborFarEdge, DownscalerAcceptsLargerOutputs) {
+  const int32_t src[] = {1, 2, 3, -4};
+  uint32_t dst[16] = {};
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src, dst, {2, 2, 4, 4}, 0));
+  EXPECT_EQ(1u, dst[0]);
+  EXPECT_EQ(2u, dst[2]);
+  EXPECT_EQ(uint32_t(-4), dst[15]);  // the bits unchanged
+}
+
+TEST(NearestNeighborMaximum, LeavesOutRowZeroAndColumnZero) {
+  // Deliberate: the large samples of row 0 and column 0 are in no block.
+  uint32_t dst[4] = {};
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(four_by_four, dst, {4, 4, 2, 2}, 1));
+  const uint32_t expected[] = {5, 7, 13, 15};
+  EXPECT_TRUE(std::equal(dst, dst + 4, expected));
+}
+
+TEST(NearestNeighborMaximum, IsOverTheWholeBlockAndAnyNonzeroSelectsIt) {
+  std::vector<int32_t> src(four_by_four, four_by_four + 16);
+  src[2 * 4 + 2] = 77;
+  for (const uint8_t use_max : {uint8_t{1}, uint8_t{2}, uint8_t{128}, uint8_t{255}}) {
+    uint32_t dst[4] = {};
+    ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src.data(), dst, {4, 4, 2, 2}, use_max));
+    const uint32_t expected[] = {5, 7, 13, 77};
+    EXPECT_TRUE(std::equal(dst, dst + 4, expected));
+  }
+}
+
+TEST(NearestNeighborMaximum, OfNegativeSamplesIsZero) {
+  const std::vector<int32_t> src(16, -1);
+  uint32_t dst[4] = {9, 9, 9, 9};
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src.data(), dst, {4, 4, 2, 2}, 1));
+  for (const uint32_t sample : dst) EXPECT_EQ(0u, sample);
+}
+
+TEST(NearestNeighborMaximum, OfAnEmptyBlockIsZero) {
+  // 2 to 4: outputs 0 and 1 end at sample 0, output 2 reaches sample 1, output 3 adds nothing.
+  const int32_t src[] = {5, 6, 7, 8};
+  uint32_t dst[16];
+  std::fill(dst, dst + 16, 9u);
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src, dst, {2, 2, 4, 4}, 1));
+  for (int i = 0; i < 16; ++i) EXPECT_EQ(i == 10 ? 8u : 0u, dst[i]) << i;
+}
+
+TEST(NearestNeighborMaximum, ComparesSignedValues) {
+  const int32_t src[] = {0, 0, 0, INT32_MIN, 0, INT32_MAX, -7, 0, 3};
+  uint32_t dst[4] = {};
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src, dst, {3, 3, 2, 2}, 1));
+  const sizes s{3, 3, 2, 2};
+  EXPECT_TRUE(same_bits(maximum_reference(src, s), dst, 2));
+  EXPECT_EQ(3u, dst[3]);
+}
+
+TEST(NearestNeighbor, ConstantPlanesStayConstant) {
+  for (const sizes& s : {sizes{5, 9, 31, 4}, sizes{31, 4, 5, 9}, sizes{3, 3, 21, 21}}) {
+    const auto in = static_cast<size_t>(s.in_w * s.in_h);
+    const auto out = static_cast<size_t>(s.out_w * s.out_h);
+    std::vector<uint32_t> words(out);
+    ASSERT_EQ(uint32_t{QO_CMC_OK},
+              scale(std::vector<uint32_t>(in, 0xdeadbeef).data(), words.data(), s));
+    EXPECT_EQ(std::vector<uint32_t>(out, 0xdeadbeef), words);
+    std::vector<uint16_t> halves(out);
+    ASSERT_EQ(uint32_t{QO_CMC_OK},
+              upscale(std::vector<uint16_t>(in, 65535).data(), halves.data(), s));
+    EXPECT_EQ(std::vector<uint16_t>(out, 65535), halves);
+    ASSERT_EQ(uint32_t{QO_CMC_OK},
+              downscale(std::vector<int32_t>(in, -3).data(), words.data(), s, 0));
+    EXPECT_EQ(std::vector<uint32_t>(out, uint32_t(-3)), words);
+  }
+}
+
+TEST(NearestNeighbor, RampsStayRampsAtWholeRatios) {
+  std::vector<uint16_t> src(2 * 5), up(2 * 15);
+  for (size_t i = 0; i < 10; ++i) src[i] = static_cast<uint16_t>(i % 5);
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, upscale(src.data(), up.data(), {5, 2, 15, 2}));
+  for (size_t i = 0; i < 15; ++i) EXPECT_EQ(i / 3, up[i]);
+}
+
+}  // namespace

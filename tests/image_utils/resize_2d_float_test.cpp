@@ -1,0 +1,188 @@
+// Bilinear resize of float arrays.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "qo_cmc/image_utils.h"
+#include "qo_cmc/parser.h"
+#include "tests/image_utils/sample_planes.h"
+
+namespace {
+
+using kit::guard_side;
+using sample_planes::edge_room;
+using sample_planes::noisy_room;
+using sample_planes::other_side;
+
+struct sizes {
+  uint32_t in_w, in_h, out_w, out_h;
+};
+
+uint32_t resize(const float* src, float* dst, const sizes& s) {
+  return resize_2d_array_float(src, s.in_w, static_cast<int32_t>(s.in_h), dst, s.out_w, s.out_h);
+}
+
+std::vector<float> reference(const float* src, const sizes& s) {
+  const int64_t in_w = s.in_w % 65536, out_w = s.out_w % 65536;
+  const int64_t in_h = s.in_h, out_h = s.out_h;
+  const float sx = static_cast<float>(in_w - 1) / static_cast<float>(out_w - 1);
+  const float sy = static_cast<float>(in_h - 1) / static_cast<float>(out_h - 1);
+  std::vector<float> dst;
+  for (int64_t y = 0; y < out_h; ++y)
+    for (int64_t x = 0; x < out_w; ++x) {
+      const float position_y = static_cast<float>(y) * sy;
+      const float position_x = static_cast<float>(x) * sx;
+      const int64_t r0 = static_cast<int64_t>(std::trunc(position_y)) % 65536;
+      const int64_t c0 = static_cast<int64_t>(std::trunc(position_x)) % 65536;
+      const int64_t r1 = r0 < in_h - 1 ? r0 + 1 : r0;
+      const int64_t c1 = c0 < in_w - 1 ? c0 + 1 : c0;
+      const float fy = position_y - static_cast<float>(r0);
+      const float fx = position_x - static_cast<float>(c0);
+      const float a = src[r1 * in_w + c1];
+      const float b = src[r0 * in_w + c1];
+      const float c = src[r0 * in_w + c0];
+      const float d = src[r1 * in_w + c0];
+      dst.push_back(fx * a * fy +
+                    (b * fx * (1 - fy) + c * (1 - fx) * (1 - fy) + (1 - fx) * d * fy));
+    }
+  return dst;
+}
+
+class guarded_resize {
+ public:
+  guarded_resize(size_t source_capacity, size_t output_capacity)
+      : source_(noisy_room<float>(source_capacity, 37)), output_(output_capacity) {}
+
+  ::testing::AssertionResult matches(const sizes& s, guard_side side) {
+    const float* const src = source_.plane(size_t{s.in_w % 65536} * s.in_h, side);
+    const size_t out_width = s.out_w % 65536;
+    float* const dst = output_.plane(out_width * s.out_h, other_side(side));
+    if (resize(src, dst, s) != QO_CMC_OK) return ::testing::AssertionFailure() << "refused";
+    return sample_planes::same_bits(reference(src, s), dst, out_width)
+           << " from " << s.in_w << " x " << s.in_h << " to " << s.out_w << " x " << s.out_h;
+  }
+
+ private:
+  edge_room<float> source_;
+  edge_room<float> output_;
+};
+
+TEST(Resize2dFloat, EveryPairOfSidesTo256HasTheReferenceBitsOnBothAxes) {
+  guarded_resize resizer(2 * 256, 2 * 256);
+  for (uint32_t in = 2; in <= 256; ++in)
+    for (uint32_t out = 2; out <= 256; ++out) {
+      const guard_side side = (in + out) % 2 ? guard_side::before : guard_side::behind;
+      ASSERT_TRUE(resizer.matches({in, 2, out, 2}, side));
+      ASSERT_TRUE(resizer.matches({2, in, 2, out}, side));
+    }
+}
+
+TEST(Resize2dFloat, EverySizeUpToFortyHasTheReferenceBits) {
+  guarded_resize resizer(40 * 40, 40 * 40);
+  for (uint32_t h = 2; h <= 40; ++h)
+    for (uint32_t w = 2; w <= 40; ++w) {
+      ASSERT_TRUE(resizer.matches({w, h, 7, 5}, guard_side::before));
+      ASSERT_TRUE(resizer.matches({w, h, 19, 23}, guard_side::behind));
+      ASSERT_TRUE(resizer.matches({3, 14, w, h}, guard_side::before));
+      ASSERT_TRUE(resizer.matches({13, 17, w, h}, guard_side::behind));
+    }
+}
+
+TEST(Resize2dFloat, LargeSizesHaveTheReferenceBits) {
+  guarded_resize resizer(1 << 18, 1 << 18);
+  for (const sizes& s :
+       {sizes{640, 400, 320, 200}, sizes{333, 257, 401, 513}, sizes{65535, 2, 65534, 2},
+        sizes{2, 65535, 2, 65534}, sizes{3, 2, 65535, 3}, sizes{2, 3, 3, 70000},
+        sizes{2, 70000, 2, 300}, sizes{2, 70001, 3, 70000}, sizes{2, 65536, 2, 65536},
+        sizes{2, 65537, 2, 65537}}) {
+    ASSERT_TRUE(resizer.matches(s, guard_side::before));
+    ASSERT_TRUE(resizer.matches(s, guard_side::behind));
+  }
+}
+
+TEST(Resize2dFloat, ExtremeSamplesHaveTheReferenceBits) {
+  constexpr float infinity = std::numeric_limits<float>::infinity();
+  const float values[] = {std::numeric_limits<float>::max(),
+                          std::numeric_limits<float>::lowest(),
+                          std::numeric_limits<float>::denorm_min(),
+                          -0.0f,
+                          infinity,
+                          -infinity,
+                          std::numeric_limits<float>::quiet_NaN(),
+                          1.0f};
+  for (uint32_t out = 2; out <= 12; ++out) {
+    std::vector<float> src(7 * 5);
+    for (size_t i = 0; i < src.size(); ++i) src[i] = values[(i * 5 + out) % 8];
+    const sizes s{7, 5, out, 14 - out};
+    std::vector<float> dst(size_t{s.out_w} * s.out_h);
+    ASSERT_EQ(uint32_t{QO_CMC_OK}, resize(src.data(), dst.data(), s));
+    ASSERT_TRUE(sample_planes::same_bits(reference(src.data(), s), dst.data(), s.out_w));
+  }
+}
+
+TEST(Resize2dFloat, WidthsCountModulo65536) {
+  guarded_resize resizer(9 * 9, 9 * 9);
+  EXPECT_TRUE(resizer.matches({0x10000 + 9, 5, 7, 4}, guard_side::behind));
+  EXPECT_TRUE(resizer.matches({9, 5, 0xffff0000 + 7, 4}, guard_side::behind));
+  EXPECT_TRUE(resizer.matches({0x80000002, 2, 0x7fff0002, 2}, guard_side::before));
+}
+
+TEST(Resize2dFloat, RowIndexStartsOverAt65536WhileTheFractionKeepsTheDistance) {
+  // Output row 1 falls on row 65537 of 65538: row 1 with a fraction of 65536.
+  kit::guarded_array<float> src(2 * 65538);
+  src[2 * 1] = 3.0f;
+  src[2 * 2] = 5.0f;
+  src[2 * 65537] = 1000.0f;
+  float dst[4] = {};
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, resize(src.data(), dst, {2, 65538, 2, 2}));
+  EXPECT_EQ(5.0f * 65536.0f - 3.0f * 65535.0f, dst[2]);
+}
+
+TEST(Resize2dFloat, NeighbourBehindTheLastSampleIsTheLastSample) {
+  const float src[] = {1, 2, 3, 4};
+  float dst[9] = {};
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, resize(src, dst, {2, 2, 3, 3}));
+  const float expected[] = {1, 1.5f, 2, 2, 2.5f, 3, 3, 3.5f, 4};
+  for (int i = 0; i < 9; ++i) EXPECT_EQ(expected[i], dst[i]);
+}
+
+TEST(Resize2dFloat, EqualSizesCopy) {
+  std::vector<float> src(37 * 41), dst(37 * 41);
+  sample_planes::fill_with_noise(src.data(), src.size(), 41);
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, resize(src.data(), dst.data(), {37, 41, 37, 41}));
+  EXPECT_EQ(src, dst);
+}
+
+TEST(Resize2dFloat, ConstantsStayConstantAndRampsStayRamps) {
+  // 9 to 33: a quarter of a sample to a step, exact in single precision.
+  const std::vector<float> constant(9 * 9, 0.75f);
+  std::vector<float> ramp(9 * 9), dst(33 * 33);
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, resize(constant.data(), dst.data(), {9, 9, 33, 33}));
+  EXPECT_EQ(std::vector<float>(33 * 33, 0.75f), dst);
+  for (size_t i = 0; i < 81; ++i) ramp[i] = static_cast<float>(i % 9) - 2.0f * float(i / 9);
+  ASSERT_EQ(uint32_t{QO_CMC_OK}, resize(ramp.data(), dst.data(), {9, 9, 33, 33}));
+  for (size_t i = 0; i < dst.size(); ++i)
+    ASSERT_EQ(0.25f * float(i % 33) - 0.5f * float(i / 33), dst[i]) << i;
+}
+
+TEST(Resize2dFloat, RefusesSidesBelowTwoAndNulls) {
+  const float src[4] = {1, 2, 3, 4};
+  float dst[4] = {9, 9, 9, 9};
+  for (const uint32_t bad : {0u, 1u, 0x10000u, 0x10001u, 0xffff0001u}) {
+    EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, resize(src, dst, {bad, 2, 2, 2})) << bad;
+    EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, resize(src, dst, {2, 2, bad, 2})) << bad;
+  }
+  for (const uint32_t bad : {0u, 1u, 0x80000000u, 0xffffffffu}) {
+    EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, resize(src, dst, {2, bad, 2, 2})) << bad;
+    EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, resize(src, dst, {2, 2, 2, bad})) << bad;
+  }
+  EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, resize(nullptr, dst, {2, 2, 2, 2}));
+  EXPECT_EQ(uint32_t{QO_CMC_INVALID_SIZE}, resize(src, nullptr, {2, 2, 2, 2}));
+  for (const float sample : dst) EXPECT_EQ(9.0f, sample);
+}
+
+}  // namespace
