@@ -15,10 +15,11 @@ namespace {
 }  // namespace
 
 float running_minimum(const float* values, size_t count) {
-  constexpr size_t lanes = 8;
+  constexpr size_t lanes = 32;
   if (count < lanes) return minimum_in_order(values, count);
 
-  // Without a NaN the order does not matter, and several minima run side by side.
+  // Without a NaN the order does not matter, and several minima run side by side: so many that
+  // GCC keeps the loop over them a loop, which it vectorises, instead of unrolling it first.
   float minima[lanes];
   uint32_t nans[lanes] = {};
   for (size_t lane = 0; lane < lanes; ++lane) minima[lane] = values[lane];

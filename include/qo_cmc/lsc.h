@@ -289,7 +289,17 @@ void deinit_computed_upscale_lsc_tables(computed_upscale_lsc_tables* tables);
  *   0: G2 C2   1: C2 G2   2: C1 G1   3: G1 C1
  *      C1 G1      G1 C1      G2 C2      C2 G2
  *
- * and 256 to 263 cells of 4 x 4 sites, in which one site of four has no colour and is left alone.
+ * and 256 to 263 cells of 4 x 4 sites, in which a site without a colour (--) is left alone:
+ *
+ *   256: C1 G2 C2 G2   257: G2 C2 G2 C1   258: C2 G2 C1 G2   259: G2 C1 G2 C2
+ *        G1 -- G1 --        -- G1 -- G1        G1 -- G1 --        -- G1 -- G1
+ *        C2 G2 C1 G2        G2 C1 G2 C2        C1 G2 C2 G2        G2 C2 G2 C1
+ *        G1 -- G1 --        -- G1 -- G1        G1 -- G1 --        -- G1 -- G1
+ *
+ *   260: G1 -- G1 --   261: -- G1 -- G1   262: G1 -- G1 --   263: -- G1 -- G1
+ *        C2 G2 C1 G2        G2 C1 G2 C2        C1 G2 C2 G2        G2 C2 G2 C1
+ *        G1 -- G1 --        -- G1 -- G1        G1 -- G1 --        -- G1 -- G1
+ *        C1 G2 C2 G2        G2 C2 G2 C1        C2 G2 C1 G2        G2 C1 G2 C2
  *
  * @param[in,out] target  `lens_shading`: `lights` of 152 bytes, whose tables have width x height
  *                        samples
@@ -311,7 +321,8 @@ void deinit_computed_upscale_lsc_tables(computed_upscale_lsc_tables* tables);
  *         8 `plane_order` or `cfa_layout` is none of the above, nothing is touched;
  *         0 done
  *
- * Allocates nothing. Tables of target and source may be the same arrays.
+ * Allocates nothing. A table of the target and one of the source may be the same array, but must
+ * not overlap in part.
  */
 uint64_t ratio_based_sample_to_sample_correction(lens_shading_set* target,
                                                  const lens_shading_set* source,

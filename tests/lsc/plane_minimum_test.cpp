@@ -27,7 +27,7 @@ TEST(RunningMinimum, LosesANanToTheNextValue) {
 }
 
 TEST(RunningMinimum, KeepsANanInTheLastPlaceOnly) {
-  for (const size_t count : {2u, 7u, 8u, 9u, 16u, 21u, 64u}) {
+  for (const size_t count : {2u, 7u, 8u, 9u, 31u, 32u, 33u, 64u, 101u}) {
     for (size_t place = 0; place < count; ++place) {
       plain::floats values(count, 4.0f);
       values[0] = 1.0f;  // forgotten when a NaN comes after it
@@ -44,7 +44,7 @@ TEST(RunningMinimum, KeepsANanInTheLastPlaceOnly) {
 TEST(RunningMinimum, EqualsThePlainRuleForRandomValuesWithAndWithoutNans) {
   std::mt19937 random(41);
   std::uniform_real_distribution<float> value(-5.0f, 50.0f);
-  for (size_t count = 1; count <= 70; ++count) {
+  for (size_t count = 1; count <= 140; ++count) {
     for (int round = 0; round < 40; ++round) {
       plain::floats values(count);
       for (float& v : values) {
@@ -88,7 +88,7 @@ TEST(PlaneNormalisation, RefusesAMinimumThatIsNotAboveZeroAndLeavesThePlane) {
 TEST(PlaneNormalisation, EqualsThePlainRule) {
   std::mt19937 random(42);
   std::uniform_real_distribution<float> value(0.5f, 50.0f);
-  for (size_t count = 1; count <= 70; ++count) {
+  for (size_t count = 1; count <= 140; ++count) {
     plain::floats values(count);
     for (float& v : values) v = random() % 20 == 0 ? nan_value : value(random);
     plain::floats expected = values;
