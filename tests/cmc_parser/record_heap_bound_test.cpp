@@ -101,7 +101,7 @@ std::vector<dense_record> dense_records() {
   };
 }
 
-TEST(HeapBound, TheDensestRecordsTakeWhatTheirLayoutsSayAndNoMore) {
+TEST(RecordHeapBound, TheDensestRecordsTakeWhatTheirLayoutsSayAndNoMore) {
   for (const dense_record& c : dense_records()) {
     SCOPED_TRACE(c.what);
     const auto expected = static_cast<size_t>(c.times_size * static_cast<double>(c.record.size()));
@@ -113,7 +113,7 @@ TEST(HeapBound, TheDensestRecordsTakeWhatTheirLayoutsSayAndNoMore) {
   }
 }
 
-TEST(HeapBound, AModulesGridAddsItsOwnSizeOnce) {
+TEST(RecordHeapBound, AModulesGridAddsItsOwnSizeOnce) {
   module_grid without_values(255, 255);
   module_grid with_values(255, 255, 0, std::vector<uint32_t>(255 * 255, 7));
   for (const kit::named_record& record : kit::every_good_record())
@@ -122,7 +122,7 @@ TEST(HeapBound, AModulesGridAddsItsOwnSizeOnce) {
                 peak_of(record.content, module));
 }
 
-TEST(HeapBound, EveryRecordWithAnyCountAltered) {
+TEST(RecordHeapBound, EveryRecordWithAnyCountAltered) {
   constexpr uint16_t counts[] = {0, 1, 2, 255, 256, 0x7fff, 0x8000, 0xff80, 0xffff};
   for (const kit::named_record& record : kit::every_good_record()) {
     SCOPED_TRACE(record.name);
@@ -135,7 +135,7 @@ TEST(HeapBound, EveryRecordWithAnyCountAltered) {
   }
 }
 
-TEST(HeapBound, EveryRecordWithAllItsCountsAltered) {
+TEST(RecordHeapBound, EveryRecordWithAllItsCountsAltered) {
   std::mt19937 random(24);
   constexpr uint16_t counts[] = {0, 1, 2, 3, 4, 16, 255, 4096, 0x7fff, 0x8000, 0xff80, 0xffff};
   for (const kit::named_record& record : kit::every_good_record()) {
@@ -150,7 +150,7 @@ TEST(HeapBound, EveryRecordWithAllItsCountsAltered) {
   }
 }
 
-TEST(HeapBound, EveryKindOfAnyBytes) {
+TEST(RecordHeapBound, EveryKindOfAnyBytes) {
   std::mt19937 random(36);
   for (uint16_t id = 0; id <= 37; ++id)
     for (const uint8_t version : kit::every_version)
