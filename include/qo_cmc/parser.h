@@ -121,6 +121,10 @@ void qo_vexb_others_parser_init(const qo_blob* container, parsed_cmc* cmc);
  *
  * Contract: a kind that keeps its copy (1, 5, 6, 7, 10, 13, 15 to 21, 23) answers 0 to a record
  * that fails its size check and neither stores nor releases it.
+ *
+ * Heap. Whatever its counts say, a record makes the library hold at most 24 times its `size` and
+ * 2 KiB, the record itself included; beside a calibration grid of w x h values, record 30 may take
+ * 4 w h bytes more.
  */
 uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* module);
 
