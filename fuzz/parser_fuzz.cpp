@@ -9,7 +9,7 @@
 // readable to the ends that the public headers promise, with one owner for each block.
 //
 // Leaks are not looked at here: some kinds forget the copy of a malformed record by contract
-// (run with -detect_leaks=0). The tests account for every block.
+// (run with ASAN_OPTIONS=detect_leaks=0). The tests account for every block.
 
 #include <algorithm>
 #include <cstdint>

@@ -53,6 +53,28 @@ TEST(HeapBound, CountsThatNoDataBacksReserveNothing) {
   }
 }
 
+/// Each field of two bytes near a good record's start, where the counts stand, announces more than
+/// the record holds.
+TEST(HeapBound, NoOverstatedCountReservesRoomForItself) {
+  const kit::fake_platform quiet;
+  for (const kit::named_record& record : kit::every_good_record()) {
+    SCOPED_TRACE(record.name);
+    const size_t extra = record.content.u16_at(6) == 20 ? derived_bytes : 0;
+    for (size_t offset = 8; offset + 2 <= std::min<size_t>(record.content.size(), 80); ++offset) {
+      for (const uint16_t count : std::initializer_list<uint16_t>{3000, 0xffff}) {
+        bytes overstated = record.content;
+        overstated.patch_u16(offset, count);
+        // Sides of a plane stand next to each other.
+        expect_bounded(container().add(overstated).image(), extra);
+        if (offset + 4 > overstated.size()) continue;
+        overstated.patch_u16(offset + 2, count);
+        expect_bounded(container().add(overstated).image(), extra);
+      }
+    }
+    if (HasFailure()) return;
+  }
+}
+
 struct dense_case {
   std::string name;
   bytes record;
