@@ -1,4 +1,4 @@
-/// The one way from a floating-point value to an integer.
+/// The ways from a floating-point value to an integer.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +14,18 @@ template <typename Float>
   if (value >= limit) return INT32_MAX;
   if (value <= -limit) return INT32_MIN;
   return static_cast<int32_t>(value);
+}
+
+/// A value whose low 16 bits are those of truncate_to_i32(value), for loops that keep no more: what
+/// lies out of range is replaced before the conversion, not branched around it, and so becomes
+/// vector code.
+[[nodiscard]] inline uint32_t truncate_for_low_16(float value) {
+  constexpr float limit = 2147483648.0f;
+  // INT32_MIN ends in 16 zeros, so that 0 stands for what is too low, as for a NaN.
+  const float inside = __builtin_fabsf(value) < limit ? value : 0.0f;
+  // INT32_MAX ends in 16 ones.
+  const uint32_t saturated = value >= limit ? UINT32_MAX : 0;
+  return static_cast<uint32_t>(static_cast<int32_t>(inside)) | saturated;
 }
 
 }  // namespace qo

@@ -7,7 +7,7 @@
 
 #include "base/float_to_int.h"
 #include "image_utils/held_samples.h"
-#include "qo_cmc/parser.h"  // status codes
+#include "qo_cmc/status.h"
 
 namespace qo {
 namespace {

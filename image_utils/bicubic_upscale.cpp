@@ -4,7 +4,7 @@
 #include "image_utils/catmull_rom_patch.h"
 #include "image_utils/extrapolated_buffer.h"
 #include "qo_cmc/image_utils.h"
-#include "qo_cmc/parser.h"  // status codes
+#include "qo_cmc/status.h"
 
 namespace qo {
 namespace {

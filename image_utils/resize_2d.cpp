@@ -5,7 +5,7 @@
 #include <cstddef>
 
 #include "image_utils/held_samples.h"
-#include "qo_cmc/parser.h"  // status codes
+#include "qo_cmc/status.h"
 
 namespace qo {
 namespace {

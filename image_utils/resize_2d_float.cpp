@@ -5,7 +5,7 @@
 #include <cstddef>
 
 #include "base/float_to_int.h"
-#include "qo_cmc/parser.h"  // status codes
+#include "qo_cmc/status.h"
 
 namespace qo {
 namespace {

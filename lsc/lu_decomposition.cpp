@@ -3,7 +3,7 @@
 #include "base/c_heap.h"
 #include "lsc/strided_matrix.h"
 #include "qo_cmc/lsc.h"
-#include "qo_cmc/parser.h"  // status codes
+#include "qo_cmc/status.h"
 
 namespace qo {
 namespace {

@@ -2,9 +2,10 @@
 
 #include <cstddef>
 
+#include "base/float_to_int.h"
 #include "lsc/colour_cells.h"
 #include "qo_cmc/lsc.h"
-#include "qo_cmc/parser.h"  // status codes
+#include "qo_cmc/status.h"
 
 namespace qo {
 namespace {
@@ -18,29 +19,17 @@ void average_greens(float* green_1, float* green_2, size_t count) {
   }
 }
 
-/// A value whose low 16 bits are those of truncate_to_i32(value), in a form that compilers turn
-/// into vector code: what lies outside 32 bits is replaced before the conversion, not branched
-/// around it.
-[[nodiscard]] inline uint32_t truncate_for_low_16(float value) {
-  constexpr float limit = 2147483648.0f;  // 2^31
-  // INT32_MIN ends in 16 zeros, so 0 stands for what is too low, and for a NaN.
-  const float inside = __builtin_fabsf(value) < limit ? value : 0.0f;
-  // INT32_MAX ends in 16 ones.
-  const uint32_t saturated = value >= limit ? UINT32_MAX : 0;
-  return static_cast<uint32_t>(static_cast<int32_t>(inside)) | saturated;
-}
-
 /// target[i] = source[i] * gains[i]. Contract: no clamp, the low 16 bits are kept.
 void scale_table(const uint16_t* source, const float* gains, uint16_t* target, size_t count) {
-  // In groups, through 32-bit values: a loop that narrows as it goes makes compilers narrow every
-  // mask of the saturation as well, which costs more than the product.
+  // In groups, through 32-bit values: in a loop that narrows as it goes compilers narrow every mask
+  // of the saturation as well, which costs more than the product.
   constexpr size_t group = 64;
-  uint32_t whole[group];
+  uint32_t products[group];
   for (size_t done = 0; done < count; done += group) {
     const size_t left = count - done < group ? count - done : group;
     for (size_t i = 0; i < left; ++i)
-      whole[i] = truncate_for_low_16(static_cast<float>(source[done + i]) * gains[done + i]);
-    for (size_t i = 0; i < left; ++i) target[done + i] = static_cast<uint16_t>(whole[i]);
+      products[i] = truncate_for_low_16(static_cast<float>(source[done + i]) * gains[done + i]);
+    for (size_t i = 0; i < left; ++i) target[done + i] = static_cast<uint16_t>(products[i]);
   }
 }
 

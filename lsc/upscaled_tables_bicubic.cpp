@@ -2,7 +2,7 @@
 
 #include "lsc/gain_tables.h"
 #include "qo_cmc/image_utils.h"
-#include "qo_cmc/parser.h"  // status codes
+#include "qo_cmc/status.h"
 #include "qo_nvm.h"
 
 namespace qo {

@@ -3,7 +3,7 @@
 #include "lsc/gain_tables.h"
 #include "lsc/plane_minimum.h"
 #include "lsc/quartic_surface.h"
-#include "qo_cmc/parser.h"  // status codes
+#include "qo_cmc/status.h"
 #include "qo_nvm.h"
 
 namespace qo {

@@ -17,6 +17,7 @@
 #include <stdint.h>
 
 #include "parsed_cmc.h"
+#include "status.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -33,15 +34,6 @@ typedef struct qo_blob {
 
 /** The NVM library's calibration object, see qo_nvm.h of that library. */
 typedef struct calibration calibration;
-
-/** Status codes of the exported functions. */
-enum {
-  QO_CMC_OK = 0,            /**< done */
-  QO_CMC_STEP_FAILED = 2,   /**< a step of a composite operation failed */
-  QO_CMC_NO_MEMORY = 4,     /**< an allocation failed */
-  QO_CMC_INVALID = 8,       /**< invalid argument, unknown record kind, malformed record */
-  QO_CMC_INVALID_SIZE = 32, /**< invalid size, or a null pointer where a plane is needed */
-};
 
 /**
  * Parses a container without module calibration: qo_cmc_parser_init_v1() with a null `nvm`.

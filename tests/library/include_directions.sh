@@ -23,10 +23,10 @@ allow() {
 }
 
 name='[a-z0-9_.]+'
-# Of parser.h the numeric folders take the status codes.
+# The numeric folders know nothing of containers and records.
 allow base "base/$name"
-allow image_utils "base/$name|image_utils/$name|qo_cmc/(image_utils|parser)\.h"
-allow lsc "base/$name|image_utils/$name|lsc/$name|qo_cmc/(image_utils|lens_shading|lsc|parser)\.h|qo_nvm\.h"
+allow image_utils "base/$name|image_utils/$name|qo_cmc/(image_utils|status)\.h"
+allow lsc "base/$name|image_utils/$name|lsc/$name|qo_cmc/(image_utils|lens_shading|lsc|status)\.h|qo_nvm\.h"
 allow cmc_parser \
   "base/$name|image_utils/$name|lsc/$name|cmc_parser/(records/)?$name|qo_cmc/$name|qo_(log|nvm|vexb_parser)\.h"
 allow include/qo_cmc "$name"
