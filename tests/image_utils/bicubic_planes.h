@@ -4,10 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <random>
+#include <vector>
 
+#include "tests/image_utils/sample_planes.h"
 #include "tests/kit/guarded_buffer.h"
 
 namespace planes {
@@ -34,13 +35,8 @@ template <typename Expected, typename Actual>
 ::testing::AssertionResult same_bits(const Expected& expected, const Actual& actual, size_t width) {
   if (expected.size() != actual.size())
     return ::testing::AssertionFailure() << expected.size() << " and " << actual.size();
-  static_assert(sizeof(*expected.data()) == sizeof(*actual.data()));
-  for (size_t i = 0; i < expected.size(); ++i)
-    if (memcmp(expected.data() + i, actual.data() + i, sizeof(*expected.data())) != 0)
-      return ::testing::AssertionFailure()
-             << "row " << i / width << " column " << i % width << ": expected "
-             << +expected.data()[i] << ", got " << +actual.data()[i];
-  return ::testing::AssertionSuccess();
+  return sample_planes::same_bits(std::vector(expected.data(), expected.data() + expected.size()),
+                                  actual.data(), width);
 }
 
 }  // namespace planes
