@@ -1,23 +1,14 @@
 #include "cmc_parser/calibration_merge.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 
+#include "base/load.h"
+#include "cmc_parser/records/kept_layouts.h"
 #include "qo_cmc/lsc.h"
 
 namespace qo {
 namespace {
-
-// Record 17, as kept.
-constexpr size_t plane_order_offset = 10;
-constexpr size_t orientation_offset = 12;
-
-uint16_t load_u16(const record_header* record, size_t offset) {
-  uint16_t value;
-  memcpy(&value, reinterpret_cast<const uint8_t*>(record) + offset, sizeof value);
-  return value;
-}
 
 bool has_table(const lens_shading_light& light) {
   return std::any_of(std::begin(light.tables), std::end(light.tables), [](const auto& row) {
@@ -41,8 +32,9 @@ void merge_calibration(parsed_cmc& cmc, const calibration& module) {
   lens_shading_set& target = *cmc.lens_shading;
   if (!is_worth_rebuilding(target)) return;
 
-  const uint16_t orientation = load_u16(cmc.record_17.record, orientation_offset);
-  const uint16_t plane_order = load_u16(cmc.record_17.record, plane_order_offset);
+  const record_header* const record_17 = cmc.record_17.record;
+  const uint16_t orientation = load<uint16_t>(record_17, record_17_layout::orientation);
+  const uint16_t plane_order = load<uint16_t>(record_17, record_17_layout::plane_order);
   computed_upscale_lsc_tables* const gains =
       compute_upscaled_lsc_tables_polynom4th(target.width, target.height, &module, orientation);
   if (!gains) return;

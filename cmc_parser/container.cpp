@@ -1,7 +1,8 @@
 #include "cmc_parser/container.h"
 
 #include <cstddef>
-#include <cstring>
+
+#include "base/load.h"
 
 namespace qo {
 namespace {
@@ -12,29 +13,23 @@ namespace {
 constexpr uint32_t total_offset = 4;
 constexpr uint32_t checksum_offset = 20;
 
-uint32_t load_u32(const uint8_t* bytes) {
-  uint32_t value;
-  memcpy(&value, bytes, sizeof value);
-  return value;
-}
-
 /// Wrapping sum of the whole words in `size` bytes; a rest of up to 3 bytes does not count.
 uint32_t sum_of_words(const uint8_t* bytes, uint32_t size) {
   uint32_t sum = 0;
   const size_t words = size / sizeof(uint32_t);
-  for (size_t i = 0; i < words; ++i) sum += load_u32(bytes + sizeof(uint32_t) * i);
+  for (size_t i = 0; i < words; ++i) sum += load<uint32_t>(bytes, sizeof(uint32_t) * i);
   return sum;
 }
 
 }  // namespace
 
-uint32_t stated_total(const uint8_t* image) { return load_u32(image + total_offset); }
+uint32_t stated_total(const uint8_t* image) { return load<uint32_t>(image, total_offset); }
 
 bool is_valid_container(const qo_blob& container) {
   const uint8_t* const image = static_cast<const uint8_t*>(container.data);
   const uint32_t total = container.size;
   if (total < container_header_size || stated_total(image) != total) return false;
-  const uint32_t checksum = load_u32(image + checksum_offset);
+  const uint32_t checksum = load<uint32_t>(image, checksum_offset);
   // Writers follow either of two rules: the sum of every other word, or of the records alone.
   if (checksum == sum_of_words(image, total) - checksum) return true;
   return checksum == sum_of_words(image + container_header_size, total - container_header_size);
@@ -43,8 +38,7 @@ bool is_valid_container(const qo_blob& container) {
 std::optional<record_view> record_walk::next() {
   if (total_ < offset_ || total_ - offset_ < sizeof(record_header)) return std::nullopt;
   const uint8_t* const bytes = image_ + offset_;
-  record_header header;
-  memcpy(&header, bytes, sizeof header);
+  const record_header header = load<record_header>(bytes);
   if (header.size < sizeof header || header.size > total_ - offset_) return std::nullopt;
   offset_ += header.size;
   return record_view{bytes, header.size, header.id};

@@ -8,6 +8,8 @@
 
 namespace qo {
 
+inline constexpr uint32_t container_header_size = 24;
+
 /// One record inside a container.
 struct record_view {
   const uint8_t* bytes;
@@ -28,7 +30,7 @@ class record_walk {
  private:
   const uint8_t* image_;
   uint32_t total_;
-  uint32_t offset_ = 24;
+  uint32_t offset_ = container_header_size;
 };
 
 /// Total size of a container in bytes, as its header states it; needs 8 bytes at `image`.
@@ -36,7 +38,5 @@ class record_walk {
 
 /// Whether descriptor, stated total and checksum agree; `container` has data.
 [[nodiscard]] bool is_valid_container(const qo_blob& container);
-
-constexpr uint32_t container_header_size = 24;
 
 }  // namespace qo

@@ -3,13 +3,15 @@
 #include <cstring>
 
 #include "base/c_heap.h"
+#include "base/load.h"
 #include "cmc_parser/fixed_point.h"
+#include "cmc_parser/records/kept_layouts.h"
 
 namespace qo {
 namespace {
 
-constexpr uint32_t source_long_entry_size = 28;
-constexpr uint32_t source_short_entry_size = 8;
+static_assert(record_19_layout::tail_entry_size == record_20_layout::entry_size);
+constexpr uint64_t source_short_entry_size = record_20_layout::entry_size;
 constexpr uint32_t tail_size = 4 * sizeof(uint16_t);
 constexpr uint8_t base_version = 100;
 constexpr uint16_t derived_kind = 34;
@@ -17,14 +19,7 @@ constexpr uint16_t derived_kind = 34;
 enum block_kind : uint32_t { from_record_19 = 0, from_record_20 = 1 };
 enum block_form : uint32_t { list_form = 2, tail_form = 3 };
 
-template <typename T>
-T load(const void* bytes, size_t offset) {
-  T value;
-  memcpy(&value, static_cast<const uint8_t*>(bytes) + offset, sizeof value);
-  return value;
-}
-
-// Record 19, as kept: u16 parameter at byte 8, the counts of its two arrays at 12 and 14.
+/// What is read of a kept record 19.
 struct source_19 {
   bool present = false;
   uint16_t parameter = 0;
@@ -32,8 +27,7 @@ struct source_19 {
   uint16_t short_count = 0;
 };
 
-// Record 20, as kept: two u16 from byte 8, two u8 from byte 12, then its list: u16 form at byte 14,
-// where 1 means entries, and their number at byte 16.
+/// What is read of a kept record 20.
 struct source_20 {
   bool present = false;
   uint16_t tail[4] = {};
@@ -42,20 +36,24 @@ struct source_20 {
 };
 
 source_19 read_source_19(const parsed_cmc& cmc) {
+  namespace layout = record_19_layout;
   const record_header* const record = cmc.record_19.record;
   if (!record) return {};
-  return {true, load<uint16_t>(record, 8), load<uint16_t>(record, 12), load<uint16_t>(record, 14)};
+  return {true, load<uint16_t>(record, layout::parameter),
+          load<uint16_t>(record, layout::entry_count), load<uint16_t>(record, layout::tail_count)};
 }
 
 source_20 read_source_20(const parsed_cmc& cmc) {
+  namespace layout = record_20_layout;
   const record_header* const record = cmc.record_20.record;
   if (!record) return {};
-  source_20 source = {true,
-                      {load<uint16_t>(record, 8), load<uint16_t>(record, 10),
-                       load<uint8_t>(record, 12), load<uint8_t>(record, 13)}};
+  source_20 source = {
+      true,
+      {load<uint16_t>(record, layout::value_8), load<uint16_t>(record, layout::value_10),
+       load<uint8_t>(record, layout::value_12), load<uint8_t>(record, layout::value_13)}};
   if (cmc.record_20.payload) {
-    source.has_list = load<uint16_t>(record, 14) == 1;
-    source.list_count = load<uint16_t>(record, 16);
+    source.has_list = load<uint16_t>(record, layout::list) == 1;
+    source.list_count = load<uint16_t>(record, layout::list_count);
   }
   // A list that the record is too short for makes the record count as absent.
   if (source.has_list && source.list_count > 0 && !cmc.record_20.tail) return {};
@@ -110,7 +108,7 @@ void fill_block_from_19(const parsed_cmc& cmc, const source_19& source, record_3
     block.long_entries = area.take<record_34_long_entry>(source.long_count);
     for (uint32_t i = 0; i < source.long_count; ++i)
       block.long_entries[i] =
-          convert_long_entry(cmc.record_19.entries + source_long_entry_size * i);
+          convert_long_entry(cmc.record_19.entries + record_19_layout::entry_size * i);
   }
   block.short_entries = convert_short_entries(cmc.record_19.tail, source.short_count, area);
 }

@@ -1,5 +1,6 @@
 #include <iterator>
 
+#include "base/load.h"
 #include "cmc_parser/records/decoders.h"
 
 namespace qo {
@@ -53,11 +54,8 @@ static_assert(std::size(decoders) == 37);
 uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* module) {
   if (!record || !cmc) return QO_CMC_INVALID;
   // The size is looked at alone first: a shorter block has no header to read.
-  uint32_t size;
-  memcpy(&size, record, sizeof size);
-  if (size < sizeof(record_header)) return QO_CMC_INVALID;
-  record_header header;
-  memcpy(&header, record, sizeof header);
+  if (qo::load<uint32_t>(record) < sizeof(record_header)) return QO_CMC_INVALID;
+  const record_header header = qo::load<record_header>(record);
   if (header.id >= std::size(qo::decoders) || !qo::decoders[header.id]) return QO_CMC_INVALID;
   return qo::decoders[header.id](qo::record_copy(record), *cmc, module);
 }

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "base/c_heap.h"
+#include "base/load.h"
 #include "cmc_parser/container.h"
 
 // Record 722:
@@ -13,16 +14,14 @@ namespace qo {
 namespace {
 
 constexpr uint16_t others_kind = 722;
+constexpr uint32_t value_offset = 8;
+constexpr uint32_t count_offset = 12;
 constexpr uint32_t entries_offset = 16;
 constexpr uint32_t most_entries = 8;
 
 void copy_others(const record_view& record, parsed_cmc& cmc) {
   if (record.size < entries_offset) return;
-  uint32_t value;
-  uint32_t count;
-  memcpy(&value, record.bytes + 8, sizeof value);
-  memcpy(&count, record.bytes + 12, sizeof count);
-  count = std::min(count, most_entries);
+  const uint32_t count = std::min(load<uint32_t>(record.bytes, count_offset), most_entries);
   const size_t entries_size = sizeof(uint64_t) * count;
   if (entries_size > record.size - entries_offset) return;
 
@@ -30,7 +29,7 @@ void copy_others(const record_view& record, parsed_cmc& cmc) {
   // Contract: an earlier block is the client's, and a failed allocation empties the slot.
   cmc.others = block;
   if (!block) return;
-  block->others_value = value;
+  block->others_value = load<uint32_t>(record.bytes, value_offset);
   block->others_count = count;
   memcpy(block->others_entries, record.bytes + entries_offset, entries_size);
 }

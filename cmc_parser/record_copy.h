@@ -8,6 +8,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/load.h"
 #include "qo_cmc/parsed_cmc.h"
 
 namespace qo {
@@ -17,9 +18,8 @@ namespace qo {
 class record_copy {
  public:
   /// `block` is a C-heap block that holds at least a header and as many bytes as its `size` says.
-  explicit record_copy(void* block) : bytes_(static_cast<uint8_t*>(block)) {
-    memcpy(&header_, bytes_, sizeof header_);
-  }
+  explicit record_copy(void* block)
+      : bytes_(static_cast<uint8_t*>(block)), header_(load<record_header>(block)) {}
   record_copy(record_copy&& other) noexcept
       : bytes_(std::exchange(other.bytes_, nullptr)), header_(other.header_) {}
   record_copy(const record_copy&) = delete;
@@ -39,9 +39,7 @@ class record_copy {
   /// The little-endian value at `offset`, or 0 when the record ends before its last byte.
   template <typename T>
   T read(uint64_t offset) const {
-    T value{};
-    if (holds(offset + sizeof(T))) memcpy(&value, bytes_ + offset, sizeof(T));
-    return value;
+    return holds(offset + sizeof(T)) ? load<T>(bytes_, offset) : T{};
   }
 
   /// Length of the NUL-terminated string at `offset`, if its terminator is inside the record.

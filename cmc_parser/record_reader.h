@@ -2,8 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 
+#include "base/load.h"
 #include "cmc_parser/record_copy.h"
 
 namespace qo {
@@ -32,9 +32,8 @@ class record_reader {
 
   template <typename T>
   T read() {
-    T value{};
-    if (const uint8_t* const taken = take(sizeof(T))) memcpy(&value, taken, sizeof(T));
-    return value;
+    const uint8_t* const taken = take(sizeof(T));
+    return taken ? load<T>(taken) : T{};
   }
 
   uint64_t offset() const { return offset_; }

@@ -53,12 +53,14 @@ uint32_t lu_decomposition_m(const float* src, int32_t src_stride1, int32_t src_s
   const qo::heap_array<float> copy(qo::c_new_array<float>(static_cast<size_t>(elements)));
   if (!copy) return QO_CMC_NO_MEMORY;
 
+  // The source is copied before anything is written, so that it may be factorised in place.
+  const bool has_source = width_height >= 1 && src != nullptr;
+  if (has_source) memcpy(copy.get(), src, static_cast<size_t>(elements) * sizeof(float));
   // Contract: the first element is marked with the low byte of the element count. Only a size below
   // 1 leaves the mark in place.
   memset(dst, static_cast<int>(elements & 0xff), sizeof(float));
   if (width_height < 1) return QO_CMC_OK;
 
-  if (src != nullptr) memcpy(copy.get(), src, static_cast<size_t>(elements) * sizeof(float));
   qo::factorise(qo::strided_result(copy.get(), src_stride1, src_stride2),
                 qo::strided_result(dst, dst_stride1, dst_stride2), dst_index, width_height);
   return QO_CMC_OK;

@@ -6,14 +6,12 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/load.h"
+
 namespace qo {
 
 /// Elements go through memcpy: a stride that is no multiple of 4 breaks their alignment.
-[[nodiscard]] inline float load_float(const uint8_t* address) {
-  float value;
-  memcpy(&value, address, sizeof value);
-  return value;
-}
+[[nodiscard]] inline float load_float(const uint8_t* address) { return load<float>(address); }
 
 inline void store_float(uint8_t* address, float value) { memcpy(address, &value, sizeof value); }
 

@@ -36,8 +36,8 @@ uint32_t lsc_polynomial_upscale_float(const float* design_t, const float* lu,
                                       float* const destination[4], uint16_t grid_width,
                                       uint16_t grid_height, uint16_t out_width, uint16_t out_height,
                                       uint16_t term_count) {
-  (void)
-      dst_index;  // Contract: the factorisation never exchanges rows, so there is nothing to undo.
+  // Contract: never read. The factorisation exchanges no rows, so there is nothing to undo.
+  (void)dst_index;
   if (!qo::is_addressable_grid(grid_width, grid_height)) return QO_CMC_STEP_FAILED;
   if (out_width == 0 || out_height == 0) return QO_CMC_OK;
   if (design_t == nullptr || lu == nullptr || source == nullptr || destination == nullptr)

@@ -1,9 +1,9 @@
 #include "cmc_parser/records/calibration_blend.h"
 
-#include <cstring>
 #include <utility>
 
 #include "base/float_to_int.h"
+#include "base/load.h"
 
 namespace qo {
 namespace {
@@ -14,9 +14,7 @@ constexpr float record_share = 0x1.999998p-2f;
 constexpr int reach = 3;
 
 uint32_t value_at(const calibration_grid& grid, int y, int x) {
-  uint32_t value;
-  memcpy(&value, grid.values + y * grid.width + x, sizeof value);
-  return value;
+  return load<uint32_t>(grid.values + y * grid.width + x);
 }
 
 /// Values that the local mean counts: those strictly between two bounds.

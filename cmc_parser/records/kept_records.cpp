@@ -2,6 +2,7 @@
 
 #include "base/c_heap.h"
 #include "cmc_parser/records/decoders.h"
+#include "cmc_parser/records/kept_layouts.h"
 
 namespace qo {
 namespace {
@@ -91,17 +92,14 @@ uint32_t decode_record_16(record_copy record, parsed_cmc& cmc, const calibration
   return QO_CMC_OK;
 }
 
-// Record 17:
-//    10  u16  plane order of the calibration's gain planes
-//    12  u16  orientation of the calibration's grids
-//    14  -    payload, version >= 101
 uint32_t decode_record_17(record_copy record, parsed_cmc& cmc, const calibration*) {
   release_record_17(cmc);
   if (!record.holds(16)) {
     record.leak();
     return QO_CMC_OK;
   }
-  cmc.record_17.payload = record.version() >= version_101 ? record.bytes() + 14 : nullptr;
+  cmc.record_17.payload =
+      record.version() >= version_101 ? record.bytes() + record_17_layout::payload : nullptr;
   cmc.record_17.record = record.keep();
   return QO_CMC_OK;
 }
@@ -123,45 +121,36 @@ uint32_t decode_record_18(record_copy record, parsed_cmc& cmc, const calibration
   return QO_CMC_OK;
 }
 
-// Record 19:
-//    12  u16  entry_count
-//    14  u16  tail_count
-//    16  entry_count entries of 28 bytes
-//     -  tail_count entries of 8 bytes
 uint32_t decode_record_19(record_copy record, parsed_cmc& cmc, const calibration*) {
+  namespace layout = record_19_layout;
   release_record_19(cmc);
-  const uint64_t tail = 16 + uint64_t{28} * record.read<uint16_t>(12);
-  if (!record.holds_padded(tail + uint64_t{8} * record.read<uint16_t>(14))) {
+  const uint64_t tail =
+      layout::entries + layout::entry_size * record.read<uint16_t>(layout::entry_count);
+  const uint64_t tail_count = record.read<uint16_t>(layout::tail_count);
+  if (!record.holds_padded(tail + layout::tail_entry_size * tail_count)) {
     record.leak();
     return QO_CMC_OK;
   }
-  cmc.record_19.entries = record.bytes() + 16;
+  cmc.record_19.entries = record.bytes() + layout::entries;
   cmc.record_19.tail = record.bytes() + tail;
   cmc.record_19.record = record.keep();
   return QO_CMC_OK;
 }
 
-// Record 20:
-//     8  u16  value
-//    10  u16  value
-//    12  u8   value
-//    13  u8   value, version >= 101
-//    14  u16  form of the list, version >= 102
-//    16  u16  count
-//    20  count entries of 8 bytes
 uint32_t decode_record_20(record_copy record, parsed_cmc& cmc, const calibration*) {
+  namespace layout = record_20_layout;
   release_record_20(cmc);
   if (!record.holds(16)) {
     record.leak();
     return QO_CMC_OK;
   }
   // Older versions lack the value; its readers find the default in its place.
-  if (record.version() <= version_100) record.bytes()[13] = 8;
-  if (record.version() >= version_102 && record.holds(20)) {
-    cmc.record_20.payload = record.bytes() + 14;
+  if (record.version() <= version_100) record.bytes()[layout::value_13] = 8;
+  if (record.version() >= version_102 && record.holds(layout::entries)) {
+    cmc.record_20.payload = record.bytes() + layout::list;
     // The layout asks for 4 bytes more than the list takes, unpadded.
-    if (record.holds(uint64_t{8} * record.read<uint16_t>(16) + 24))
-      cmc.record_20.tail = record.bytes() + 20;
+    if (record.holds(layout::entry_size * record.read<uint16_t>(layout::list_count) + 24))
+      cmc.record_20.tail = record.bytes() + layout::entries;
   }
   cmc.record_20.record = record.keep();
   return QO_CMC_OK;

@@ -9,14 +9,17 @@ namespace {
 
 using header_slot = record_header* parsed_cmc::*;
 
-/// 9, 31, 32: the last record that the container library accepts wins. A refused one changes
-/// nothing.
-uint32_t replace_decoded(record_copy& record, parsed_cmc& cmc, header_slot slot) {
+/// The container library's code; a record that it refuses stays the caller's and changes nothing.
+uint32_t decode_in_place(record_copy& record) {
   const uint32_t code = qo_vexb_parse_record(record.bytes());
-  if (code != QO_CMC_OK) {
-    record.leave_to_caller();
-    return code;
-  }
+  if (code != QO_CMC_OK) record.leave_to_caller();
+  return code;
+}
+
+/// 9, 31, 32: the last record that the container library accepts wins.
+uint32_t replace_decoded(record_copy& record, parsed_cmc& cmc, header_slot slot) {
+  const uint32_t code = decode_in_place(record);
+  if (code != QO_CMC_OK) return code;
   c_release(cmc.*slot);
   cmc.*slot = record.keep();
   return QO_CMC_OK;
@@ -46,16 +49,13 @@ uint32_t decode_record_32(record_copy record, parsed_cmc& cmc, const calibration
 uint32_t decode_record_34(record_copy record, parsed_cmc& cmc, const calibration*) {
   constexpr uint32_t most_blocks = 4;
   constexpr uint64_t count_offset = 8;
-  const uint32_t code = qo_vexb_parse_record(record.bytes());
-  if (code != QO_CMC_OK) {
-    record.leave_to_caller();
-    return code;
-  }
+  const uint32_t code = decode_in_place(record);
+  if (code != QO_CMC_OK) return code;
   record.reread_size();
   if (record.holds(count_offset + sizeof most_blocks) &&
       record.read<uint32_t>(count_offset) > most_blocks)
     memcpy(record.bytes() + count_offset, &most_blocks, sizeof most_blocks);
-  // Contract: an earlier record 34 is not released; its readers may still hold places in it.
+  // Contract: an earlier record 34 is not released.
   cmc.record_34 = record.keep();
   return QO_CMC_OK;
 }

@@ -1,4 +1,5 @@
 #include "base/c_heap.h"
+#include "base/load.h"
 #include "cmc_parser/copy_bounded.h"
 #include "cmc_parser/record_reader.h"
 #include "cmc_parser/records/decoders.h"
@@ -20,13 +21,7 @@ constexpr uint64_t entry_head_size = 20;
 constexpr uint64_t tail_entry_size = 16;
 constexpr uint64_t planes_of_entry = 3;
 
-uint16_t entry_count(const record_27_content& content) {
-  uint16_t count;
-  memcpy(&count, reinterpret_cast<const uint8_t*>(content.record) + count_offset, sizeof count);
-  return count;
-}
-
-/// Releases what the entries own, the entries and the structure; the copy is another's.
+/// Releases what the entries own, and the entries.
 void free_entries(record_27_content& content, uint16_t count) {
   if (!content.entries) return;
   for (uint16_t i = 0; i < count; ++i) {
@@ -57,7 +52,7 @@ void release_record_27(parsed_cmc& cmc) {
   // Contract: a structure whose copy is missing stays allocated, since nothing says how many
   // entries it has.
   if (!content || !content->record) return;
-  free_entries(*content, entry_count(*content));
+  free_entries(*content, load<uint16_t>(content->record, count_offset));
   free(content->record);
   c_release(cmc.record_27);
 }

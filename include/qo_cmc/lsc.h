@@ -11,7 +11,7 @@
  * in bytes and signed: a packed matrix of n columns has strides 4 n and 4, its transpose 4 and 4 n,
  * and a negative stride walks backwards from the base. An element may stand at any byte address.
  * The width is the number of columns, the height the number of rows. A vector has the element
- * stride alone. A result must not overlap a source.
+ * stride alone. A result must not overlap a source, unless its function says so.
  *
  * Unless a function says otherwise all arrays are the caller's, no pointer is kept, working memory
  * is released before the return, and concurrent calls are safe as long as no call writes what
@@ -110,7 +110,7 @@ uint32_t mul_mv(const float* src1, int32_t src1_stride1, int32_t src1_stride2, i
  *
  * @param[in]  src        N x N elements, or null for a matrix of zeros; not read when N is below 1
  * @param[out] dst_index  N values: 0, 1, ... N - 1, since rows are never exchanged
- * @param[out] dst        N x N elements, outside `src`. With N below 1 its first four bytes are
+ * @param[out] dst        N x N elements; may be `src`. With N below 1 its first four bytes are
  *                        written, each with the low byte of N * N
  * @param[in]  width_height  N
  * @return 0 done; a zero pivot is not detected and leaves infinities and NaNs;

@@ -3,12 +3,14 @@
  * The parsed CMC: one structure of slots, one or more for each kind of CMC record.
  *
  * Ownership. A slot named `record` holds the library's private copy of a record, byte for byte as
- * in the container; pointers documented as "into the copy" live exactly as long as it does. Other
- * pointers own a block of their own unless they say otherwise. Everything is released by
- * qo_cmc_parser_deinit(), except `others`. Nothing points into the container or the NVM image.
+ * in the container unless the slot says otherwise; pointers documented as "into the copy" live
+ * exactly as long as it does. Other pointers own a block of their own unless they say otherwise.
+ * Everything is released by qo_cmc_parser_deinit(), except `others`. Nothing points into the
+ * container or the NVM image.
  *
- * Empty slots are all zero bytes. The pointers that belong to one kept copy are all set or all null
- * (record_16 apart). Which record of a kind wins: for `lens_shading` built from kind 10,
+ * Empty slots are all zero bytes (but for record_13.params and record_16.payload). The pointers
+ * that belong to one kept copy are set together, or null together; which of them a version leaves
+ * null stands beside them. Which record of a kind wins: for `lens_shading` built from kind 10,
  * `lens_shading_ext` from kind 11 and `record_31` from kind 3 the first; otherwise the last.
  *
  * Layout: little-endian, 64-bit pointers. Pointers into a record are aligned only as the record's
@@ -98,8 +100,9 @@ typedef struct record_22_content {
   int16_t height;
   uint32_t value_16;
   uint16_t grid_count;
-  uint32_t value_items;       /**< from version 101: the value in front of the item count */
-  int32_t item_count;         /**< from version 101: as stored; below 1 there are no items */
+  uint32_t value_items; /**< from version 101: the value in front of the item count */
+  /** From version 101: as stored, but 0 when the items do not fit; below 1 there are none. */
+  int32_t item_count;
   uint8_t block[1024];        /**< from version 101 */
   uint8_t block_tail[16];     /**< bytes 512 to 527 of the block, once more */
   record_22_grid_entry* grid; /**< `grid_count` entries; null when there are none */
@@ -183,7 +186,7 @@ typedef struct record_30_content {
   uint16_t trailing_columns;
   uint8_t padding_30[2];
   uint8_t* items;     /**< item_count x 6 bytes, or null */
-  uint32_t* grid;     /**< grid_width x grid_height values, or null */
+  uint32_t* grid;     /**< grid_width x grid_height values at least, or null */
   uint32_t* trailing; /**< trailing_rows x trailing_columns values, or null */
 } record_30_content;
 
@@ -300,8 +303,8 @@ typedef struct parsed_cmc {
   } lsc_grid;
   struct {
     record_header* record;
-    uint16_t* values; /**< as many as the record's u16 at byte 70, owned; null without memory */
-    uint16_t params[4];
+    uint16_t* values;   /**< as many as the record's u16 at byte 70, owned; null without memory */
+    uint16_t params[4]; /**< 0, 1, 250 and 1000 where the record has none, or is malformed */
   } record_13;
   struct {
     record_header* record;
@@ -339,11 +342,13 @@ typedef struct parsed_cmc {
     const uint8_t* entries; /**< copy + 16: 28 bytes an entry */
     const uint8_t* tail;    /**< behind the entries: 8 bytes an entry */
   } record_19;
+  /** In versions up to 100 byte 13 of the copy is 8, whatever the record holds there. */
   struct {
     record_header* record;
     const uint8_t* payload; /**< copy + 14 from version 102 on; else null */
     const uint8_t* tail;    /**< copy + 20: 8 bytes an entry; null when they do not fit */
   } record_20;
+  /** Contract: the record's copy is lost when there is no memory for its items. */
   record_22_content* record_22;
   record_header* record_23;
   record_24_content* record_24;
@@ -364,7 +369,10 @@ typedef struct parsed_cmc {
   record_header* record_31;
   record_header* record_32;           /**< decoded in place by the container library */
   lens_shading_set* lens_shading_ext; /**< from record 11 or 33 */
-  /** A record_34_table: decoded in place by the container library, or synthesised. */
+  /**
+   * A record_34_table: decoded in place by the container library, or synthesised. Contract: a
+   * second record of this kind replaces the first without releasing it.
+   */
   record_header* record_34;
   struct {
     record_35_first* first;

@@ -65,9 +65,13 @@ parsed_cmc* qo_cmc_parser_init(const qo_blob* container);
  *         neither checksum holds, or the parsed CMC cannot be allocated. A record that is
  *         malformed, or for which there is no memory, leaves its slot empty and is no failure.
  *
- * Neither image is referenced after the call. The heap that is held at any time is at most 24 bytes
- * for each byte of the container and 4 KiB, and, with a record 20, another 8 x 65535 bytes for the
- * derived record; a calibration grid adds its own size.
+ * Neither image is referenced after the call.
+ *
+ * Heap. At any time at most 24 bytes for each byte of the container and 4 KiB are held, and, with a
+ * record 20, another 8 x 65535 bytes for the derived record. An NVM image adds the size of its
+ * calibration grid, and, while the tables of a set of width x height samples are rebuilt, 16 x
+ * width x height bytes for each of its calibration sets and 136 bytes for each sample of their
+ * grids.
  */
 parsed_cmc* qo_cmc_parser_init_v1(const qo_blob* container, const qo_blob* nvm);
 
@@ -112,7 +116,8 @@ void qo_vexb_others_parser_init(const qo_blob* container, parsed_cmc* cmc);
  *         any other value: what qo_vexb_parse_record() returned for kinds 9, 31, 32 and 34.
  *
  * Contract: a kind that keeps its copy (1, 5, 6, 7, 10, 13, 15 to 21, 23) answers 0 to a record
- * that fails its size check and neither stores nor releases it.
+ * that fails its size check and neither stores nor releases it. Nor are the first of two records 34
+ * and the copy of a record 22 without memory for its items ever released.
  *
  * Heap. Whatever its counts say, a record makes the library hold at most 24 times its `size` and
  * 2 KiB, the record itself included; beside a calibration grid of w x h values, record 30 may take

@@ -60,6 +60,16 @@ kit::container container_of(const records_given& given) {
   return container;
 }
 
+/// A map without planes: a set with lights and a grid, but with no table.
+kit::mapped_grid_fields without_tables(uint16_t grid_width, uint16_t grid_height, uint16_t lights) {
+  kit::mapped_grid_fields fields;
+  fields.width = grid_width;
+  fields.height = grid_height;
+  fields.lights = lights;
+  fields.channel_map.assign(16, -1);
+  return fields;
+}
+
 /// Every sample of a set that `light`s of this form hold, in order of light, site and place.
 template <typename Light>
 std::vector<uint16_t> samples_of(const lens_shading_set& set, const Light* lights) {
@@ -182,17 +192,122 @@ TEST(CalibrationMerge, TakesLayoutOrderAndOrientationFromRecords2And17) {
   deinit_computed_upscale_lsc_tables(gains);
 }
 
-TEST(CalibrationMerge, WhoseTablesCannotBeBuiltLeavesTheSetsAlone) {
+struct refused_module {
+  const char* name;
+  uint8_t width, height;
+  kit::module_calibration::raw_rule raw;
+};
+
+class MergeRefusal : public testing::TestWithParam<refused_module> {};
+
+TEST_P(MergeRefusal, LeavesTheSetsAloneWhenTheTablesCannotBeBuilt) {
+  const refused_module& c = GetParam();
   const std::vector<uint8_t> image = container_of({}).image();
   const kit::cmc_ptr plain = kit::parse(image);
   kit::fake_platform platform;
-  // Grids of 3 columns determine no quartic: the normal matrix is singular.
-  kit::module_calibration narrow(1, 3, 3, 8, [](size_t, size_t, size_t, size_t) { return 255u; });
-  narrow.object().lsc_grid_width = 0;
-  platform.answer_images_with(&narrow.object());
+  kit::module_calibration module(1, c.width, c.height, 9, c.raw);
+  platform.answer_images_with(&module.object());
   const kit::cmc_ptr cmc = kit::parse(image, &some_nvm);
   EXPECT_EQ(target_samples(*plain), target_samples(*cmc));
   EXPECT_EQ(1u, platform.released_handles().size());
+}
+
+const refused_module refused_modules[] = {
+    {"an_empty_grid", 0, 6, [](size_t, size_t, size_t, size_t) { return 0u; }},
+    // One point determines no quartic: the normal matrix is all ones, its second pivot 0.
+    {"a_singular_grid", 1, 1, [](size_t, size_t, size_t, size_t) { return 512u; }},
+    // A surface through a single spike of 129 falls below 0 around it.
+    {"a_surface_below_0", 9, 9,
+     [](size_t, size_t, size_t r, size_t k) { return r == 4 && k == 4 ? 65535u : 0u; }},
+};
+INSTANTIATE_TEST_SUITE_P(Table, MergeRefusal, testing::ValuesIn(refused_modules),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(CalibrationMerge, ServesSetsOfTheUnmappedKinds) {
+  // Records 10 and 11: a 2 x 2 cell, and `aux` as it is stored.
+  kit::fixed_grid_fields base, ext;
+  base.width = ext.width = width;
+  base.height = ext.height = height;
+  base.sample = base_sample;
+  ext.sample = ext_sample;
+  const std::vector<uint8_t> image = kit::container()
+                                         .add(kit::record_2({.cfa_layout = 2}))
+                                         .add(kit::record_17())
+                                         .add(kit::record_10(base))
+                                         .add(kit::record_11(ext))
+                                         .image();
+  kit::fake_platform platform;
+  kit::module_calibration module = sloping_module();
+  platform.answer_images_with(&module.object());
+  const kit::cmc_ptr cmc = kit::parse(image, &some_nvm);
+  computed_upscale_lsc_tables* const gains =
+      compute_upscaled_lsc_tables_polynom4th(width, height, &module.object(), 0);
+  ASSERT_NE(nullptr, gains);
+  for (size_t light = 0; light < 2; ++light) {
+    ASSERT_EQ(light + 1, cmc->lens_shading_ext->lights_ext[light].aux);
+    for (size_t site = 0; site < 4; ++site)
+      for (size_t i = 0; i < samples; ++i)
+        ASSERT_EQ(static_cast<uint16_t>(static_cast<float>(ext_sample(light, site, i)) *
+                                        gains->gain_tables[light][site * samples + i]),
+                  cmc->lens_shading->lights[light].tables[site / 2][site % 2][i]);
+  }
+  deinit_computed_upscale_lsc_tables(gains);
+}
+
+TEST(CalibrationMerge, LeavesTheSitesWithoutAColourOfALargeCell) {
+  // Layout 256: rows 1 and 3 are G1 - G1 -, the others hold no dash.
+  kit::mapped_grid_fields base = grid_of(base_sample), ext = grid_of(ext_sample);
+  base.lights = ext.lights = 1;
+  for (size_t site = 0; site < 16; ++site)
+    base.channel_map[site] = ext.channel_map[site] = static_cast<int8_t>(site);
+  const std::vector<uint8_t> image = kit::container()
+                                         .add(kit::record_2({.cfa_layout = 256}))
+                                         .add(kit::record_17({.plane_order = 3}))
+                                         .add(kit::record_28(base))
+                                         .add(kit::record_33(ext))
+                                         .image();
+  kit::fake_platform platform;
+  kit::module_calibration module = sloping_module();
+  platform.answer_images_with(&module.object());
+  const kit::cmc_ptr cmc = kit::parse(image, &some_nvm);
+  for (size_t row = 0; row < 4; ++row) {
+    for (size_t column = 0; column < 4; ++column) {
+      const size_t site = 4 * row + column;
+      const bool dash = row % 2 == 1 && column % 2 == 1;
+      const uint16_t* const table = cmc->lens_shading->lights[0].tables[row][column];
+      bool is_base = true;
+      for (size_t i = 0; i < samples; ++i) is_base = is_base && table[i] == base_sample(0, site, i);
+      EXPECT_EQ(dash, is_base) << "row " << row << " column " << column;
+    }
+  }
+}
+
+TEST(CalibrationMerge, OfATargetWithoutTablesCopiesTheLeadingFields) {
+  const std::vector<uint8_t> image = kit::container()
+                                         .add(kit::record_2())
+                                         .add(kit::record_17())
+                                         .add(kit::record_28(without_tables(4, 10, 3)))
+                                         .add(kit::record_33(grid_of(ext_sample)))
+                                         .image();
+  kit::fake_platform platform;
+  // The source has fewer lights than the target: nothing may be copied.
+  kit::module_calibration module = sloping_module();
+  platform.answer_images_with(&module.object());
+  const kit::cmc_ptr fewer = kit::parse(image, &some_nvm);
+  EXPECT_EQ(kit::default_light_head(0).gains[0], fewer->lens_shading->lights[0].gains[0]);
+
+  kit::mapped_grid_fields target = without_tables(4, 10, 2);
+  target.heads = {kit::default_light_head(7), kit::default_light_head(8)};
+  const kit::cmc_ptr cmc = kit::parse(kit::container()
+                                          .add(kit::record_2())
+                                          .add(kit::record_17())
+                                          .add(kit::record_28(target))
+                                          .add(kit::record_33(grid_of(ext_sample)))
+                                          .image(),
+                                      &some_nvm);
+  for (size_t light = 0; light < 2; ++light)
+    EXPECT_EQ(cmc->lens_shading_ext->lights_ext[light].gains[0],
+              cmc->lens_shading->lights[light].gains[0]);
 }
 
 TEST(CalibrationMerge, ThatStopsAtALightKeepsTheLightsBeforeIt) {
@@ -210,16 +325,6 @@ TEST(CalibrationMerge, ThatStopsAtALightKeepsTheLightsBeforeIt) {
   EXPECT_FALSE(std::equal(before.begin(), before.begin() + half, after.begin()));
   EXPECT_TRUE(std::equal(before.begin() + half, before.end(), after.begin() + half));
   EXPECT_EQ(1u, platform.released_handles().size());
-}
-
-/// A map without planes: a set with lights and a grid, but with no table.
-kit::mapped_grid_fields without_tables(uint16_t grid_width, uint16_t grid_height, uint16_t lights) {
-  kit::mapped_grid_fields fields;
-  fields.width = grid_width;
-  fields.height = grid_height;
-  fields.lights = lights;
-  fields.channel_map.assign(16, -1);
-  return fields;
 }
 
 struct target_case {

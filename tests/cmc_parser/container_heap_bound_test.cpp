@@ -4,6 +4,7 @@
 
 #include "tests/cmc_parser/container_cycle.h"
 #include "tests/kit/fake_platform.h"
+#include "tests/kit/module_calibration.h"
 #include "tests/kit/records.h"
 
 namespace {
@@ -167,6 +168,35 @@ TEST(HeapBound, TheDerivedRecordReservesItsCountOnce) {
   }
   EXPECT_EQ(0u, ledger.live_blocks());
   EXPECT_GE(sizeof(parsed_cmc) + 3 * 20 + 80 + derived_bytes, ledger.peak_bytes());
+}
+
+TEST(HeapBound, AModuleAddsItsGainPlanesAndWorkingStorageForTheLengthOfTheMerge) {
+  constexpr uint16_t width = 40, height = 30;
+  constexpr uint8_t sets = 20, grid_width = 9, grid_height = 7;
+  kit::module_calibration module(
+      sets, grid_width, grid_height, 10, [](size_t set, size_t channel, size_t r, size_t k) {
+        return static_cast<uint32_t>(set + channel + r * r + k * k + 100);
+      });
+  kit::fake_platform platform;
+  platform.answer_images_with(&module.object());
+  kit::mapped_grid_fields grid;
+  grid.width = width;
+  grid.height = height;
+  const std::vector<uint8_t> image = container()
+                                         .add(kit::record_2())
+                                         .add(kit::record_17())
+                                         .add(kit::record_28(grid))
+                                         .add(kit::record_33(grid))
+                                         .image();
+  const uint8_t some_image[] = {1};
+  const qo_blob nvm = {some_image, 1};
+  kit::allocation_ledger ledger;
+  kit::run_cycle(ledger, image, &nvm);
+  const size_t planes = size_t{16} * width * height * sets;
+  EXPECT_LE(planes, ledger.peak_bytes());
+  EXPECT_GE(
+      bytes_per_byte * image.size() + fixed_bytes + planes + size_t{136} * grid_width * grid_height,
+      ledger.peak_bytes());
 }
 
 TEST(HeapBound, TheOthersBlockNeverGrows) {

@@ -52,6 +52,22 @@ TEST(LuDecomposition, EqualsThePlainRuleInEveryLayoutOfTheResult) {
   }
 }
 
+TEST(LuDecomposition, MayReplaceItsSource) {
+  std::mt19937 random(13);
+  for (int32_t n = 1; n <= 9; ++n) {
+    strided_buffer matrix(n, n, layout::packed);
+    matrix.fill(random);
+    const plain::floats expected = plain::factors(matrix.packed(), size_t(n));
+    std::vector<int32_t> index(size_t(n), -1);
+    ASSERT_EQ(lu_decomposition_m(matrix.base(), matrix.stride1(), matrix.stride2(), index.data(),
+                                 matrix.base(), matrix.stride1(), matrix.stride2(), n),
+              0u);
+    const plain::floats actual = matrix.packed();
+    EXPECT_EQ(plain::first_difference(expected.data(), actual.data(), actual.size()), actual.size())
+        << "size " << n;
+  }
+}
+
 TEST(LuDecomposition, GivesFactorsWhoseProductIsTheSource) {
   constexpr size_t n = 12;
   std::mt19937 random(12);
