@@ -7,6 +7,8 @@
 
 #include "base/float_to_int.h"
 #include "image_utils/held_samples.h"
+#include "image_utils/plane_arrays.h"
+#include "image_utils/signed_power.h"
 #include "qo_cmc/status.h"
 
 namespace qo {
@@ -124,18 +126,11 @@ template <typename Sample>
     if (region.y + region.height > size.height) return QO_CMC_INVALID_SIZE;
   }
   if (n_planes == 0) return QO_CMC_OK;
-  if (src_planes == nullptr || dst_planes == nullptr) return QO_CMC_INVALID_SIZE;
-  for (size_t i = 0; i < n_planes; ++i)
-    if (src_planes[i] == nullptr || dst_planes[i] == nullptr) return QO_CMC_INVALID_SIZE;
+  if (has_null_plane(src_planes, dst_planes, n_planes)) return QO_CMC_INVALID_SIZE;
 
   for (size_t i = 0; i < n_planes; ++i)
     downscale_plane(src_planes[i], size, region, dst_planes[i], out_width, out_height, format);
   return QO_CMC_OK;
-}
-
-/// Contract: 2^31 is the negative number that a signed 32-bit shift makes.
-[[nodiscard]] float signed_power_of_two(uint16_t exponent) {
-  return static_cast<float>(static_cast<int32_t>(uint32_t{1} << (exponent % 32)));
 }
 
 }  // namespace

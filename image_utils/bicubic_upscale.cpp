@@ -2,7 +2,9 @@
 // is in catmull_rom_patch.
 
 #include "image_utils/catmull_rom_patch.h"
+#include "image_utils/corner_alignment.h"
 #include "image_utils/extrapolated_buffer.h"
+#include "image_utils/plane_arrays.h"
 #include "qo_cmc/image_utils.h"
 #include "qo_cmc/status.h"
 
@@ -23,17 +25,12 @@ struct upscale_size {
   return size.in_width <= size.out_width && size.in_height <= size.out_height;
 }
 
-/// Corner-aligned: the first and last output samples fall on the first and last source samples.
-[[nodiscard]] float source_step(uint16_t in_side, uint16_t out_side) {
-  return static_cast<float>(in_side - 1) / static_cast<float>(out_side - 1);
-}
-
 /// Samples the surface of one extrapolated plane; `rows` has room for four output rows.
 void upscale_plane(const float* buffer, const upscale_size& size, float* rows, float* dst) {
   const size_t stride = extrapolated_stride(size.in_width);
   const size_t out_width = size.out_width;
-  const float step_x = source_step(size.in_width, size.out_width);
-  const float step_y = source_step(size.in_height, size.out_height);
+  const float step_x = corner_aligned_step(size.in_width, size.out_width);
+  const float step_y = corner_aligned_step(size.in_height, size.out_height);
   size_t rows_cell = SIZE_MAX;
   for (size_t y = 0; y < size.out_height; ++y) {
     const patch_position at = patch_position_of(y, step_y);
@@ -50,9 +47,7 @@ template <typename Sample>
                                       const upscale_size& size, uint16_t n_planes) {
   if (!is_upscale(size)) return QO_CMC_INVALID_SIZE;
   if (n_planes == 0) return QO_CMC_OK;
-  if (src_planes == nullptr || dst_planes == nullptr) return QO_CMC_INVALID_SIZE;
-  for (size_t plane = 0; plane < n_planes; ++plane)
-    if (src_planes[plane] == nullptr || dst_planes[plane] == nullptr) return QO_CMC_INVALID_SIZE;
+  if (has_null_plane(src_planes, dst_planes, n_planes)) return QO_CMC_INVALID_SIZE;
 
   const heap_array<float> rows(c_new_array<float>(size_t{4} * size.out_width));
   const heap_array<float> buffer = new_extrapolated_buffer(size.in_width, size.in_height);

@@ -2,8 +2,8 @@
 ///
 /// Between four source samples the surface is a polynomial in the two fractions of the position,
 ///
-///   sum over m, n of a[m][n] ty^m tx^n = sum over m of R_m ty^m,   R_m = sum over n of a[m][n]
-///   tx^n
+///   sum over m, n of a[m][n] ty^m tx^n = sum over m of R_m ty^m
+///   R_m = sum over n of a[m][n] tx^n
 ///
 /// R_m depends on the row of cells and on the output column alone. So one pass along a row of cells
 /// leaves four rows of R, which serve every output row that falls into these cells.

@@ -3,6 +3,7 @@
 #include <cassert>
 #include <cstring>
 
+#include "image_utils/signed_power.h"
 #include "qo_cmc/image_utils.h"
 
 namespace qo {
@@ -125,9 +126,8 @@ void fill_extrapolated_buffer(const float* src, float* buffer, uint16_t width, u
 
 void create_scaled_extrapolated_buffer_u16(const uint16_t* src, float* buffer, uint16_t width,
                                            uint16_t height, int32_t shift) {
-  // Deliberate: the power is a signed number, so with a count of 31 every sample changes its sign.
-  const int32_t power = static_cast<int32_t>(uint32_t{1} << (static_cast<uint32_t>(shift) % 32));
-  const float factor = 1.0f / static_cast<float>(power);
+  // With a shift of 31 every sample changes its sign.
+  const float factor = 1.0f / signed_power_of_two(static_cast<uint32_t>(shift));
   fill_in_order(buffer, width, height, [src, width, factor](size_t row, float* to) {
     convert_row_scaled(src + row * width, width, factor, to);
   });

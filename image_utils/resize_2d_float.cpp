@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "base/float_to_int.h"
+#include "image_utils/corner_alignment.h"
 #include "qo_cmc/status.h"
 
 namespace qo {
@@ -16,10 +17,6 @@ struct sample_pair {
   size_t second;  ///< `first` itself at the last sample: nothing is extrapolated
   float fraction;
 };
-
-[[nodiscard]] float corner_aligned_step(uint32_t in_side, uint32_t out_side) {
-  return static_cast<float>(in_side - 1) / static_cast<float>(out_side - 1);
-}
 
 [[nodiscard]] sample_pair sample_pair_of(uint32_t out_index, float step, uint32_t in_side) {
   const float position = static_cast<float>(out_index) * step;
@@ -44,8 +41,6 @@ void blend_rows(const float* upper, const float* lower, float fraction_y, uint32
   }
 }
 
-[[nodiscard]] bool is_two_or_more(uint32_t side) { return static_cast<int32_t>(side) >= 2; }
-
 }  // namespace
 }  // namespace qo
 
@@ -55,15 +50,14 @@ uint32_t resize_2d_array_float(const float* src, uint32_t in_w, int32_t in_h, fl
   // signed values.
   const auto in_width = static_cast<uint16_t>(in_w);
   const auto out_width = static_cast<uint16_t>(out_w);
-  const auto in_height = static_cast<uint32_t>(in_h);
-  if (in_width < 2 || out_width < 2) return QO_CMC_INVALID_SIZE;
-  if (!qo::is_two_or_more(in_height) || !qo::is_two_or_more(out_h)) return QO_CMC_INVALID_SIZE;
+  const auto out_height = static_cast<int32_t>(out_h);
+  if (in_width < 2 || out_width < 2 || in_h < 2 || out_height < 2) return QO_CMC_INVALID_SIZE;
   if (src == nullptr || dst == nullptr) return QO_CMC_INVALID_SIZE;
 
   const float step_x = qo::corner_aligned_step(in_width, out_width);
-  const float step_y = qo::corner_aligned_step(in_height, out_h);
+  const float step_y = qo::corner_aligned_step(in_h, out_height);
   for (uint32_t i = 0; i < out_h; ++i) {
-    const qo::sample_pair y = qo::sample_pair_of(i, step_y, in_height);
+    const qo::sample_pair y = qo::sample_pair_of(i, step_y, static_cast<uint32_t>(in_h));
     qo::blend_rows(src + y.first * in_width, src + y.second * in_width, y.fraction, in_width,
                    step_x, dst + size_t{i} * out_width, out_width);
   }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include "image_utils/corner_alignment.h"
 #include "qo_cmc/lsc.h"
 
 namespace qo {
@@ -39,12 +40,6 @@ void sample_row(const row_quartic& row, float step, float* samples, int32_t widt
   }
 }
 
-/// Grid units between neighbouring samples. An output side of 1 divides by zero: every coordinate
-/// is then 0 times an infinity or NaN.
-[[nodiscard]] float grid_step(int32_t grid_side, int32_t out_side) {
-  return static_cast<float>(grid_side - 1) / static_cast<float>(out_side - 1);
-}
-
 }  // namespace
 }  // namespace qo
 
@@ -53,8 +48,9 @@ void do_polynomial_upscale(float* destination, const float* coefficients, uint16
   if (out_width == 0 || out_height == 0) return;
   if (destination == nullptr || coefficients == nullptr) return;
 
-  const float step_x = qo::grid_step(grid_width, out_width);
-  const float step_y = qo::grid_step(grid_height, out_height);
+  // An output side of 1 divides by zero: every coordinate is then 0 times an infinity or a NaN.
+  const float step_x = qo::corner_aligned_step(grid_width, out_width);
+  const float step_y = qo::corner_aligned_step(grid_height, out_height);
   for (int32_t row = 0; row < out_height; ++row) {
     const float y = static_cast<float>(row) * step_y + 1.0f;
     qo::sample_row(qo::quartic_at(coefficients, y), step_x,

@@ -137,8 +137,9 @@ void create_extrapolated_buffer_for_bicubic_u16(const uint16_t* src, float* buff
  *   dst(i, k) = low 16 bits of trunc(1024 S(y, x)),
  *   y = i / (out_h - 1) * (in_h - 1),  x = k / (out_w - 1) * (in_w - 1)
  *
- * Corner-aligned, single precision, divided before multiplied; an output side of 1 takes position
- * 0. S runs the spline through p0 ... p3,
+ * Corner-aligned, single precision, divided before multiplied: so also at equal sizes a position
+ * can fall a rounding short of its sample. An output side of 1 takes position 0. S runs the spline
+ * through p0 ... p3,
  *
  *   p1 + t/2 ((p2 - p0) + t ((2 p0 - 5 p1 + 4 p2 - p3) + t (3 (p1 - p2) + p3 - p0))),
  *
@@ -272,7 +273,9 @@ uint32_t image_downscale_nearest_neighbor_int32(const int32_t* src, uint32_t* ds
  *   step_x = ((in_w - 1) << F) / (out_w - 1),  step_y = ((in_h - 1) << F) / (out_h - 1)
  *
  * All is unsigned and modulo 2^32, divisions are truncated, the result rounds half up. Output 0
- * falls on source sample 0, the last output on the last source sample or shortly before it.
+ * falls on source sample 0, the last output on the last source sample or before it, by what the
+ * truncated step loses in out_w - 1 steps. With more than 2^F times as many intervals as the source
+ * has the step is 0, and every output is the first sample.
  * Contract: a position on a sample is the far end of the cell before it, so nothing behind the last
  * sample is read. Contract: with 2^24 + 1 samples to a side and more the step wraps.
  *
@@ -349,9 +352,8 @@ uint32_t resize_2d_array_float(const float* src, uint32_t in_w, int32_t in_h, fl
 /**
  * Resizes a region of an array of 16-bit samples: resize_2d_array_uint16() with
  *
- *   step_x = ((rw - 1) << 8) / (out_w - 1),  X = left step_x + x step_x,  rw = in_w - (left +
- * right) step_y = ((rh - 1) << 8) / (out_h - 1),  Y = top step_y + y step_y,   rh = in_h - (top +
- * bottom)
+ *   rw = in_w - (left + right),  step_x = ((rw - 1) << 8) / (out_w - 1),  X = (left + x) step_x
+ *   rh = in_h - (top + bottom),  step_y = ((rh - 1) << 8) / (out_h - 1),  Y = (top + y) step_y
  *
  * and the whole `in_w` as the row length; region, steps, positions and weights are modulo 2^32.
  *

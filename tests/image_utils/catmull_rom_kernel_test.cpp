@@ -8,6 +8,7 @@
 #include <limits>
 #include <random>
 
+#include "image_utils/catmull_rom_patch.h"
 #include "image_utils/extrapolated_buffer.h"
 #include "tests/image_utils/bicubic_planes.h"
 #include "tests/image_utils/bicubic_reference.h"
@@ -46,6 +47,30 @@ samples along_columns(float p0, float p1, float p2, float p3) {
 
 int32_t kernel(const samples& s, float fy, float fx) {
   return qo::bicubic_kernel_4x4_p10(s.p[0], fy, fx);
+}
+
+TEST(CatmullRomKernel, HasTheReferenceBitsForBlocksOfMixedMagnitudes) {
+  std::mt19937 random(41);
+  std::uniform_real_distribution<float> mantissa(-1.0f, 1.0f);
+  std::uniform_int_distribution<int> exponent(-30, 20);
+  std::uniform_real_distribution<float> fraction(0.0f, 1.0f);
+  for (int i = 0; i < 200000; ++i) {
+    samples s;
+    for (auto& row : s.p)
+      for (float& sample : row) sample = std::ldexp(mantissa(random), exponent(random));
+    const float fy = fraction(random);
+    const float fx = fraction(random);
+    ASSERT_EQ(reference::kernel_p10(s.p, fy, fx), kernel(s, fy, fx));
+  }
+}
+
+TEST(PatchRow, MakesANanTheLowerBound) {
+  const float rows[4 * 3] = {not_a_number, 1.0f, infinity, 0, 0, -infinity, 0, 0, 0, 0, 0, 0};
+  float dst[3] = {};
+  qo::evaluate_output_row(rows, 0.5f, 3, dst);
+  EXPECT_EQ(-255.0f, dst[0]);
+  EXPECT_EQ(1.0f, dst[1]);
+  EXPECT_EQ(-255.0f, dst[2]);
 }
 
 TEST(CatmullRomKernel, AllOnesGive1024) {
