@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 namespace qo {
@@ -29,6 +30,18 @@ template <typename T>
 template <typename T>
 [[nodiscard]] T* c_new() {
   return c_new_array<T>(1);
+}
+
+/// A copy of `count` elements at `source`, of any alignment, or null. Every byte is written, so it
+/// is not zeroed first. No elements still make a block of one.
+template <typename T>
+[[nodiscard]] T* c_copy_array(const void* source, size_t count) {
+  if (count == 0) return c_new<T>();
+  size_t size;
+  if (__builtin_mul_overflow(count, sizeof(T), &size)) return nullptr;
+  T* const copy = static_cast<T*>(malloc(size));
+  if (copy) memcpy(copy, source, size);
+  return copy;
 }
 
 /// Releases what a C structure's member owns and empties the member.

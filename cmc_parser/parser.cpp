@@ -1,7 +1,5 @@
 #include "qo_cmc/parser.h"
 
-#include <cstring>
-
 #include "base/c_heap.h"
 #include "cmc_parser/calibration_merge.h"
 #include "cmc_parser/container.h"
@@ -24,9 +22,8 @@ calibration* read_calibration(const qo_blob* nvm) {
 
 /// Decodes a private copy of one record. A copy that there is no memory for skips the record.
 void decode_copy_of(const record_view& record, parsed_cmc& cmc, const calibration* module) {
-  uint8_t* const copy = c_new_array<uint8_t>(record.size);
+  uint8_t* const copy = c_copy_array<uint8_t>(record.bytes, record.size);
   if (!copy) return;
-  memcpy(copy, record.bytes, record.size);
   if (cmc_parse(copy, &cmc, module) != QO_CMC_OK) free(copy);
 }
 

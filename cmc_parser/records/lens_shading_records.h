@@ -73,10 +73,10 @@ template <typename Light>
     for (int column = 0; column < 4; ++column) {
       const int8_t plane = set.channel_map[row][column];
       if (plane < 0) continue;
-      uint16_t* const table = c_new_array<uint16_t>(samples_of(set));
+      const uint8_t* const samples = planes + plane_size * static_cast<uint64_t>(plane);
+      uint16_t*& table = light.tables[row][column];
+      table = c_copy_array<uint16_t>(samples, samples_of(set));
       if (!table) return false;
-      memcpy(table, planes + plane_size * static_cast<uint64_t>(plane), plane_size);
-      light.tables[row][column] = table;
     }
   }
   return true;

@@ -32,8 +32,7 @@ uint32_t decode_record_13(record_copy record, parsed_cmc& cmc, const calibration
     return QO_CMC_OK;
   }
 
-  slot.values = c_new_array<uint16_t>(count);
-  if (slot.values) memcpy(slot.values, record.bytes() + values_offset, sizeof(uint16_t) * count);
+  slot.values = c_copy_array<uint16_t>(record.bytes() + values_offset, count);
   if (record.version() >= version_101 && record.holds_padded(params_offset + 2))
     slot.params[0] = record.read<uint16_t>(params_offset);
   if (record.version() >= version_102 && record.holds_padded(params_offset + 8))

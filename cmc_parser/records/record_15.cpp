@@ -33,11 +33,8 @@ using sub_table_ptr = std::unique_ptr<record_15_sub_table, deleter<free_sub_tabl
 
 /// A copy of `count` values at `values`, or null with the message of a missing destination.
 uint16_t* copy_values(const uint8_t* values, uint16_t count) {
-  uint16_t* const copy = c_new_array<uint16_t>(count);
-  if (copy)
-    memcpy(copy, values, sizeof(uint16_t) * count);
-  else
-    log_null_destination();
+  uint16_t* const copy = c_copy_array<uint16_t>(values, count);
+  if (!copy) log_null_destination();
   return copy;
 }
 

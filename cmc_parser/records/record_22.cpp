@@ -79,9 +79,8 @@ part read_items(record_reader& reader, record_22_content& content) {
     const uint8_t* const items = reader.take(size);
     if (!items) return part::cut;
     content.item_count = count;
-    content.items = c_new_array<uint8_t>(size);
+    content.items = c_copy_array<uint8_t>(items, size);
     if (!content.items) return part::out_of_memory;
-    memcpy(content.items, items, size);
   }
   content.item_count = count;
   return part::complete;
@@ -117,16 +116,13 @@ bool copy_list(record_reader& reader, record_22_content& content) {
     entry.value_8 = reader.read<uint32_t>();
     entry.count = reader.read<uint32_t>();
     const uint64_t size = sizeof(uint32_t) * uint64_t{entry.count};
-    entry.values = c_new_array<uint32_t>(entry.count);
+    entry.values = c_copy_array<uint32_t>(reader.take(size), entry.count);
     if (!entry.values) return false;
-    memcpy(entry.values, reader.take(size), size);
   }
   const uint64_t size =
       uint64_t{record_22_list_tail_size} * static_cast<uint32_t>(content.list_count);
-  content.list_tail = c_new_array<uint8_t>(size);
-  if (!content.list_tail) return false;
-  memcpy(content.list_tail, reader.take(size), size);
-  return true;
+  content.list_tail = c_copy_array<uint8_t>(reader.take(size), size);
+  return content.list_tail != nullptr;
 }
 
 void read_list(record_reader& reader, record_22_content& content) {

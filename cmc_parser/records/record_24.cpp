@@ -35,9 +35,8 @@ uint32_t read_entries(const record_copy& record, record_24_content& content) {
     const uint64_t size = sizeof(uint32_t) * uint64_t{entry.count};
     const uint8_t* const values = reader.take(size);
     if (!values) return QO_CMC_INVALID;
-    entry.values = c_new_array<uint32_t>(entry.count);
+    entry.values = c_copy_array<uint32_t>(values, entry.count);
     if (!entry.values) return QO_CMC_NO_MEMORY;
-    memcpy(entry.values, values, size);
   }
   return QO_CMC_OK;
 }

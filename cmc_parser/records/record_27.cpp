@@ -35,9 +35,8 @@ void free_entries(record_27_content& content, uint16_t count) {
 bool copy_entries(record_reader& reader, record_27_entry* entries, uint16_t count,
                   uint64_t plane_values, uint64_t planes_size) {
   for (uint16_t i = 0; i < count; ++i) {
-    entries[i].head = c_new_array<uint8_t>(entry_head_size);
+    entries[i].head = c_copy_array<uint8_t>(reader.take(entry_head_size), entry_head_size);
     if (!entries[i].head) return false;
-    memcpy(entries[i].head, reader.take(entry_head_size), entry_head_size);
     entries[i].planes = c_new_array<uint16_t>(planes_of_entry * plane_values);
     if (!entries[i].planes) return false;
     memcpy(entries[i].planes, reader.take(planes_size), planes_size);

@@ -28,11 +28,10 @@ uint32_t decode_record_29(record_copy record, parsed_cmc& cmc, const calibration
   if (!record.holds(minimum_size) || plane_values == 0 || !record.holds(planes_size + 24))
     return QO_CMC_OK;
 
-  heap_array<float> values(c_new_array<float>(4 * plane_values));
+  heap_array<float> values(c_copy_array<float>(record.bytes() + planes_offset, 4 * plane_values));
   if (!values) return QO_CMC_OK;
   record_29_content* const content = c_new<record_29_content>();
   if (!content) return QO_CMC_OK;
-  memcpy(values.get(), record.bytes() + planes_offset, planes_size);
   memcpy(content, record.bytes(), planes_offset);
   for (uint64_t k = 0; k < 4; ++k) content->planes[k] = values.get() + plane_values * k;
   values.release();  // the first plane owns it

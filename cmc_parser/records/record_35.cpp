@@ -45,8 +45,7 @@ void copy_scalars(const record_copy& record, Content& content) {
 
 template <typename T>
 bool copy_array(const record_copy& record, uint64_t offset, uint64_t count, T*& array) {
-  array = c_new_array<T>(count);
-  if (array) memcpy(array, record.bytes() + offset, sizeof(T) * count);
+  array = c_copy_array<T>(record.bytes() + offset, count);
   return array != nullptr;
 }
 

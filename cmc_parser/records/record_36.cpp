@@ -39,11 +39,9 @@ uint32_t decode_record_36(record_copy record, parsed_cmc& cmc, const calibration
   content_ptr content(c_new<record_36_content>());
   if (!content) return QO_CMC_OK;
   memcpy(content.get(), record.bytes(), head_size);
-  content->array_16 = c_new_array<uint16_t>(count);
-  content->array_32 = c_new_array<uint32_t>(count);
+  content->array_16 = c_copy_array<uint16_t>(record.bytes() + head_size, count);
+  content->array_32 = c_copy_array<uint32_t>(record.bytes() + array_32_offset, count);
   if (!content->array_16 || !content->array_32) return QO_CMC_OK;
-  memcpy(content->array_16, record.bytes() + head_size, sizeof(uint16_t) * count);
-  memcpy(content->array_32, record.bytes() + array_32_offset, sizeof(uint32_t) * count);
   cmc.record_36 = content.release();
   return QO_CMC_OK;
 }

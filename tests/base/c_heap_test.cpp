@@ -1,0 +1,46 @@
+#include "base/c_heap.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+namespace {
+
+TEST(CHeap, ArraysStartZeroed) {
+  const qo::heap_array<uint32_t> array(qo::c_new_array<uint32_t>(100));
+  ASSERT_NE(nullptr, array);
+  for (size_t i = 0; i < 100; ++i) EXPECT_EQ(0u, array[i]);
+}
+
+TEST(CHeap, NoElementsStillMakeABlock) {
+  const qo::heap_array<uint32_t> zeroed(qo::c_new_array<uint32_t>(0));
+  const qo::heap_array<uint32_t> copied(qo::c_copy_array<uint32_t>(nullptr, 0));
+  EXPECT_NE(nullptr, zeroed);
+  ASSERT_NE(nullptr, copied);
+  EXPECT_EQ(0u, copied[0]);
+}
+
+TEST(CHeap, CopiesTakeSourcesOfAnyAlignment) {
+  const uint8_t bytes[] = {9, 1, 0, 0, 0, 2, 0, 0, 0};
+  const qo::heap_array<uint32_t> copy(qo::c_copy_array<uint32_t>(bytes + 1, 2));
+  ASSERT_NE(nullptr, copy);
+  EXPECT_EQ(1u, copy[0]);
+  EXPECT_EQ(2u, copy[1]);
+}
+
+TEST(CHeap, SizesThatOverflowAreRefused) {
+  volatile size_t huge = SIZE_MAX / 2;  // known at run time alone, or the compiler refuses it
+  const size_t count = huge;
+  const uint32_t source = 1;
+  EXPECT_EQ(nullptr, qo::c_new_array<uint32_t>(count));
+  EXPECT_EQ(nullptr, qo::c_copy_array<uint32_t>(&source, count));
+}
+
+TEST(CHeap, ReleasingEmptiesTheMember) {
+  uint32_t* member = qo::c_new<uint32_t>();
+  qo::c_release(member);
+  EXPECT_EQ(nullptr, member);
+  qo::c_release(member);
+}
+
+}  // namespace
