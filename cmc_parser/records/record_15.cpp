@@ -59,9 +59,8 @@ sub_table_ptr read_sub_table(const record_copy& record, uint64_t offset) {
   // No room is reserved for entries that the record cannot hold.
   if (!record.holds(reader.offset() + entry_head_size * count)) return nullptr;
   sub_table_ptr table(c_new<record_15_sub_table>());
-  if (!table) return nullptr;
-  table->entries = c_new_array<record_15_entry>(count);
-  if (!table->entries) {
+  if (table) table->entries = c_new_array<record_15_entry>(count);
+  if (!table || !table->entries) {
     log_null_destination();
     return nullptr;
   }
