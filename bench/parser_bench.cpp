@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "qo_cmc/parser.h"
-#include "tests/kit/container_writer.h"
-#include "tests/kit/records.h"
+#include "writer/container_writer.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -21,9 +21,10 @@ constexpr size_t plane_bytes = 2 * size_t{width} * height;
 constexpr size_t light_head_bytes = 22;
 
 struct workload {
-  kit::bytes mapped = kit::record_28({.lights = lights, .width = width, .height = height});
-  kit::bytes mapped_ext = kit::record_33({.lights = lights, .width = width, .height = height});
-  std::vector<uint8_t> image = kit::container().add(mapped).add(mapped_ext).image();
+  writer::bytes mapped = writer::record_28({.lights = lights, .width = width, .height = height});
+  writer::bytes mapped_ext =
+      writer::record_33({.lights = lights, .width = width, .height = height});
+  std::vector<uint8_t> image = writer::container().add(mapped).add(mapped_ext).image();
 };
 
 const workload& the_workload() {
@@ -33,7 +34,7 @@ const workload& the_workload() {
 
 void parse_and_tear_down(benchmark::State& state) {
   const std::vector<uint8_t>& image = the_workload().image;
-  const qo_blob blob = kit::blob_of(image);
+  const qo_blob blob = writer::blob_of(image);
   for (auto _ : state) {
     parsed_cmc* const cmc = qo_cmc_parser_init(&blob);
     if (!cmc || !cmc->lens_shading || !cmc->lens_shading_ext) {
@@ -56,7 +57,7 @@ void* copy_of(const uint8_t* bytes, size_t size) {
 }
 
 /// The blocks that parsing one record makes, and no more than copies into them.
-void copy_record(const kit::bytes& record, size_t light_bytes, std::vector<void*>& blocks) {
+void copy_record(const writer::bytes& record, size_t light_bytes, std::vector<void*>& blocks) {
   void* const record_copy = copy_of(record.data(), record.size());
   blocks.push_back(std::calloc(1, sizeof(lens_shading_set)));
   blocks.push_back(std::calloc(lights, light_bytes));

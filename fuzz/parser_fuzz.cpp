@@ -19,9 +19,9 @@
 
 #include "qo_cmc/parser.h"
 #include "qo_nvm.h"
-#include "tests/kit/container_writer.h"
-#include "tests/kit/nvm_writer.h"
 #include "tests/kit/slot_tour.h"
+#include "writer/container_writer.h"
+#include "writer/nvm_writer.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
@@ -39,7 +39,7 @@ void check_slots(const parsed_cmc& cmc) {
 
 const std::vector<uint8_t>& module_image() {
   static const std::vector<uint8_t> image =
-      kit::nvm_image({.columns = 5, .rows = 4, .grid = kit::nvm_grid{}}).vector();
+      writer::nvm_image({.columns = 5, .rows = 4, .grid = writer::nvm_grid{}}).vector();
   return image;
 }
 
@@ -52,8 +52,8 @@ uint8_t* exact_block(const std::vector<uint8_t>& content) {
 
 void parse_container(std::vector<uint8_t> image, bool sealed, const qo_blob* nvm) {
   if (sealed) {
-    if (image.size() < kit::container::header_size) image.resize(kit::container::header_size);
-    kit::seal(image);
+    if (image.size() < writer::container::header_size) image.resize(writer::container::header_size);
+    writer::seal(image);
   }
   uint8_t* const block = exact_block(image);
   const qo_blob container = {block, static_cast<uint32_t>(image.size())};
@@ -69,7 +69,7 @@ void parse_container(std::vector<uint8_t> image, bool sealed, const qo_blob* nvm
 
 void parse_record(std::vector<uint8_t> record, const calibration* module) {
   if (record.size() < sizeof(record_header)) return;
-  record = kit::bytes(record).patch_u32(0, static_cast<uint32_t>(record.size())).vector();
+  record = writer::bytes(record).patch_u32(0, static_cast<uint32_t>(record.size())).vector();
   auto* const cmc = static_cast<parsed_cmc*>(calloc(1, sizeof(parsed_cmc)));
   // A second record of the kind releases or keeps what the first has left.
   for (int times = 0; times < 2; ++times) {
@@ -96,7 +96,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
   const std::vector<uint8_t> rest(data + 1, data + size);
   const bool calibrated = (data[0] & 4) != 0;
-  const qo_blob nvm = kit::blob_of(module_image());
+  const qo_blob nvm = writer::blob_of(module_image());
   if ((data[0] & 3) == 3) {
     extract_others(rest);
   } else if ((data[0] & 3) != 2) {

@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "tests/kit/container_writer.h"
-#include "tests/kit/records.h"
+#include "writer/container_writer.h"
+#include "writer/records.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
@@ -24,7 +24,7 @@ size_t run(const input& content) {
 }
 
 input with_choice(uint8_t choice, const std::vector<uint8_t>& rest) {
-  return kit::bytes().u8(choice).raw(rest.data(), rest.size()).vector();
+  return writer::bytes().u8(choice).raw(rest.data(), rest.size()).vector();
 }
 
 size_t run_with_changes(const input& content, std::mt19937& random) {
@@ -43,12 +43,12 @@ size_t run_fixed_set() {
   std::mt19937 random(20260101);
   size_t runs = run({});
   for (uint8_t choice = 0; choice < 8; ++choice) runs += run({choice});
-  std::vector<kit::named_record> records = kit::every_good_record();
-  for (const kit::named_record& slotless : kit::every_slotless_record())
+  std::vector<writer::named_record> records = writer::every_good_record();
+  for (const writer::named_record& slotless : writer::every_slotless_record())
     records.push_back(slotless);
-  for (const kit::named_record& record : records) {
+  for (const writer::named_record& record : records) {
     const std::vector<uint8_t> image =
-        kit::container().add(record.content).add(kit::record_722()).image();
+        writer::container().add(record.content).add(writer::record_722()).image();
     for (const uint8_t calibrated : {uint8_t{0}, uint8_t{4}}) {
       for (const uint8_t choice : {uint8_t{0}, uint8_t{1}, uint8_t{3}})
         runs +=

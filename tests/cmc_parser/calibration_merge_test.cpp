@@ -11,7 +11,7 @@
 #include "tests/cmc_parser/container_cycle.h"
 #include "tests/kit/fake_platform.h"
 #include "tests/kit/module_calibration.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -36,8 +36,8 @@ uint16_t ext_sample(size_t light, size_t plane, size_t index) {
   return static_cast<uint16_t>(5000 + 200 * light + 20 * plane + index);
 }
 
-kit::mapped_grid_fields grid_of(kit::sample_source sample) {
-  kit::mapped_grid_fields fields;
+writer::mapped_grid_fields grid_of(writer::sample_source sample) {
+  writer::mapped_grid_fields fields;
   fields.width = width;
   fields.height = height;
   fields.sample = std::move(sample);
@@ -51,18 +51,19 @@ struct records_given {
   bool record_17 = true;
 };
 
-kit::container container_of(const records_given& given) {
-  kit::container container;
-  if (given.record_2) container.add(kit::record_2({.cfa_layout = 2}));
-  if (given.record_17) container.add(kit::record_17({.plane_order = 2, .orientation = 0}));
-  if (given.mapped) container.add(kit::record_28(grid_of(base_sample)));
-  if (given.mapped_ext) container.add(kit::record_33(grid_of(ext_sample)));
+writer::container container_of(const records_given& given) {
+  writer::container container;
+  if (given.record_2) container.add(writer::record_2({.cfa_layout = 2}));
+  if (given.record_17) container.add(writer::record_17({.plane_order = 2, .orientation = 0}));
+  if (given.mapped) container.add(writer::record_28(grid_of(base_sample)));
+  if (given.mapped_ext) container.add(writer::record_33(grid_of(ext_sample)));
   return container;
 }
 
 /// A map without planes: a set with lights and a grid, but with no table.
-kit::mapped_grid_fields without_tables(uint16_t grid_width, uint16_t grid_height, uint16_t lights) {
-  kit::mapped_grid_fields fields;
+writer::mapped_grid_fields without_tables(uint16_t grid_width, uint16_t grid_height,
+                                          uint16_t lights) {
+  writer::mapped_grid_fields fields;
   fields.width = grid_width;
   fields.height = grid_height;
   fields.lights = lights;
@@ -168,12 +169,13 @@ TEST(CalibrationMerge, MultipliesTheSourceByThePlanesOfTheLightsSet) {
 
 TEST(CalibrationMerge, TakesLayoutOrderAndOrientationFromRecords2And17) {
   // Layout 3 is G1 C1 / C2 G2; order 2 holds the planes as C1 G1 G2 C2: columns are exchanged.
-  const std::vector<uint8_t> image = kit::container()
-                                         .add(kit::record_2({.cfa_layout = 3}))
-                                         .add(kit::record_17({.plane_order = 2, .orientation = 3}))
-                                         .add(kit::record_28(grid_of(base_sample)))
-                                         .add(kit::record_33(grid_of(ext_sample)))
-                                         .image();
+  const std::vector<uint8_t> image =
+      writer::container()
+          .add(writer::record_2({.cfa_layout = 3}))
+          .add(writer::record_17({.plane_order = 2, .orientation = 3}))
+          .add(writer::record_28(grid_of(base_sample)))
+          .add(writer::record_33(grid_of(ext_sample)))
+          .image();
   kit::fake_platform platform;
   kit::module_calibration module = sloping_module();
   platform.answer_images_with(&module.object());
@@ -225,16 +227,16 @@ INSTANTIATE_TEST_SUITE_P(Table, MergeRefusal, testing::ValuesIn(refused_modules)
 
 TEST(CalibrationMerge, ServesSetsOfTheUnmappedKinds) {
   // Records 10 and 11: a 2 x 2 cell, and `aux` as it is stored.
-  kit::fixed_grid_fields base, ext;
+  writer::fixed_grid_fields base, ext;
   base.width = ext.width = width;
   base.height = ext.height = height;
   base.sample = base_sample;
   ext.sample = ext_sample;
-  const std::vector<uint8_t> image = kit::container()
-                                         .add(kit::record_2({.cfa_layout = 2}))
-                                         .add(kit::record_17())
-                                         .add(kit::record_10(base))
-                                         .add(kit::record_11(ext))
+  const std::vector<uint8_t> image = writer::container()
+                                         .add(writer::record_2({.cfa_layout = 2}))
+                                         .add(writer::record_17())
+                                         .add(writer::record_10(base))
+                                         .add(writer::record_11(ext))
                                          .image();
   kit::fake_platform platform;
   kit::module_calibration module = sloping_module();
@@ -256,15 +258,15 @@ TEST(CalibrationMerge, ServesSetsOfTheUnmappedKinds) {
 
 TEST(CalibrationMerge, LeavesTheSitesWithoutAColourOfALargeCell) {
   // Layout 256: rows 1 and 3 are G1 - G1 -, the others hold no dash.
-  kit::mapped_grid_fields base = grid_of(base_sample), ext = grid_of(ext_sample);
+  writer::mapped_grid_fields base = grid_of(base_sample), ext = grid_of(ext_sample);
   base.lights = ext.lights = 1;
   for (size_t site = 0; site < 16; ++site)
     base.channel_map[site] = ext.channel_map[site] = static_cast<int8_t>(site);
-  const std::vector<uint8_t> image = kit::container()
-                                         .add(kit::record_2({.cfa_layout = 256}))
-                                         .add(kit::record_17({.plane_order = 3}))
-                                         .add(kit::record_28(base))
-                                         .add(kit::record_33(ext))
+  const std::vector<uint8_t> image = writer::container()
+                                         .add(writer::record_2({.cfa_layout = 256}))
+                                         .add(writer::record_17({.plane_order = 3}))
+                                         .add(writer::record_28(base))
+                                         .add(writer::record_33(ext))
                                          .image();
   kit::fake_platform platform;
   kit::module_calibration module = sloping_module();
@@ -283,26 +285,26 @@ TEST(CalibrationMerge, LeavesTheSitesWithoutAColourOfALargeCell) {
 }
 
 TEST(CalibrationMerge, OfATargetWithoutTablesCopiesTheLeadingFields) {
-  const std::vector<uint8_t> image = kit::container()
-                                         .add(kit::record_2())
-                                         .add(kit::record_17())
-                                         .add(kit::record_28(without_tables(4, 10, 3)))
-                                         .add(kit::record_33(grid_of(ext_sample)))
+  const std::vector<uint8_t> image = writer::container()
+                                         .add(writer::record_2())
+                                         .add(writer::record_17())
+                                         .add(writer::record_28(without_tables(4, 10, 3)))
+                                         .add(writer::record_33(grid_of(ext_sample)))
                                          .image();
   kit::fake_platform platform;
   // The source has fewer lights than the target: nothing may be copied.
   kit::module_calibration module = sloping_module();
   platform.answer_images_with(&module.object());
   const kit::cmc_ptr fewer = kit::parse(image, &some_nvm);
-  EXPECT_EQ(kit::default_light_head(0).gains[0], fewer->lens_shading->lights[0].gains[0]);
+  EXPECT_EQ(writer::default_light_head(0).gains[0], fewer->lens_shading->lights[0].gains[0]);
 
-  kit::mapped_grid_fields target = without_tables(4, 10, 2);
-  target.heads = {kit::default_light_head(7), kit::default_light_head(8)};
-  const kit::cmc_ptr cmc = kit::parse(kit::container()
-                                          .add(kit::record_2())
-                                          .add(kit::record_17())
-                                          .add(kit::record_28(target))
-                                          .add(kit::record_33(grid_of(ext_sample)))
+  writer::mapped_grid_fields target = without_tables(4, 10, 2);
+  target.heads = {writer::default_light_head(7), writer::default_light_head(8)};
+  const kit::cmc_ptr cmc = kit::parse(writer::container()
+                                          .add(writer::record_2())
+                                          .add(writer::record_17())
+                                          .add(writer::record_28(target))
+                                          .add(writer::record_33(grid_of(ext_sample)))
                                           .image(),
                                       &some_nvm);
   for (size_t light = 0; light < 2; ++light)
@@ -338,11 +340,11 @@ class MergeTarget : public testing::TestWithParam<target_case> {};
 TEST_P(MergeTarget, HasGainPlanesBuiltOnlyWhenItHasSomethingToRebuild) {
   const target_case& c = GetParam();
   const std::vector<uint8_t> image =
-      kit::container()
-          .add(kit::record_2())
-          .add(kit::record_17())
-          .add(kit::record_28(without_tables(c.width, c.height, c.lights)))
-          .add(kit::record_33(grid_of(ext_sample)))
+      writer::container()
+          .add(writer::record_2())
+          .add(writer::record_17())
+          .add(writer::record_28(without_tables(c.width, c.height, c.lights)))
+          .add(writer::record_33(grid_of(ext_sample)))
           .image();
   kit::fake_platform platform;
   kit::module_calibration module = sloping_module();

@@ -4,16 +4,17 @@
 #include <thread>
 
 #include "tests/cmc_parser/container_cycle.h"
-#include "tests/kit/nvm_writer.h"
-#include "tests/kit/records.h"
+#include "writer/nvm_writer.h"
+#include "writer/records.h"
 
 namespace {
 
 TEST(ConcurrentCalls, GiveWhatOneCallAfterTheOtherGives) {
-  kit::container container;
-  for (const kit::named_record& record : kit::every_good_record()) container.add(record.content);
+  writer::container container;
+  for (const writer::named_record& record : writer::every_good_record())
+    container.add(record.content);
   const std::vector<uint8_t> image = container.image();
-  const kit::bytes nvm = kit::nvm_image();
+  const writer::bytes nvm = writer::nvm_image();
   const qo_blob nvm_blob = {nvm.data(), static_cast<uint32_t>(nvm.size())};
   const uint64_t expected = kit::tour_of(*kit::parse(image, &nvm_blob)).digest;
 

@@ -16,9 +16,9 @@
 
 #include "qo_cmc/parser.h"
 #include "tests/kit/allocation_ledger.h"
-#include "tests/kit/container_writer.h"
 #include "tests/kit/guarded_buffer.h"
 #include "tests/kit/slot_tour.h"
+#include "writer/container_writer.h"
 
 namespace kit {
 
@@ -107,7 +107,7 @@ inline allowed_leaks replay_records(allocation_ledger& ledger, const std::vector
     ++leaks.blocks;
     leaks.bytes += size;
   };
-  const bytes view(image);
+  const writer::bytes view(image);
   size_t offset = 24;
   while (image.size() - offset >= 8) {
     const size_t size = view.u32_at(offset);

@@ -5,12 +5,12 @@
 #include "tests/cmc_parser/container_cycle.h"
 #include "tests/kit/fake_platform.h"
 #include "tests/kit/module_calibration.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
-using kit::container;
+using writer::bytes;
+using writer::container;
 
 // What qo_cmc_parser_init() documents.
 constexpr size_t bytes_per_byte = 24;
@@ -39,7 +39,7 @@ TEST(HeapBound, CountsThatNoDataBacksReserveNothing) {
           bytes body;
           for (uint32_t i = 8; i < size; ++i) body.u8(fill);
           // Filled throughout, and with what a map, a grid or a list of nothing would look like.
-          const bytes filled = kit::record(kind, version, body, {.padded = false});
+          const bytes filled = writer::record(kind, version, body, {.padded = false});
           expect_bounded(container().add(filled).image(), kind == 20 ? derived_bytes : 0);
           for (const size_t zero : {8u, 12u, 14u, 20u, 24u, 28u}) {
             if (zero + 4 > size) continue;
@@ -58,7 +58,7 @@ TEST(HeapBound, CountsThatNoDataBacksReserveNothing) {
 /// the record holds.
 TEST(HeapBound, NoOverstatedCountReservesRoomForItself) {
   const kit::fake_platform quiet;
-  for (const kit::named_record& record : kit::every_good_record()) {
+  for (const writer::named_record& record : writer::every_good_record()) {
     SCOPED_TRACE(record.name);
     const size_t extra = record.content.u16_at(6) == 20 ? derived_bytes : 0;
     for (size_t offset = 8; offset + 2 <= std::min<size_t>(record.content.size(), 80); ++offset) {
@@ -84,42 +84,46 @@ struct dense_case {
 /// Records whose few bytes an entry become the most heap an entry.
 std::vector<dense_case> dense_cases() {
   std::vector<dense_case> cases;
-  cases.push_back(
-      {"10_lights_without_samples", kit::record_10({.lights = 65535, .width = 0, .version = 100})});
+  cases.push_back({"10_lights_without_samples",
+                   writer::record_10({.lights = 65535, .width = 0, .version = 100})});
   cases.push_back({"11_lights_without_samples",
-                   kit::record_11({.lights = 65535, .height = 0, .version = 100})});
+                   writer::record_11({.lights = 65535, .height = 0, .version = 100})});
   const std::vector<int8_t> one_plane(16, 0);
   for (const uint16_t side : std::initializer_list<uint16_t>{0, 1, 64}) {
-    const kit::mapped_grid_fields fields = {.lights = static_cast<uint16_t>(side == 64 ? 9 : 9000),
-                                            .width = side,
-                                            .height = side,
-                                            .channel_map = one_plane};
-    cases.push_back({"28_one_plane_at_every_site_" + std::to_string(side), kit::record_28(fields)});
-    cases.push_back({"33_one_plane_at_every_site_" + std::to_string(side), kit::record_33(fields)});
+    const writer::mapped_grid_fields fields = {
+        .lights = static_cast<uint16_t>(side == 64 ? 9 : 9000),
+        .width = side,
+        .height = side,
+        .channel_map = one_plane};
+    cases.push_back(
+        {"28_one_plane_at_every_site_" + std::to_string(side), writer::record_28(fields)});
+    cases.push_back(
+        {"33_one_plane_at_every_site_" + std::to_string(side), writer::record_33(fields)});
   }
   const std::vector<std::pair<std::string, std::string>> pairs(30000);
-  cases.push_back({"1_empty_pairs", kit::record_1({.name = "", .pairs = pairs})});
+  cases.push_back({"1_empty_pairs", writer::record_1({.name = "", .pairs = pairs})});
   cases.push_back(
-      {"3_entries", kit::record_3({.entries = std::vector<kit::record_3_entry>(4000)})});
-  cases.push_back({"15_entries_without_values",
-                   kit::record_15({.a = 0, .b = 0, .entry_counts = std::vector<uint16_t>(9000)})});
+      {"3_entries", writer::record_3({.entries = std::vector<writer::record_3_entry>(4000)})});
+  cases.push_back(
+      {"15_entries_without_values",
+       writer::record_15({.a = 0, .b = 0, .entry_counts = std::vector<uint16_t>(9000)})});
   cases.push_back({"22_tags_without_points",
-                   kit::record_22({.width = 0, .grid_entries = 65535, .version = 100})});
+                   writer::record_22({.width = 0, .grid_entries = 65535, .version = 100})});
   cases.push_back({"22_list_without_values",
-                   kit::record_22({.items = 0, .list_counts = std::vector<uint32_t>(9000)})});
+                   writer::record_22({.items = 0, .list_counts = std::vector<uint32_t>(9000)})});
   cases.push_back(
-      {"24_entries_without_values", kit::record_24({.counts = std::vector<uint16_t>(9000)})});
-  cases.push_back({"25_entries_without_items", kit::record_25({.entries = 9000, .items = 0})});
+      {"24_entries_without_values", writer::record_24({.counts = std::vector<uint16_t>(9000)})});
+  cases.push_back({"25_entries_without_items", writer::record_25({.entries = 9000, .items = 0})});
   cases.push_back({"27_entries_of_one_plane",
-                   kit::record_27({.entries = 200, .planes = 1, .width = 30, .height = 20})});
+                   writer::record_27({.entries = 200, .planes = 1, .width = 30, .height = 20})});
   cases.push_back(
-      {"30_narrow_grid", kit::record_30({.width = 200, .height = 200, .version = 100})});
+      {"30_narrow_grid", writer::record_30({.width = 200, .height = 200, .version = 100})});
   cases.push_back(
-      {"30_without_grid", kit::record_30({.width = 200, .height = 200, .version = 102})});
-  cases.push_back({"35", kit::record_35({.count = 255})});
-  cases.push_back({"36", kit::record_36({.count = 255})});
+      {"30_without_grid", writer::record_30({.width = 200, .height = 200, .version = 102})});
+  cases.push_back({"35", writer::record_35({.count = 255})});
+  cases.push_back({"36", writer::record_36({.count = 255})});
   // No plane is stored, and three are reserved for each entry.
-  bytes planeless = kit::record_27({.entries = 20, .planes = 0, .width = 3, .height = 2});
+  bytes planeless = writer::record_27({.entries = 20, .planes = 0, .width = 3, .height = 2});
   const uint32_t samples = static_cast<uint32_t>(planeless.size()) / (2 * 20);
   planeless.patch_u16(28, static_cast<uint16_t>(samples)).patch_u16(30, 1);
   cases.push_back({"27_entries_of_no_plane", planeless});
@@ -148,7 +152,7 @@ TEST(HeapBound, AllTheDensestRecordsTogetherStayBelowTheMultiple) {
 
 TEST(HeapBound, EveryGoodRecordStaysBelowTheMultiple) {
   container all;
-  for (const kit::named_record& record : kit::every_good_record()) {
+  for (const writer::named_record& record : writer::every_good_record()) {
     SCOPED_TRACE(record.name);
     expect_bounded(container().add(record.content).image());
     all.add(record.content);
@@ -158,7 +162,7 @@ TEST(HeapBound, EveryGoodRecordStaysBelowTheMultiple) {
 
 TEST(HeapBound, TheDerivedRecordReservesItsCountOnce) {
   // A list of another form is never read, so its count may be any.
-  bytes record = kit::resized(kit::record_20({.form = 2, .pairs = {}}), 20);
+  bytes record = writer::resized(writer::record_20({.form = 2, .pairs = {}}), 20);
   record.patch_u16(16, 65535);
   kit::allocation_ledger ledger;
   {
@@ -179,14 +183,14 @@ TEST(HeapBound, AModuleAddsItsGainPlanesAndWorkingStorageForTheLengthOfTheMerge)
       });
   kit::fake_platform platform;
   platform.answer_images_with(&module.object());
-  kit::mapped_grid_fields grid;
+  writer::mapped_grid_fields grid;
   grid.width = width;
   grid.height = height;
   const std::vector<uint8_t> image = container()
-                                         .add(kit::record_2())
-                                         .add(kit::record_17())
-                                         .add(kit::record_28(grid))
-                                         .add(kit::record_33(grid))
+                                         .add(writer::record_2())
+                                         .add(writer::record_17())
+                                         .add(writer::record_28(grid))
+                                         .add(writer::record_33(grid))
                                          .image();
   const uint8_t some_image[] = {1};
   const qo_blob nvm = {some_image, 1};
@@ -201,10 +205,10 @@ TEST(HeapBound, AModuleAddsItsGainPlanesAndWorkingStorageForTheLengthOfTheMerge)
 
 TEST(HeapBound, TheOthersBlockNeverGrows) {
   for (const uint32_t count : {0u, 1u, 8u, 0xffffffffu}) {
-    bytes record = kit::record_722({.values = std::vector<uint64_t>(100, 7)});
+    bytes record = writer::record_722({.values = std::vector<uint64_t>(100, 7)});
     record.patch_u32(12, count);
     const std::vector<uint8_t> image = container().add(record).image();
-    const qo_blob blob = kit::blob_of(image);
+    const qo_blob blob = writer::blob_of(image);
     kit::allocation_ledger ledger;
     parsed_cmc cmc = {};
     qo_vexb_others_parser_init(&blob, &cmc);
@@ -216,8 +220,8 @@ TEST(HeapBound, TheOthersBlockNeverGrows) {
 TEST(HeapBound, RecordsThatReplaceEachOtherDoNotAddUp) {
   // Only one of many copies stays at a time.
   container many;
-  for (int i = 0; i < 1000; ++i) many.add(kit::record_28());
-  const size_t one = peak_of(container().add(kit::record_28()).image());
+  for (int i = 0; i < 1000; ++i) many.add(writer::record_28());
+  const size_t one = peak_of(container().add(writer::record_28()).image());
   EXPECT_GE(one + 2 * one, peak_of(many.image()));
 }
 

@@ -1,24 +1,24 @@
 // Which containers the entry accepts.
 
 #include "tests/cmc_parser/container_cycle.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::checksum_rule;
-using kit::container;
+using writer::checksum_rule;
+using writer::container;
 
 bool accepted(const std::vector<uint8_t>& image) { return kit::parse(image) != nullptr; }
 
 /// An image of `size` bytes, at least 24: a record 5 that fills it, rule A by hand.
 std::vector<uint8_t> image_with_tail(const std::vector<uint8_t>& tail) {
-  std::vector<uint8_t> image = container().add(kit::record_5()).image();
+  std::vector<uint8_t> image = container().add(writer::record_5()).image();
   image.insert(image.end(), tail.begin(), tail.end());
   return image;
 }
 
 void put_u32(std::vector<uint8_t>& image, size_t offset, uint32_t value) {
-  image = kit::bytes(image).patch_u32(offset, value).vector();
+  image = writer::bytes(image).patch_u32(offset, value).vector();
 }
 
 TEST(ContainerValidation, ANullContainerOrOneWithoutDataIsRefused) {
@@ -40,8 +40,8 @@ TEST(ContainerValidation, AnEmptyContainerYieldsAnEmptyParsedCmc) {
 
 TEST(ContainerValidation, BothEntriesAcceptEitherChecksum) {
   for (const checksum_rule rule : {checksum_rule::rule_a, checksum_rule::rule_b}) {
-    const std::vector<uint8_t> image = container().rule(rule).add(kit::record_5()).image();
-    const qo_blob blob = kit::blob_of(image);
+    const std::vector<uint8_t> image = container().rule(rule).add(writer::record_5()).image();
+    const qo_blob blob = writer::blob_of(image);
     const kit::cmc_ptr first(qo_cmc_parser_init(&blob));
     const kit::cmc_ptr second(qo_cmc_parser_init_v1(&blob, nullptr));
     ASSERT_NE(nullptr, first);
@@ -55,7 +55,7 @@ TEST(ContainerValidation, BothEntriesAcceptEitherChecksum) {
 // All but the checksum sum up to 0x000500ca, the record alone to 0x00050077.
 TEST(ContainerValidation, TheTwoSumsCoverTheirOwnWords) {
   const auto image = [](uint32_t checksum) {
-    kit::bytes words;
+    writer::bytes words;
     words.u32(7).u32(40).u32(11).u32(12).u32(13).u32(checksum);
     words.u32(16).u8(100).u8(0).u16(5).u32(1).u32(2);
     return words.vector();
@@ -70,26 +70,26 @@ TEST(ContainerValidation, TheTwoSumsCoverTheirOwnWords) {
 
 TEST(ContainerValidation, SumsWrapAtThirtyTwoBits) {
   for (const checksum_rule rule : {checksum_rule::rule_a, checksum_rule::rule_b}) {
-    const kit::bytes record =
-        kit::record(8, 100, kit::bytes().u32(0xffffffff).u32(0xfffffffe).u32(0x80000000).u32(9));
+    const writer::bytes record = writer::record(
+        8, 100, writer::bytes().u32(0xffffffff).u32(0xfffffffe).u32(0x80000000).u32(9));
     EXPECT_TRUE(accepted(container().rule(rule).header_word(0, 0xffffff00).add(record).image()));
   }
 }
 
 TEST(ContainerValidation, EveryHeaderWordCountsInTheFirstSumAndNoneInTheSecond) {
   for (const size_t word : {0u, 2u, 3u, 4u}) {
-    std::vector<uint8_t> image = container().add(kit::record_5()).image();
-    put_u32(image, 4 * word, kit::bytes(image).u32_at(4 * word) + 1);
+    std::vector<uint8_t> image = container().add(writer::record_5()).image();
+    put_u32(image, 4 * word, writer::bytes(image).u32_at(4 * word) + 1);
     EXPECT_FALSE(accepted(image)) << "word " << word;
-    image = container().rule(checksum_rule::rule_b).add(kit::record_5()).image();
-    put_u32(image, 4 * word, kit::bytes(image).u32_at(4 * word) + 1);
+    image = container().rule(checksum_rule::rule_b).add(writer::record_5()).image();
+    put_u32(image, 4 * word, writer::bytes(image).u32_at(4 * word) + 1);
     EXPECT_TRUE(accepted(image)) << "word " << word;
   }
 }
 
 TEST(ContainerValidation, EveryRecordWordCountsInBothSums) {
   for (const checksum_rule rule : {checksum_rule::rule_a, checksum_rule::rule_b}) {
-    const std::vector<uint8_t> good = container().rule(rule).add(kit::record_5()).image();
+    const std::vector<uint8_t> good = container().rule(rule).add(writer::record_5()).image();
     for (size_t offset = 24; offset < good.size(); ++offset) {
       std::vector<uint8_t> image = good;
       image[offset] = static_cast<uint8_t>(image[offset] + 1);
@@ -99,18 +99,18 @@ TEST(ContainerValidation, EveryRecordWordCountsInBothSums) {
 }
 
 TEST(ContainerValidation, ADeclaredSizeUnlikeTheDescriptorsIsRefusedThoughTheChecksumHolds) {
-  const std::vector<uint8_t> good = container().add(kit::record_5()).image();
+  const std::vector<uint8_t> good = container().add(writer::record_5()).image();
   const uint32_t size = static_cast<uint32_t>(good.size());
   ASSERT_TRUE(accepted(good));
   for (const uint32_t declared : {size + 4, size - 4, size + 1, size - 1, 24u, 0u, ~0u}) {
     for (const checksum_rule rule : {checksum_rule::rule_a, checksum_rule::rule_b})
-      EXPECT_FALSE(accepted(container().rule(rule).add(kit::record_5()).total(declared).image()))
+      EXPECT_FALSE(accepted(container().rule(rule).add(writer::record_5()).total(declared).image()))
           << declared;
   }
 }
 
 TEST(ContainerValidation, ADescriptorOfAnotherSizeIsRefusedWithoutTouchingWhatLiesBehindIt) {
-  const std::vector<uint8_t> good = container().add(kit::record_5()).image();
+  const std::vector<uint8_t> good = container().add(writer::record_5()).image();
   for (size_t size = 0; size < good.size(); ++size) {
     const std::vector<uint8_t> image(good.begin(), good.begin() + static_cast<ptrdiff_t>(size));
     EXPECT_FALSE(accepted(image)) << size;
@@ -119,7 +119,7 @@ TEST(ContainerValidation, ADescriptorOfAnotherSizeIsRefusedWithoutTouchingWhatLi
 
 TEST(ContainerValidation, SizesBelowTheHeaderAreRefusedWhateverTheyDeclare) {
   for (uint32_t size = 0; size < 24; ++size) {
-    kit::bytes image;
+    writer::bytes image;
     image.zeros_to_size(size);
     if (size >= 8) image.patch_u32(4, size);
     // Word 1 is the only one that is not 0, and there is no checksum word to agree or disagree.
@@ -135,7 +135,7 @@ TEST(ContainerValidation, BytesThatFillNoWordTakePartInNeitherSum) {
     for (size_t rest = 1; rest <= 3; ++rest) {
       SCOPED_TRACE(testing::Message() << "rest " << rest);
       std::vector<uint8_t> image = image_with_tail(std::vector<uint8_t>(rest, 0xa5));
-      kit::seal(image, rule);
+      writer::seal(image, rule);
       EXPECT_TRUE(accepted(image));
       image.back() = 0x17;
       EXPECT_TRUE(accepted(image));
@@ -150,9 +150,9 @@ TEST(ContainerValidation, AContainerMayStartAtAnyAddress) {
     for (const checksum_rule rule : {checksum_rule::rule_a, checksum_rule::rule_b}) {
       const std::vector<uint8_t> image = container()
                                              .rule(rule)
-                                             .add(kit::record_1())
-                                             .add(kit::record_10())
-                                             .add(kit::record_22())
+                                             .add(writer::record_1())
+                                             .add(writer::record_10())
+                                             .add(writer::record_22())
                                              .image();
       std::vector<uint8_t> shifted(shift + image.size());
       std::copy(image.begin(), image.end(), shifted.begin() + static_cast<ptrdiff_t>(shift));
@@ -166,15 +166,15 @@ TEST(ContainerValidation, AContainerMayStartAtAnyAddress) {
 
 TEST(ContainerValidation, RefusedContainersAllocateNothing) {
   kit::allocation_ledger ledger;
-  EXPECT_FALSE(accepted(container().checksum(1).add(kit::record_5()).image()));
-  EXPECT_FALSE(accepted(container().total(4).add(kit::record_5()).image()));
+  EXPECT_FALSE(accepted(container().checksum(1).add(writer::record_5()).image()));
+  EXPECT_FALSE(accepted(container().total(4).add(writer::record_5()).image()));
   EXPECT_EQ(0u, ledger.allocations());
 }
 
 TEST(ContainerValidation, AParsedCmcThatCannotBeAllocatedYieldsNull) {
   kit::allocation_ledger ledger;
   ledger.fail_after(0);
-  EXPECT_FALSE(accepted(container().add(kit::record_5()).image()));
+  EXPECT_FALSE(accepted(container().add(writer::record_5()).image()));
   EXPECT_EQ(1u, ledger.failures());
   EXPECT_EQ(0u, ledger.allocations());
 }

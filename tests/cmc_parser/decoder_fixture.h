@@ -15,7 +15,7 @@
 
 #include "qo_cmc/parser.h"
 #include "tests/kit/allocation_ledger.h"
-#include "tests/kit/container_writer.h"
+#include "writer/container_writer.h"
 
 namespace kit {
 
@@ -50,7 +50,9 @@ struct slot_value {
 };
 
 /// The `size` bytes at `memory`, for comparison with a record that is expected there.
-inline bytes bytes_at(const void* memory, size_t size) { return bytes().raw(memory, size); }
+inline writer::bytes bytes_at(const void* memory, size_t size) {
+  return writer::bytes().raw(memory, size);
+}
 
 /// Names the instances of a table-driven test after their rows.
 inline constexpr auto row_name = [](const auto& row) { return std::string(row.param.name); };
@@ -79,7 +81,7 @@ class decoder_fixture {
 
   /// Hands over a C-heap block of exactly the record's bytes. A leaked block stays alive until the
   /// fixture ends, one that is left to the caller is released at once.
-  decoded decode(const bytes& record, const calibration* module = nullptr) {
+  decoded decode(const writer::bytes& record, const calibration* module = nullptr) {
     auto* const block = static_cast<uint8_t*>(malloc(record.size()));
     memcpy(block, record.data(), record.size());
     ledger_.adopt(block, record.size());

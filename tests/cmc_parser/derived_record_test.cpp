@@ -1,15 +1,15 @@
 // Record 34 where the container has none.
 
 #include "tests/cmc_parser/container_cycle.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::container;
+using writer::container;
 
 class DerivedRecord : public testing::Test {
  protected:
-  const kit::bytes& derive(const std::vector<kit::bytes>& records) {
+  const writer::bytes& derive(const std::vector<writer::bytes>& records) {
     cmc_ = kit::parse(container().add(records).image());
     block_ = {};
     if (cmc_ && cmc_->record_34) block_.raw(cmc_->record_34, cmc_->record_34->size);
@@ -53,24 +53,24 @@ class DerivedRecord : public testing::Test {
 
   kit::allocation_ledger ledger_;
   kit::cmc_ptr cmc_;
-  kit::bytes block_;
+  writer::bytes block_;
 };
 
-const kit::record_19_entry entry_1 = {
+const writer::record_19_entry entry_1 = {
     0x00018000, 0xffffffff, {0x11121314, 0x15161718, 0x191a1b1c}, {0x2122, 0x2324, 0x2526, 0x2728}};
-const kit::record_19_entry entry_2 = {
+const writer::record_19_entry entry_2 = {
     1, 0x00010000, {0x31323334, 0x35363738, 0x393a3b3c}, {0x4142, 0x4344, 0x4546, 0x4748}};
 
 TEST_F(DerivedRecord, WithoutEitherSourceThereIsNone) {
-  derive({kit::record_18(), kit::record_21()});
+  derive({writer::record_18(), writer::record_21()});
   ASSERT_NE(nullptr, cmc_);
   EXPECT_EQ(nullptr, cmc_->record_34);
 }
 
 TEST_F(DerivedRecord, OfRecord19AloneThereIsOneBlock) {
-  derive({kit::record_19({.parameter = 0xbeef,
-                          .entries = {entry_1, entry_2},
-                          .pairs = {{98304, 0x51525354}, {0, 0x55565758}, {65536, 3}}})});
+  derive({writer::record_19({.parameter = 0xbeef,
+                             .entries = {entry_1, entry_2},
+                             .pairs = {{98304, 0x51525354}, {0, 0x55565758}, {65536, 3}}})});
   expect_header(72 + 32 * 2 + 8 * 3, 1);
   expect_block(0, {0, 0xbeef, 2, 3, 72, 72 + 64, 0});
   EXPECT_EQ(1.5f, block_.f32_at(72));
@@ -97,23 +97,23 @@ TEST_F(DerivedRecord, OfRecord19AloneThereIsOneBlock) {
 }
 
 TEST_F(DerivedRecord, OfAnEmptyRecord19ThereIsABlockWithoutAddresses) {
-  derive({kit::record_19({.parameter = 7, .entries = {}, .pairs = {}})});
+  derive({writer::record_19({.parameter = 7, .entries = {}, .pairs = {}})});
   expect_header(72, 1);
   expect_block(0, {0, 7, 0, 0, 0, 0, 0});
 }
 
 TEST_F(DerivedRecord, OneArrayOfRecord19LeavesTheOtherAddressNull) {
-  derive({kit::record_19({.parameter = 7, .entries = {entry_2}, .pairs = {}})});
+  derive({writer::record_19({.parameter = 7, .entries = {entry_2}, .pairs = {}})});
   expect_header(72 + 32, 1);
   expect_block(0, {0, 7, 1, 0, 72, 0, 0});
-  derive({kit::record_19({.parameter = 7, .entries = {}, .pairs = {{0x8000, 1}}})});
+  derive({writer::record_19({.parameter = 7, .entries = {}, .pairs = {{0x8000, 1}}})});
   expect_header(72 + 8, 1);
   expect_block(0, {0, 7, 0, 1, 0, 72, 0});
   EXPECT_EQ(0.5f, block_.f32_at(72));
 }
 
 TEST_F(DerivedRecord, OfRecord20WithAListThereIsOneBlockWithEntriesAndRoomForATail) {
-  derive({kit::record_20({.form = 1, .pairs = {{0x00014000, 0x61626364}, {0xffffffff, 5}}})});
+  derive({writer::record_20({.form = 1, .pairs = {{0x00014000, 0x61626364}, {0xffffffff, 5}}})});
   expect_header(80 + 8 * 2, 1);
   expect_block(0, {1, 2, 0, 2, 0, 72, 0});
   EXPECT_EQ(1.25f, block_.f32_at(72));
@@ -124,18 +124,18 @@ TEST_F(DerivedRecord, OfRecord20WithAListThereIsOneBlockWithEntriesAndRoomForATa
 }
 
 TEST_F(DerivedRecord, AnEmptyListIsAListWithoutAddressesOrTail) {
-  derive({kit::record_20({.form = 1, .pairs = {}})});
+  derive({writer::record_20({.form = 1, .pairs = {}})});
   expect_header(80, 1);
   expect_block(0, {1, 2, 0, 0, 0, 0, 0});
   expect_zeros_from(72);
 }
 
 TEST_F(DerivedRecord, WithoutAListThereIsATail) {
-  derive({kit::record_20({.value_8 = 0x0809,
-                          .value_10 = 0x0a0b,
-                          .value_12 = 0xfc,
-                          .value_13 = 0xfd,
-                          .version = 101})});
+  derive({writer::record_20({.value_8 = 0x0809,
+                             .value_10 = 0x0a0b,
+                             .value_12 = 0xfc,
+                             .value_13 = 0xfd,
+                             .version = 101})});
   expect_header(80, 1);
   expect_block(0, {1, 3, 0, 0, 0, 0, 72});
   EXPECT_EQ(0x0809, block_.u16_at(72));
@@ -146,7 +146,7 @@ TEST_F(DerivedRecord, WithoutAListThereIsATail) {
 
 TEST_F(DerivedRecord, TheTailOfAnOldRecord20EndsWithItsDefault) {
   for (const uint8_t version : {uint8_t{99}, uint8_t{100}}) {
-    derive({kit::record_20({.value_12 = 1, .value_13 = 0xfd, .version = version})});
+    derive({writer::record_20({.value_12 = 1, .value_13 = 0xfd, .version = version})});
     expect_header(80, 1);
     EXPECT_EQ(1, block_.u16_at(76));
     EXPECT_EQ(8, block_.u16_at(78));
@@ -154,9 +154,9 @@ TEST_F(DerivedRecord, TheTailOfAnOldRecord20EndsWithItsDefault) {
 }
 
 TEST_F(DerivedRecord, AListOfAnotherFormCountsInTheSizeButATailIsWritten) {
-  const std::vector<kit::fixed_pair> five(5, {0x10000, 9});
+  const std::vector<writer::fixed_pair> five(5, {0x10000, 9});
   for (const uint16_t form : {uint16_t{0}, uint16_t{2}, uint16_t{257}}) {
-    derive({kit::record_20({.value_8 = 3, .form = form, .pairs = five})});
+    derive({writer::record_20({.value_8 = 3, .form = form, .pairs = five})});
     expect_header(80 + 40, 1);
     expect_block(0, {1, 3, 0, 0, 0, 0, 72});
     EXPECT_EQ(3, block_.u16_at(72));
@@ -165,8 +165,8 @@ TEST_F(DerivedRecord, AListOfAnotherFormCountsInTheSizeButATailIsWritten) {
 }
 
 TEST_F(DerivedRecord, OfBothRecordsThereAreTwoBlocks) {
-  derive({kit::record_20({.form = 1, .pairs = {{0x10000, 6}}}),
-          kit::record_19({.parameter = 5, .entries = {entry_2}, .pairs = {{0x20000, 7}}})});
+  derive({writer::record_20({.form = 1, .pairs = {{0x10000, 6}}}),
+          writer::record_19({.parameter = 5, .entries = {entry_2}, .pairs = {{0x20000, 7}}})});
   expect_header(120 + 32 + 8 + 8, 2);
   expect_block(0, {0, 5, 1, 1, 112, 144, 0});
   expect_block(1, {1, 2, 0, 1, 0, 152, 0});
@@ -179,8 +179,8 @@ TEST_F(DerivedRecord, OfBothRecordsThereAreTwoBlocks) {
 }
 
 TEST_F(DerivedRecord, OfBothRecordsTheTailStandsBehindTheArrays) {
-  derive({kit::record_19({.parameter = 5, .entries = {entry_2}, .pairs = {{0x20000, 7}}}),
-          kit::record_20({.value_8 = 0x77, .form = 3, .pairs = {{1, 1}, {2, 2}}})});
+  derive({writer::record_19({.parameter = 5, .entries = {entry_2}, .pairs = {{0x20000, 7}}}),
+          writer::record_20({.value_8 = 0x77, .form = 3, .pairs = {{1, 1}, {2, 2}}})});
   expect_header(120 + 32 + 8 + 16, 2);
   expect_block(0, {0, 5, 1, 1, 112, 144, 0});
   expect_block(1, {1, 3, 0, 0, 0, 0, 152});
@@ -189,35 +189,36 @@ TEST_F(DerivedRecord, OfBothRecordsTheTailStandsBehindTheArrays) {
 }
 
 TEST_F(DerivedRecord, OfBothRecordsWithoutEntriesTheTailStandsBehindTheBlocks) {
-  derive({kit::record_19({.entries = {}, .pairs = {}}), kit::record_20({.version = 101})});
+  derive({writer::record_19({.entries = {}, .pairs = {}}), writer::record_20({.version = 101})});
   expect_header(120, 2);
   expect_block(0, {0, 7, 0, 0, 0, 0, 0});
   expect_block(1, {1, 3, 0, 0, 0, 0, 112});
 }
 
 TEST_F(DerivedRecord, AListThatItsRecordIsTooShortForMakesTheRecordAbsent) {
-  const kit::bytes whole = kit::record_20({.form = 1, .pairs = {{1, 1}, {2, 2}}});
+  const writer::bytes whole = writer::record_20({.form = 1, .pairs = {{1, 1}, {2, 2}}});
   // 8 n + 24 bytes keep the list's address, one less does not.
   ASSERT_GE(whole.size(), 40u);
-  const kit::bytes cut = kit::resized(whole, 39);
+  const writer::bytes cut = writer::resized(whole, 39);
   derive({cut});
   ASSERT_NE(nullptr, cmc_->record_20.record);
   ASSERT_EQ(nullptr, cmc_->record_20.tail);
   EXPECT_EQ(nullptr, cmc_->record_34);
-  derive({kit::record_19({.parameter = 4, .entries = {}, .pairs = {}}), cut});
+  derive({writer::record_19({.parameter = 4, .entries = {}, .pairs = {}}), cut});
   expect_header(72, 1);
   expect_block(0, {0, 4, 0, 0, 0, 0, 0});
-  derive({kit::resized(whole, 40)});
+  derive({writer::resized(whole, 40)});
   expect_header(80 + 16, 1);
 }
 
 TEST_F(DerivedRecord, AMissingListThatNobodyReadsDoesNotMakeTheRecordAbsent) {
-  kit::bytes empty = kit::resized(kit::record_20({.form = 1, .pairs = {}}), 23);
+  writer::bytes empty = writer::resized(writer::record_20({.form = 1, .pairs = {}}), 23);
   derive({empty});
   ASSERT_EQ(nullptr, cmc_->record_20.tail);
   expect_header(80, 1);
   expect_block(0, {1, 2, 0, 0, 0, 0, 0});
-  kit::bytes other = kit::resized(kit::record_20({.value_8 = 6, .form = 2, .pairs = {}}), 20);
+  writer::bytes other =
+      writer::resized(writer::record_20({.value_8 = 6, .form = 2, .pairs = {}}), 20);
   other.patch_u16(16, 5);
   derive({other});
   ASSERT_EQ(nullptr, cmc_->record_20.tail);
@@ -227,17 +228,17 @@ TEST_F(DerivedRecord, AMissingListThatNobodyReadsDoesNotMakeTheRecordAbsent) {
 }
 
 TEST_F(DerivedRecord, ALaterVersionTooShortForAListHasATail) {
-  derive({kit::resized(kit::record_20({.value_8 = 6, .version = 102}), 19)});
+  derive({writer::resized(writer::record_20({.value_8 = 6, .version = 102}), 19)});
   ASSERT_EQ(nullptr, cmc_->record_20.payload);
   expect_header(80, 1);
   expect_block(0, {1, 3, 0, 0, 0, 0, 72});
 }
 
 TEST_F(DerivedRecord, LargestCountsDoNotWrapTheSize) {
-  const std::vector<kit::record_19_entry> entries(65535, entry_1);
-  const std::vector<kit::fixed_pair> pairs(65535, {0x30000, 11});
-  derive({kit::record_19({.parameter = 1, .entries = entries, .pairs = pairs}),
-          kit::record_20({.form = 1, .pairs = pairs})});
+  const std::vector<writer::record_19_entry> entries(65535, entry_1);
+  const std::vector<writer::fixed_pair> pairs(65535, {0x30000, 11});
+  derive({writer::record_19({.parameter = 1, .entries = entries, .pairs = pairs}),
+          writer::record_20({.form = 1, .pairs = pairs})});
   const uint32_t longs = 65535 * 32;
   const uint32_t shorts = 65535 * 8;
   expect_header(120 + longs + 2 * shorts, 2);
@@ -265,13 +266,13 @@ TEST_F(DerivedRecord, FixedPointIsUnsignedAndRoundsOnce) {
       {0x01000001, 256.0f},  // the middle again: to the even neighbour below
       {0x01000003, 0x1000004p-16f},
   };
-  std::vector<kit::fixed_pair> pairs;
-  std::vector<kit::record_19_entry> entries;
+  std::vector<writer::fixed_pair> pairs;
+  std::vector<writer::record_19_entry> entries;
   for (const auto& c : cases) {
     pairs.push_back({c.fixed, 0});
     entries.push_back({c.fixed, c.fixed, {}, {}});
   }
-  derive({kit::record_19({.entries = entries, .pairs = pairs})});
+  derive({writer::record_19({.entries = entries, .pairs = pairs})});
   for (size_t i = 0; i < std::size(cases); ++i) {
     EXPECT_EQ(cases[i].value, block_.f32_at(72 + 32 * i)) << std::hex << cases[i].fixed;
     EXPECT_EQ(cases[i].value, block_.f32_at(76 + 32 * i)) << std::hex << cases[i].fixed;
@@ -280,9 +281,9 @@ TEST_F(DerivedRecord, FixedPointIsUnsignedAndRoundsOnce) {
 }
 
 TEST_F(DerivedRecord, TheContainersOwnRecordWinsWhereverItStands) {
-  const kit::bytes own = kit::record_34({.version = 101});
+  const writer::bytes own = writer::record_34({.version = 101});
   for (const bool in_front : {true, false}) {
-    std::vector<kit::bytes> records = {kit::record_19(), kit::record_20()};
+    std::vector<writer::bytes> records = {writer::record_19(), writer::record_20()};
     records.insert(in_front ? records.begin() : records.end(), own);
     derive(records);
     ASSERT_NE(nullptr, cmc_->record_34);
@@ -293,12 +294,13 @@ TEST_F(DerivedRecord, TheContainersOwnRecordWinsWhereverItStands) {
 }
 
 TEST_F(DerivedRecord, ARefusedOwnRecordIsReplacedByADerivedOne) {
-  derive({kit::record_19({.entries = {}, .pairs = {}}), kit::resized(kit::record_34(), 20)});
+  derive(
+      {writer::record_19({.entries = {}, .pairs = {}}), writer::resized(writer::record_34(), 20)});
   expect_header(72, 1);
 }
 
 TEST_F(DerivedRecord, ItIsOneBlockThatTeardownReleases) {
-  derive({kit::record_19(), kit::record_20()});
+  derive({writer::record_19(), writer::record_20()});
   // The parsed CMC, two copies, the derived block.
   EXPECT_EQ(4u, ledger_.live_blocks());
   EXPECT_TRUE(ledger_.holds(cmc_->record_34));
@@ -308,14 +310,14 @@ TEST_F(DerivedRecord, ItIsOneBlockThatTeardownReleases) {
 }
 
 TEST_F(DerivedRecord, TheLedgerHoldsAsManyBytesAsTheHeaderSays) {
-  const kit::bytes source = kit::record_19();
+  const writer::bytes source = writer::record_19();
   derive({source});
   EXPECT_EQ(sizeof(parsed_cmc) + source.size() + block_.u32_at(0), ledger_.live_bytes());
 }
 
 TEST_F(DerivedRecord, WithoutMemoryTheSlotStaysEmpty) {
   ledger_.fail_after(3);
-  derive({kit::record_19(), kit::record_20()});
+  derive({writer::record_19(), writer::record_20()});
   ASSERT_NE(nullptr, cmc_);
   EXPECT_EQ(1u, ledger_.failures());
   EXPECT_EQ(nullptr, cmc_->record_34);
@@ -324,8 +326,8 @@ TEST_F(DerivedRecord, WithoutMemoryTheSlotStaysEmpty) {
 }
 
 TEST_F(DerivedRecord, ItIsDerivedFromTheLastRecordsOfTheirKinds) {
-  derive({kit::record_19({.parameter = 1, .entries = {entry_1}}),
-          kit::record_19({.parameter = 2, .entries = {}, .pairs = {}})});
+  derive({writer::record_19({.parameter = 1, .entries = {entry_1}}),
+          writer::record_19({.parameter = 2, .entries = {}, .pairs = {}})});
   expect_header(72, 1);
   expect_block(0, {0, 2, 0, 0, 0, 0, 0});
 }

@@ -4,7 +4,7 @@
 
 #include "tests/cmc_parser/decoder_fixture.h"
 #include "tests/kit/fake_platform.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ TEST(Dispatch, KindsWithoutADecoderAreRefusedAndLeftToTheCaller) {
     SCOPED_TRACE(testing::Message() << "id " << id);
     kit::fake_platform platform;
     kit::decoder_fixture decoder;
-    const kit::decoded result = decoder.decode(kit::plain_record(id));
+    const kit::decoded result = decoder.decode(writer::plain_record(id));
     EXPECT_EQ(8u, result.code);
     EXPECT_EQ(copy_fate::left_to_caller, result.fate);
     EXPECT_TRUE(decoder.empty());
@@ -31,7 +31,7 @@ TEST(Dispatch, KindsWithoutADecoderAreRefusedAndLeftToTheCaller) {
 }
 
 TEST(Dispatch, EveryOtherKindUpTo36IsHandled) {
-  for (const kit::named_record& sample : kit::every_good_record()) {
+  for (const writer::named_record& sample : writer::every_good_record()) {
     SCOPED_TRACE(sample.name);
     ASSERT_TRUE(has_decoder(sample.content.u16_at(6)));
     kit::fake_platform platform;
@@ -42,7 +42,7 @@ TEST(Dispatch, EveryOtherKindUpTo36IsHandled) {
 }
 
 TEST(Dispatch, OnlyKinds9And31And32And34GoToTheContainerLibraryAndOnce) {
-  for (const kit::named_record& sample : kit::every_good_record()) {
+  for (const writer::named_record& sample : writer::every_good_record()) {
     SCOPED_TRACE(sample.name);
     const uint16_t id = sample.content.u16_at(6);
     kit::fake_platform platform;
@@ -56,7 +56,7 @@ TEST(Dispatch, OnlyKinds9And31And32And34GoToTheContainerLibraryAndOnce) {
 TEST(Dispatch, AKindIsTakenFromBothOfItsBytes) {
   // 0x0108 has the low byte of kind 8, which accepts anything.
   kit::decoder_fixture decoder;
-  EXPECT_EQ(8u, decoder.decode(kit::plain_record(0x0108)).code);
+  EXPECT_EQ(8u, decoder.decode(writer::plain_record(0x0108)).code);
   EXPECT_TRUE(decoder.empty());
 }
 
@@ -67,7 +67,7 @@ TEST(Dispatch, ANullRecordIsRefused) {
 }
 
 TEST(Dispatch, ANullParsedCmcLeavesTheRecordToTheCaller) {
-  for (const kit::named_record& sample : kit::every_good_record()) {
+  for (const writer::named_record& sample : writer::every_good_record()) {
     SCOPED_TRACE(sample.name);
     kit::fake_platform platform;
     kit::allocation_ledger ledger;
@@ -86,12 +86,12 @@ TEST(Dispatch, ASizeBelowTheHeaderIsRefusedAndLeftToTheCaller) {
   for (uint32_t size = 0; size < 8; ++size) {
     for (const uint16_t id : std::vector<uint16_t>{5, 8, 24, 31}) {
       SCOPED_TRACE(testing::Message() << "size " << size << ", id " << id);
-      kit::bytes header;
+      writer::bytes header;
       header.u32(size).u8(100).u8(0).u16(id);
       kit::fake_platform platform;
       kit::decoder_fixture decoder;
       const size_t block_size = size < 4 ? 4 : size;
-      const kit::decoded result = decoder.decode(kit::bytes().raw(header.data(), block_size));
+      const kit::decoded result = decoder.decode(writer::bytes().raw(header.data(), block_size));
       EXPECT_EQ(8u, result.code);
       EXPECT_EQ(copy_fate::left_to_caller, result.fate);
       EXPECT_TRUE(decoder.empty());
@@ -102,7 +102,7 @@ TEST(Dispatch, ASizeBelowTheHeaderIsRefusedAndLeftToTheCaller) {
 
 TEST(Dispatch, AHeaderAloneIsEnoughForAKindThatAsksForNoMore) {
   kit::decoder_fixture decoder;
-  const kit::decoded result = decoder.decode(kit::record_8({.size = 8}));
+  const kit::decoded result = decoder.decode(writer::record_8({.size = 8}));
   EXPECT_EQ(0u, result.code);
   EXPECT_EQ(copy_fate::kept, result.fate);
 }
@@ -115,7 +115,7 @@ TEST(Dispatch, NoKindReadsBehindAHeaderThatStandsAlone) {
       platform.answer_records_with(0);
       kit::decoder_fixture decoder;
       const uint32_t code =
-          decoder.decode(kit::plain_record(id, {.size = 8, .version = version})).code;
+          decoder.decode(writer::plain_record(id, {.size = 8, .version = version})).code;
       EXPECT_EQ(has_decoder(id) && id != 24 ? 0u : 8u, code);
     }
   }

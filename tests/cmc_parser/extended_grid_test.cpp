@@ -4,7 +4,7 @@ namespace {
 
 using kit::copy_fate;
 
-expected_set set_of(const kit::bytes& record) {
+expected_set set_of(const writer::bytes& record) {
   const size_t lights = record.u16_at(8);
   const size_t samples = size_t{record.u16_at(10)} * record.u16_at(12);
   const bool with_gains = record.u8_at(4) >= 101;
@@ -15,7 +15,7 @@ expected_set set_of(const kit::bytes& record) {
   for (size_t i = 0; i < lights; ++i) {
     const size_t block = 14 + (10 + 8 * samples) * i;
     const size_t gains = 14 + (10 + 8 * samples) * lights + 4 * i;
-    kit::bytes head = kit::bytes().u32(record.u16_at(block + 2));
+    writer::bytes head = writer::bytes().u32(record.u16_at(block + 2));
     for (size_t k = 0; k < 2; ++k) head.f32(with_gains ? gain_at(record, gains + 2 * k) : 0.0f);
     head.f32(coordinate_at(record, block + 6)).f32(coordinate_at(record, block + 8)).u16(12);
     set.lights.push_back({head, fixed_tables(record, block + 10, samples), record.u16_at(block)});
@@ -27,7 +27,7 @@ TEST(ExtendedGrid, BuildsASetWithGainsFromVersion101On) {
   for (const uint8_t version : kit::every_version) {
     for (const uint16_t lights : kit::u16_list{0, 1, 3}) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", lights " << lights);
-      const kit::bytes record = kit::record_11({.lights = lights, .version = version});
+      const writer::bytes record = writer::record_11({.lights = lights, .version = version});
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
       EXPECT_EQ(0u, result.code);
@@ -41,11 +41,11 @@ TEST(ExtendedGrid, BuildsASetWithGainsFromVersion101On) {
 }
 
 TEST(ExtendedGrid, FixedPointHeadsBecomeExactFloats) {
-  kit::bytes body = kit::bytes().u16(1).u16(1).u16(1);
+  writer::bytes body = writer::bytes().u16(1).u16(1).u16(1);
   body.u16(0xfffd).u16(0xfffe).u16(0xbbbb).u16(1).u16(0xffff).u16(10).u16(11).u16(12).u16(13);
   body.u16(0xffff).u16(1);
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record(11, 101, body));
+  (void)decoder.decode(writer::record(11, 101, body));
   ASSERT_TRUE(decoder.cmc().lens_shading_ext);
   const lens_shading_light_ext& light = decoder.cmc().lens_shading_ext->lights_ext[0];
   EXPECT_EQ(0xfffd, light.aux);
@@ -77,11 +77,11 @@ TEST(ExtendedGrid, NeedsItsBlocksAndGainsPadded) {
   };
   for (const bound_case& c : cases) {
     SCOPED_TRACE(c.what);
-    const kit::bytes record = kit::record_11(
+    const writer::bytes record = writer::record_11(
         {.lights = c.lights, .width = c.width, .height = c.height, .version = c.version});
     for (const size_t size : {c.least_size - 1, c.least_size, c.least_size + 1}) {
       kit::decoder_fixture decoder;
-      const kit::decoded result = decoder.decode(kit::resized(record, size));
+      const kit::decoded result = decoder.decode(writer::resized(record, size));
       EXPECT_EQ(copy_fate::released, result.fate);
       EXPECT_EQ(size >= c.least_size, decoder.cmc().lens_shading_ext != nullptr);
     }
@@ -91,7 +91,7 @@ TEST(ExtendedGrid, NeedsItsBlocksAndGainsPadded) {
 TEST(ExtendedGrid, CutAnywhereIsDropped) {
   for (const uint8_t version : kit::u8_list{100, 101})
     for (const uint16_t lights : kit::u16_list{0, 1, 2})
-      kit::cut_at_every_size(kit::record_11({.lights = lights, .version = version}),
+      kit::cut_at_every_size(writer::record_11({.lights = lights, .version = version}),
                              [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
                                kit::expect_dropped(decoder, result);
                              });
@@ -104,7 +104,7 @@ TEST(ExtendedGrid, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
         {65535, 0, 0},
         {65535, 1, 1},
         {2, 32768, 16384}}) {
-    kit::bytes record = kit::record_11();
+    writer::bytes record = writer::record_11();
     record.patch_u16(8, lights).patch_u16(10, width).patch_u16(12, height);
     kit::decoder_fixture decoder;
     const size_t before = decoder.ledger().live_bytes();
@@ -114,13 +114,13 @@ TEST(ExtendedGrid, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
 }
 
 TEST(ExtendedGrid, TheFirstRecordWins) {
-  const kit::bytes first = kit::record_11({.lights = 1});
+  const writer::bytes first = writer::record_11({.lights = 1});
   kit::decoder_fixture decoder;
   (void)decoder.decode(first);
   const lens_shading_set* const set = decoder.cmc().lens_shading_ext;
   const size_t allocations = decoder.ledger().allocations();
-  for (const kit::bytes& second :
-       {kit::record_11({.lights = 3}), kit::resized(kit::record_11(), 20)}) {
+  for (const writer::bytes& second :
+       {writer::record_11({.lights = 3}), writer::resized(writer::record_11(), 20)}) {
     EXPECT_EQ(copy_fate::released, decoder.decode(second).fate);
     EXPECT_TRUE(decoder.holds_only({{lens_shading_ext_slot, set}}));
     expect_set(decoder, set, set_of(first));
@@ -130,14 +130,14 @@ TEST(ExtendedGrid, TheFirstRecordWins) {
 
 TEST(ExtendedGrid, AMalformedRecordLeavesTheSlotToItsSuccessor) {
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::resized(kit::record_11(), 20));
-  (void)decoder.decode(kit::record_11({.lights = 1}));
-  expect_set(decoder, decoder.cmc().lens_shading_ext, set_of(kit::record_11({.lights = 1})));
+  (void)decoder.decode(writer::resized(writer::record_11(), 20));
+  (void)decoder.decode(writer::record_11({.lights = 1}));
+  expect_set(decoder, decoder.cmc().lens_shading_ext, set_of(writer::record_11({.lights = 1})));
 }
 
 TEST(ExtendedGrid, WithoutMemoryTheSlotIsEmptyAndNothingIsLogged) {
   for (const uint8_t version : kit::u8_list{100, 101})
-    kit::expect_nothing_without_memory(kit::record_11({.lights = 2, .version = version}),
+    kit::expect_nothing_without_memory(writer::record_11({.lights = 2, .version = version}),
                                        {.allocations = 10, .silent_refusals = 10});
 }
 

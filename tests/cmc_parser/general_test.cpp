@@ -4,16 +4,16 @@
 #include <string>
 
 #include "tests/cmc_parser/decoder_fixture.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
 using kit::copy_fate;
+using writer::bytes;
 
 // Header, 16 bytes that nobody reads, then `body` from byte 24.
 bytes general(uint8_t version, const bytes& body) {
-  return kit::record(1, version, kit::filler_bytes(1).run(16).raw(body), {.padded = false});
+  return writer::record(1, version, writer::filler_bytes(1).run(16).raw(body), {.padded = false});
 }
 
 // Name at 24, count at 27, key "k1" at 29, value "v" at 32, key "" at 34, value "xyz" at 35; 39.
@@ -104,12 +104,12 @@ TEST(General, EveryShorterRecordIsLeakedAndLeavesTheSlotEmpty) {
     for (size_t size = 8; size < c.least; ++size) {
       SCOPED_TRACE(testing::Message() << c.name << ", size " << size);
       kit::decoder_fixture decoder;
-      expect_leaked(decoder, kit::resized(c.whole, size));
+      expect_leaked(decoder, writer::resized(c.whole, size));
     }
     for (size_t size = c.least; size <= c.whole.size(); ++size) {
       SCOPED_TRACE(testing::Message() << c.name << ", size " << size);
       kit::decoder_fixture decoder;
-      const kit::decoded result = decoder.decode(kit::resized(c.whole, size));
+      const kit::decoded result = decoder.decode(writer::resized(c.whole, size));
       EXPECT_EQ(0u, result.code);
       EXPECT_EQ(copy_fate::kept, result.fate);
     }
@@ -199,10 +199,10 @@ TEST(General, ASecondRecordWithoutPairsLeavesNoneOfTheFirst) {
 
 TEST(General, AMalformedSecondRecordReleasesTheFirstAndEmptiesTheSlot) {
   const bytes malformed[] = {
-      kit::resized(two_pairs(), 8),
-      kit::resized(two_pairs(), 26),
-      kit::resized(two_pairs(), 28),
-      kit::resized(two_pairs(), 38),
+      writer::resized(two_pairs(), 8),
+      writer::resized(two_pairs(), 26),
+      writer::resized(two_pairs(), 28),
+      writer::resized(two_pairs(), 38),
   };
   for (const bytes& record : malformed) {
     SCOPED_TRACE(record.size());

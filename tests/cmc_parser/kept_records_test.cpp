@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "tests/cmc_parser/decoder_fixture.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
 using kit::copy_fate;
+using writer::bytes;
 
 /// A slot that holds an address, as a count of bytes from the start of the copy.
 struct place {
@@ -25,56 +25,72 @@ struct kept_case {
 // Records 16, 18 and 19 of no more than their counts and filler behind them.
 bytes with_counts(uint16_t id, size_t size, std::vector<std::pair<size_t, uint16_t>> counts,
                   uint8_t version = 100) {
-  bytes record = kit::plain_record(id, {.size = static_cast<uint32_t>(size), .version = version});
+  bytes record =
+      writer::plain_record(id, {.size = static_cast<uint32_t>(size), .version = version});
   for (const auto& [offset, count] : counts) record.patch_u16(offset, count);
   return record;
 }
 
 // The kind that takes any record.
 const kept_case unconditional_cases[] = {
-    {"record_8", kit::record_8(), 8, {{12, 0}}},
-    {"record_8_version_101", kit::record_8({.version = 101}), 8, {{12, 0}}},
+    {"record_8", writer::record_8(), 8, {{12, 0}}},
+    {"record_8_version_101", writer::record_8({.version = 101}), 8, {{12, 0}}},
 };
 
 const kept_case cases[] = {
-    {"record_5", kit::record_5(), 16, {{8, 0}}},
-    {"record_5_version_104", kit::record_5({.version = 104}), 16, {{8, 0}}},
-    {"record_7", kit::record_7(), 16, {{11, 0}}},
-    {"record_7_version_99", kit::record_7({.version = 99}), 16, {{11, 0}}},
-    {"record_21", kit::record_21(), 16, {{46, 0}}},
-    {"record_21_version_101", kit::record_21({.version = 101}), 16, {{46, 0}}},
-    {"record_23", kit::record_23({.size = 32}), 24, {{44, 0}}},
-    {"record_23_version_101", kit::record_23({.size = 32, .version = 101}), 24, {{44, 0}}},
+    {"record_5", writer::record_5(), 16, {{8, 0}}},
+    {"record_5_version_104", writer::record_5({.version = 104}), 16, {{8, 0}}},
+    {"record_7", writer::record_7(), 16, {{11, 0}}},
+    {"record_7_version_99", writer::record_7({.version = 99}), 16, {{11, 0}}},
+    {"record_21", writer::record_21(), 16, {{46, 0}}},
+    {"record_21_version_101", writer::record_21({.version = 101}), 16, {{46, 0}}},
+    {"record_23", writer::record_23({.size = 32}), 24, {{44, 0}}},
+    {"record_23_version_101", writer::record_23({.size = 32, .version = 101}), 24, {{44, 0}}},
     // 2 (8 + sum), padded
-    {"record_6_without_values", kit::record_6({.counts = {0, 0, 0, 0}}), 16, {{9, 0}, {10, 16}}},
-    {"record_6_one_value_first", kit::record_6({.counts = {1, 0, 0, 0}}), 24, {{9, 0}, {10, 16}}},
-    {"record_6_one_value_second", kit::record_6({.counts = {0, 1, 0, 0}}), 24, {{9, 0}, {10, 16}}},
-    {"record_6_one_value_third", kit::record_6({.counts = {0, 0, 1, 0}}), 24, {{9, 0}, {10, 16}}},
-    {"record_6_one_value_last", kit::record_6({.counts = {0, 0, 0, 1}}), 24, {{9, 0}, {10, 16}}},
-    {"record_6_four_values", kit::record_6({.counts = {1, 1, 1, 1}}), 24, {{9, 0}, {10, 16}}},
-    {"record_6_five_values", kit::record_6({.counts = {1, 1, 1, 2}}), 32, {{9, 0}, {10, 16}}},
+    {"record_6_without_values", writer::record_6({.counts = {0, 0, 0, 0}}), 16, {{9, 0}, {10, 16}}},
+    {"record_6_one_value_first",
+     writer::record_6({.counts = {1, 0, 0, 0}}),
+     24,
+     {{9, 0}, {10, 16}}},
+    {"record_6_one_value_second",
+     writer::record_6({.counts = {0, 1, 0, 0}}),
+     24,
+     {{9, 0}, {10, 16}}},
+    {"record_6_one_value_third",
+     writer::record_6({.counts = {0, 0, 1, 0}}),
+     24,
+     {{9, 0}, {10, 16}}},
+    {"record_6_one_value_last", writer::record_6({.counts = {0, 0, 0, 1}}), 24, {{9, 0}, {10, 16}}},
+    {"record_6_four_values", writer::record_6({.counts = {1, 1, 1, 1}}), 24, {{9, 0}, {10, 16}}},
+    {"record_6_five_values", writer::record_6({.counts = {1, 1, 1, 2}}), 32, {{9, 0}, {10, 16}}},
     {"record_6_version_101",
-     kit::record_6({.counts = {9, 1, 1, 2}, .version = 101}),
+     writer::record_6({.counts = {9, 1, 1, 2}, .version = 101}),
      48,
      {{9, 0}, {10, 16}}},
-    {"record_17_version_0", kit::record_17({.version = 0}), 16, {{32, 0}}},
-    {"record_17_version_99", kit::record_17({.version = 99}), 16, {{32, 0}}},
-    {"record_17_version_100", kit::record_17({.version = 100}), 16, {{32, 0}}},
-    {"record_17_version_101", kit::record_17({.version = 101}), 16, {{32, 0}, {33, 14}}},
-    {"record_17_version_104", kit::record_17({.version = 104}), 16, {{32, 0}, {33, 14}}},
-    {"record_17_version_255", kit::record_17({.version = 255}), 16, {{32, 0}, {33, 14}}},
+    {"record_17_version_0", writer::record_17({.version = 0}), 16, {{32, 0}}},
+    {"record_17_version_99", writer::record_17({.version = 99}), 16, {{32, 0}}},
+    {"record_17_version_100", writer::record_17({.version = 100}), 16, {{32, 0}}},
+    {"record_17_version_101", writer::record_17({.version = 101}), 16, {{32, 0}, {33, 14}}},
+    {"record_17_version_104", writer::record_17({.version = 104}), 16, {{32, 0}, {33, 14}}},
+    {"record_17_version_255", writer::record_17({.version = 255}), 16, {{32, 0}, {33, 14}}},
     // 10 + 84 n, padded; the tail from version 101 on
-    {"record_18_without_entries", kit::record_18({.count = 0}), 16, {{34, 0}, {35, 10}, {36, 10}}},
-    {"record_18_one_entry", kit::record_18({.count = 1, .version = 100}), 96, {{34, 0}, {35, 10}}},
-    {"record_18_version_99", kit::record_18({.version = 99}), 184, {{34, 0}, {35, 10}}},
-    {"record_18_version_100", kit::record_18({.version = 100}), 184, {{34, 0}, {35, 10}}},
-    {"record_18_version_101", kit::record_18(), 184, {{34, 0}, {35, 10}, {36, 178}}},
+    {"record_18_without_entries",
+     writer::record_18({.count = 0}),
+     16,
+     {{34, 0}, {35, 10}, {36, 10}}},
+    {"record_18_one_entry",
+     writer::record_18({.count = 1, .version = 100}),
+     96,
+     {{34, 0}, {35, 10}}},
+    {"record_18_version_99", writer::record_18({.version = 99}), 184, {{34, 0}, {35, 10}}},
+    {"record_18_version_100", writer::record_18({.version = 100}), 184, {{34, 0}, {35, 10}}},
+    {"record_18_version_101", writer::record_18(), 184, {{34, 0}, {35, 10}, {36, 178}}},
     {"record_18_version_102",
-     kit::record_18({.version = 102}),
+     writer::record_18({.version = 102}),
      184,
      {{34, 0}, {35, 10}, {36, 178}}},
     {"record_18_version_255",
-     kit::record_18({.tail_bytes = 0, .version = 255}),
+     writer::record_18({.tail_bytes = 0, .version = 255}),
      184,
      {{34, 0}, {35, 10}, {36, 178}}},
     // 16 + 28 n + 8 m, padded
@@ -91,7 +107,7 @@ const kept_case cases[] = {
      24,
      {{37, 0}, {38, 16}, {39, 16}}},
     {"record_19_entries_and_pairs",
-     kit::record_19({.version = 101}),
+     writer::record_19({.version = 101}),
      96,
      {{37, 0}, {38, 16}, {39, 72}}},
     {"record_19_version_104",
@@ -113,7 +129,7 @@ TEST_P(BoundedKeptRecord, EveryShorterRecordIsLeakedAndLeavesTheSlotEmpty) {
   for (size_t size = 8; size < GetParam().least; ++size) {
     SCOPED_TRACE(size);
     kit::decoder_fixture decoder;
-    const kit::decoded result = decoder.decode(kit::resized(GetParam().content, size));
+    const kit::decoded result = decoder.decode(writer::resized(GetParam().content, size));
     EXPECT_EQ(0u, result.code);
     EXPECT_EQ(copy_fate::leaked, result.fate);
     EXPECT_TRUE(decoder.empty());
@@ -123,7 +139,7 @@ TEST_P(BoundedKeptRecord, EveryShorterRecordIsLeakedAndLeavesTheSlotEmpty) {
 TEST_P(KeptRecord, IsKeptByteForByteFromItsLeastSizeOn) {
   for (size_t size = GetParam().least; size <= GetParam().least + 9; ++size) {
     SCOPED_TRACE(size);
-    const bytes record = kit::resized(GetParam().content, size);
+    const bytes record = writer::resized(GetParam().content, size);
     kit::decoder_fixture decoder;
     const kit::decoded result = decoder.decode(record);
     EXPECT_EQ(0u, result.code);
@@ -149,7 +165,7 @@ TEST_P(BoundedKeptRecord, AMalformedSecondOneReleasesIt) {
     kit::decoder_fixture decoder;
     const kit::decoded first = decoder.decode(GetParam().content);
     ASSERT_EQ(copy_fate::kept, first.fate);
-    const kit::decoded second = decoder.decode(kit::resized(GetParam().content, size));
+    const kit::decoded second = decoder.decode(writer::resized(GetParam().content, size));
     EXPECT_EQ(0u, second.code);
     EXPECT_EQ(copy_fate::leaked, second.fate);
     EXPECT_EQ(0u, decoder.owned_blocks());
@@ -168,7 +184,7 @@ TEST(KeptRecordCounts, TheLargestOnesAreNotCutTo16Bits) {
     size_t least;
   } largest[] = {
       // 2 (8 + 4 * 255) = 2056
-      {"record_6", kit::record_6({.counts = {255, 255, 255, 255}}), 2056},
+      {"record_6", writer::record_6({.counts = {255, 255, 255, 255}}), 2056},
       // 14 + 4 * 65535 = 262154
       {"record_16", with_counts(16, 262160, {{12, 65535}}), 262160},
       // 10 + 84 * 65535 = 5504950
@@ -180,10 +196,10 @@ TEST(KeptRecordCounts, TheLargestOnesAreNotCutTo16Bits) {
     SCOPED_TRACE(c.name);
     {
       kit::decoder_fixture decoder;
-      EXPECT_EQ(copy_fate::leaked, decoder.decode(kit::resized(c.content, c.least - 1)).fate);
+      EXPECT_EQ(copy_fate::leaked, decoder.decode(writer::resized(c.content, c.least - 1)).fate);
     }
     kit::decoder_fixture decoder;
-    EXPECT_EQ(copy_fate::kept, decoder.decode(kit::resized(c.content, c.least)).fate);
+    EXPECT_EQ(copy_fate::kept, decoder.decode(writer::resized(c.content, c.least)).fate);
   }
 }
 

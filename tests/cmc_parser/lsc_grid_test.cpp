@@ -5,20 +5,20 @@ namespace {
 using kit::copy_fate;
 
 /// The set that `lights` blocks of `samples` samples a plane, and gains if there are, make.
-expected_set set_of(const kit::bytes& record, bool with_gains) {
+expected_set set_of(const writer::bytes& record, bool with_gains) {
   const size_t lights = record.u16_at(10);
   const uint16_t width = record.u16_at(12);
   const uint16_t height = record.u16_at(14);
   const size_t samples = size_t{width} * height;
   const auto size = static_cast<uint32_t>(176 * samples * lights + 32);
-  expected_set set = {.head = kit::bytes().u32(size).u32(1835108).raw(fixed_map()),
+  expected_set set = {.head = writer::bytes().u32(size).u32(1835108).raw(fixed_map()),
                       .entry_size = light_size,
                       .lights = {}};
   set.head.u16(record.u16_at(10)).u16(width).u16(height);
   for (size_t i = 0; i < lights; ++i) {
     const size_t block = 16 + 8 * (samples + 1) * i;
     const size_t gains = 16 + 8 * (samples + 1) * lights + 4 * i;
-    kit::bytes head = kit::bytes().u32(record.u16_at(block));
+    writer::bytes head = writer::bytes().u32(record.u16_at(block));
     for (size_t k = 0; k < 2; ++k) head.f32(with_gains ? gain_at(record, gains + 2 * k) : 0.0f);
     head.f32(coordinate_at(record, block + 4)).f32(coordinate_at(record, block + 6)).u16(12);
     set.lights.push_back({head, fixed_tables(record, block + 8, samples)});
@@ -39,7 +39,7 @@ TEST(LscGrid, KeepsItsCopyAndBuildsASetWithGainsFromVersion101On) {
   for (const uint8_t version : kit::every_version) {
     for (const uint16_t lights : kit::u16_list{0, 1, 3}) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", lights " << lights);
-      const kit::bytes record = kit::record_10({.lights = lights, .version = version});
+      const writer::bytes record = writer::record_10({.lights = lights, .version = version});
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
       EXPECT_EQ(0u, result.code);
@@ -55,11 +55,11 @@ TEST(LscGrid, KeepsItsCopyAndBuildsASetWithGainsFromVersion101On) {
 }
 
 TEST(LscGrid, FixedPointHeadsBecomeExactFloats) {
-  kit::bytes body = kit::bytes().u16(0xaaaa).u16(1).u16(1).u16(1);
+  writer::bytes body = writer::bytes().u16(0xaaaa).u16(1).u16(1).u16(1);
   body.u16(0xfffe).u16(0xbbbb).u16(1).u16(0xffff).u16(10).u16(11).u16(12).u16(13);
   body.u16(0xffff).u16(1);
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record(10, 101, body));
+  (void)decoder.decode(writer::record(10, 101, body));
   ASSERT_TRUE(decoder.cmc().lens_shading);
   const lens_shading_light& light = decoder.cmc().lens_shading->lights[0];
   EXPECT_EQ(0xfffeu, light.light_id);
@@ -73,8 +73,8 @@ TEST(LscGrid, FixedPointHeadsBecomeExactFloats) {
 
 TEST(LscGrid, WithoutLightsTheSetHasNoneAndASizeOf32) {
   for (const auto& [width, height] : {std::pair<uint16_t, uint16_t>{3, 2}, {65535, 65535}}) {
-    const kit::bytes record =
-        kit::record_10({.lights = 0, .width = width, .height = height, .version = 100});
+    const writer::bytes record =
+        writer::record_10({.lights = 0, .width = width, .height = height, .version = 100});
     ASSERT_EQ(16u, record.size());
     kit::decoder_fixture decoder;
     const kit::decoded result = decoder.decode(record);
@@ -86,7 +86,7 @@ TEST(LscGrid, WithoutLightsTheSetHasNoneAndASizeOf32) {
 }
 
 TEST(LscGrid, APlaneWithoutSamplesIsAnEmptyTable) {
-  const kit::bytes record = kit::record_10({.lights = 2, .width = 0, .height = 9});
+  const writer::bytes record = writer::record_10({.lights = 2, .width = 0, .height = 9});
   kit::decoder_fixture decoder;
   (void)decoder.decode(record);
   expect_set(decoder, decoder.cmc().lens_shading, set_of(record, true));
@@ -95,11 +95,11 @@ TEST(LscGrid, APlaneWithoutSamplesIsAnEmptyTable) {
 
 TEST(LscGrid, CutInItsBlocksIsLeakedAndCutInItsGainsGoesWithoutThem) {
   for (const uint8_t version : kit::u8_list{100, 101, 102}) {
-    const kit::bytes record = kit::record_10({.lights = 3, .version = version});
+    const writer::bytes record = writer::record_10({.lights = 3, .version = version});
     const size_t end = 16 + 8 * 7 * 3;
     const size_t padded_gains = end + 16;  // 12 bytes of gains
     kit::cut_at_every_size(
-        kit::resized(record, padded_gains + 9),
+        writer::resized(record, padded_gains + 9),
         [&](kit::decoder_fixture& decoder, const kit::decoded& result, size_t size) {
           EXPECT_EQ(0u, result.code);
           if (size < end) {
@@ -113,7 +113,7 @@ TEST(LscGrid, CutInItsBlocksIsLeakedAndCutInItsGainsGoesWithoutThem) {
           EXPECT_TRUE(
               holds_grid(decoder, result.copy, with_gains ? end : 0, decoder.cmc().lens_shading));
           expect_set(decoder, decoder.cmc().lens_shading,
-                     set_of(kit::resized(record, padded_gains), with_gains));
+                     set_of(writer::resized(record, padded_gains), with_gains));
         });
   }
 }
@@ -126,7 +126,7 @@ TEST(LscGrid, CountsBeyondTheRecordAreLeakedAndNothingIsAllocated) {
         {65535, 1, 1},
         {2, 32768, 16384},
         {1, 0x2000, 0xffff}}) {
-    kit::bytes record = kit::record_10();
+    writer::bytes record = writer::record_10();
     record.patch_u16(10, lights).patch_u16(12, width).patch_u16(14, height);
     kit::decoder_fixture decoder;
     EXPECT_EQ(copy_fate::leaked, decoder.decode(record).fate);
@@ -136,8 +136,8 @@ TEST(LscGrid, CountsBeyondTheRecordAreLeakedAndNothingIsAllocated) {
 }
 
 TEST(LscGrid, ASecondRecordReplacesTheCopyButNotTheSet) {
-  const kit::bytes first = kit::record_10({.lights = 1});
-  const kit::bytes second = kit::record_10({.lights = 3, .version = 100, .filler = 77});
+  const writer::bytes first = writer::record_10({.lights = 1});
+  const writer::bytes second = writer::record_10({.lights = 3, .version = 100, .filler = 77});
   kit::decoder_fixture decoder;
   const kit::decoded former = decoder.decode(first);
   const lens_shading_set* const set = decoder.cmc().lens_shading;
@@ -150,9 +150,9 @@ TEST(LscGrid, ASecondRecordReplacesTheCopyButNotTheSet) {
 
 TEST(LscGrid, AMalformedRecordAfterAGoodOneReleasesItsCopyAndLeavesTheSet) {
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_10({.lights = 1}));
+  (void)decoder.decode(writer::record_10({.lights = 1}));
   const lens_shading_set* const set = decoder.cmc().lens_shading;
-  const kit::decoded result = decoder.decode(kit::resized(kit::record_10(), 127));
+  const kit::decoded result = decoder.decode(writer::resized(writer::record_10(), 127));
   EXPECT_EQ(copy_fate::leaked, result.fate);
   EXPECT_TRUE(decoder.holds_only({{lens_shading_slot, set}}));
   EXPECT_EQ(2u + 4, decoder.owned_blocks());
@@ -161,7 +161,7 @@ TEST(LscGrid, AMalformedRecordAfterAGoodOneReleasesItsCopyAndLeavesTheSet) {
 TEST(LscGrid, WithoutMemoryForTheSetTheCopyIsKeptAllTheSame) {
   const auto scenario = [](kit::decoder_fixture& decoder, size_t n) {
     const kit::fake_platform platform;
-    const kit::decoded result = decoder.decode(kit::record_10({.lights = 2}));
+    const kit::decoded result = decoder.decode(writer::record_10({.lights = 2}));
     EXPECT_EQ(0u, result.code);
     EXPECT_EQ(copy_fate::kept, result.fate);
     EXPECT_TRUE(holds_grid(decoder, result.copy, 16 + 8 * 7 * 2, decoder.cmc().lens_shading));

@@ -14,14 +14,14 @@ struct mapped_kind {
   size_t slot;
   size_t entry_size;
   lens_shading_set* parsed_cmc::*set;
-  kit::bytes (*build)(const kit::mapped_grid_fields&);
+  writer::bytes (*build)(const writer::mapped_grid_fields&);
 };
 
 constexpr mapped_kind kinds[] = {
     {28, lens_shading_slot, light_size, &parsed_cmc::lens_shading,
-     [](const kit::mapped_grid_fields& fields) { return kit::record_28(fields); }},
+     [](const writer::mapped_grid_fields& fields) { return writer::record_28(fields); }},
     {33, lens_shading_ext_slot, light_ext_size, &parsed_cmc::lens_shading_ext,
-     [](const kit::mapped_grid_fields& fields) { return kit::record_33(fields); }},
+     [](const writer::mapped_grid_fields& fields) { return writer::record_33(fields); }},
 };
 
 size_t planes_of(const map_list& map) {
@@ -31,7 +31,7 @@ size_t planes_of(const map_list& map) {
   return static_cast<size_t>(largest + 1);
 }
 
-expected_set set_of(const kit::bytes& record, const mapped_kind& kind) {
+expected_set set_of(const writer::bytes& record, const mapped_kind& kind) {
   const size_t lights = record.u16_at(24);
   const size_t plane_size = size_t{2} * record.u16_at(28) * record.u16_at(30);
   map_list map;
@@ -81,7 +81,7 @@ TEST(MappedGrid, EachSiteOfTheMapOwnsATableOfItsPlane) {
   for (const mapped_kind& kind : kinds) {
     for (const map_case& c : cases) {
       SCOPED_TRACE(testing::Message() << "id " << kind.id << ", " << c.what);
-      const kit::bytes record =
+      const writer::bytes record =
           kind.build({.lights = 3, .width = 2, .height = 3, .channel_map = c.map});
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
@@ -98,7 +98,7 @@ TEST(MappedGrid, EachSiteOfTheMapOwnsATableOfItsPlane) {
 TEST(MappedGrid, EveryVersionIsReadAlike) {
   for (const mapped_kind& kind : kinds)
     for (const uint8_t version : kit::every_version) {
-      const kit::bytes record = kind.build({.version = version});
+      const writer::bytes record = kind.build({.version = version});
       kit::decoder_fixture decoder;
       (void)decoder.decode(record);
       expect_set(decoder, decoder.cmc().*kind.set, set_of(record, kind));
@@ -107,7 +107,7 @@ TEST(MappedGrid, EveryVersionIsReadAlike) {
 
 TEST(MappedGrid, BlocksWithoutPlanesAre22BytesApart) {
   for (const mapped_kind& kind : kinds) {
-    kit::bytes record =
+    writer::bytes record =
         kind.build({.lights = 2, .width = 9, .height = 9, .channel_map = every_site(-1)});
     ASSERT_EQ(80u, record.size());  // 32 + 2 * 22, padded
     record.patch_u16(32, 0x1234).patch_u16(54, 0x5678);
@@ -123,7 +123,7 @@ TEST(MappedGrid, BlocksWithoutPlanesAre22BytesApart) {
 
 TEST(MappedGrid, HeadsAreCopiedBitByBit) {
   for (const mapped_kind& kind : kinds) {
-    kit::bytes record = kind.build({.lights = 1});
+    writer::bytes record = kind.build({.lights = 1});
     record.patch_u32(32, 0xfedcba98);
     // Patterns that arithmetic would change.
     record.patch_u32(36, 0x7f800001).patch_u32(40, 0xffc00001);
@@ -144,7 +144,7 @@ TEST(MappedGrid, FractionBitsAre16LessTheStoredIn16Bits) {
   for (const mapped_kind& kind : kinds)
     for (const auto& [stored, fraction_bits] :
          {std::pair<uint16_t, uint16_t>{0, 16}, {4, 12}, {16, 0}, {17, 65535}, {65535, 17}}) {
-      kit::bytes record = kind.build({.lights = 1});
+      writer::bytes record = kind.build({.lights = 1});
       record.patch_u16(32 + 20, stored);
       kit::decoder_fixture decoder;
       (void)decoder.decode(record);
@@ -157,7 +157,7 @@ TEST(MappedGrid, FractionBitsAre16LessTheStoredIn16Bits) {
 TEST(MappedGrid, TheNumberOfALightsSetIsTheStoredPlus1In16Bits) {
   for (const auto& [stored, aux] :
        {std::pair<uint16_t, uint16_t>{0, 1}, {255, 256}, {65534, 65535}, {65535, 0}}) {
-    kit::bytes record = kit::record_33({.lights = 1});
+    writer::bytes record = writer::record_33({.lights = 1});
     record.patch_u16(32 + 2, stored);
     kit::decoder_fixture decoder;
     (void)decoder.decode(record);
@@ -169,8 +169,8 @@ TEST(MappedGrid, TheNumberOfALightsSetIsTheStoredPlus1In16Bits) {
 TEST(MappedGrid, WithoutLightsTheSetIsKeptFrom32BytesOn) {
   for (const mapped_kind& kind : kinds)
     for (const size_t size : kit::size_list{31, 32, 33}) {
-      const kit::bytes record =
-          kit::resized(kind.build({.lights = 0, .width = 65535, .height = 65535}), size);
+      const writer::bytes record =
+          writer::resized(kind.build({.lights = 0, .width = 65535, .height = 65535}), size);
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
       if (size < 32) {
@@ -201,11 +201,11 @@ TEST(MappedGrid, NeedsItsBlocksPadded) {
   for (const mapped_kind& kind : kinds)
     for (const bound_case& c : cases) {
       SCOPED_TRACE(testing::Message() << "id " << kind.id << ", " << c.what);
-      const kit::bytes record = kind.build(
+      const writer::bytes record = kind.build(
           {.lights = c.lights, .width = c.width, .height = c.height, .channel_map = c.map});
       for (const size_t size : {c.least_size - 1, c.least_size, c.least_size + 1}) {
         kit::decoder_fixture decoder;
-        const kit::decoded result = decoder.decode(kit::resized(record, size));
+        const kit::decoded result = decoder.decode(writer::resized(record, size));
         EXPECT_EQ(copy_fate::released, result.fate);
         EXPECT_EQ(size >= c.least_size, decoder.cmc().*kind.set != nullptr);
       }
@@ -229,7 +229,7 @@ TEST(MappedGrid, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
             {65535, 0, 0},
             {65535, 1, 1},
             {65535, 32768, 32768}}) {
-        kit::bytes record = kind.build({.lights = 1});
+        writer::bytes record = kind.build({.lights = 1});
         for (size_t site = 0; site < 16; ++site)
           record.patch_u8(8 + site, static_cast<uint8_t>(index));
         record.patch_u16(24, lights).patch_u16(28, width).patch_u16(30, height);
@@ -242,7 +242,7 @@ TEST(MappedGrid, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
 
 TEST(MappedGrid, TheLastRecordWins) {
   for (const mapped_kind& kind : kinds) {
-    const kit::bytes second = kind.build({.lights = 1, .filler = 71});
+    const writer::bytes second = kind.build({.lights = 1, .filler = 71});
     kit::decoder_fixture decoder;
     (void)decoder.decode(kind.build({.lights = 3}));
     (void)decoder.decode(second);
@@ -256,15 +256,15 @@ TEST(MappedGrid, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
     for (const size_t size : kit::size_list{8, 31, 32, 100}) {
       kit::decoder_fixture decoder;
       (void)decoder.decode(kind.build({}));
-      kit::expect_dropped(decoder, decoder.decode(kit::resized(kind.build({}), size)));
+      kit::expect_dropped(decoder, decoder.decode(writer::resized(kind.build({}), size)));
     }
 }
 
 TEST(MappedGrid, WithoutMemoryTheSlotIsEmptyAndOnlyKind28LogsAnInnerAllocation) {
   // The set, whose absence is not logged; its lights; four tables each.
-  kit::expect_nothing_without_memory(kit::record_28({.lights = 2}),
+  kit::expect_nothing_without_memory(writer::record_28({.lights = 2}),
                                      {.allocations = 10, .silent_refusals = 1});
-  kit::expect_nothing_without_memory(kit::record_33({.lights = 2}),
+  kit::expect_nothing_without_memory(writer::record_33({.lights = 2}),
                                      {.allocations = 10, .silent_refusals = 10});
 }
 
@@ -282,43 +282,45 @@ TEST(MappedGrid, WithoutMemoryTheFormerSetIsGoneToo) {
 
 TEST(LensShadingSlots, AMappedGridReplacesTheSetOfAFixedOne) {
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_10({.lights = 3}));
-  (void)decoder.decode(kit::record_11({.lights = 3}));
-  (void)decoder.decode(kit::record_28({.lights = 1}));
-  (void)decoder.decode(kit::record_33({.lights = 1}));
-  expect_set(decoder, decoder.cmc().lens_shading, set_of(kit::record_28({.lights = 1}), kinds[0]));
+  (void)decoder.decode(writer::record_10({.lights = 3}));
+  (void)decoder.decode(writer::record_11({.lights = 3}));
+  (void)decoder.decode(writer::record_28({.lights = 1}));
+  (void)decoder.decode(writer::record_33({.lights = 1}));
+  expect_set(decoder, decoder.cmc().lens_shading,
+             set_of(writer::record_28({.lights = 1}), kinds[0]));
   expect_set(decoder, decoder.cmc().lens_shading_ext,
-             set_of(kit::record_33({.lights = 1}), kinds[1]));
+             set_of(writer::record_33({.lights = 1}), kinds[1]));
   EXPECT_TRUE(decoder.cmc().lsc_grid.record);
   EXPECT_EQ(1u + 6 + 6, decoder.owned_blocks());
 }
 
 TEST(LensShadingSlots, AFixedGridLeavesTheSetOfAMappedOne) {
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_28({.lights = 1}));
-  (void)decoder.decode(kit::record_33({.lights = 1}));
-  const kit::decoded grid = decoder.decode(kit::record_10({.lights = 3}));
-  const kit::decoded extended = decoder.decode(kit::record_11({.lights = 3}));
+  (void)decoder.decode(writer::record_28({.lights = 1}));
+  (void)decoder.decode(writer::record_33({.lights = 1}));
+  const kit::decoded grid = decoder.decode(writer::record_10({.lights = 3}));
+  const kit::decoded extended = decoder.decode(writer::record_11({.lights = 3}));
   EXPECT_EQ(copy_fate::kept, grid.fate);
   EXPECT_EQ(grid.copy + 16, decoder.cmc().lsc_grid.blocks);
   EXPECT_EQ(copy_fate::released, extended.fate);
-  expect_set(decoder, decoder.cmc().lens_shading, set_of(kit::record_28({.lights = 1}), kinds[0]));
+  expect_set(decoder, decoder.cmc().lens_shading,
+             set_of(writer::record_28({.lights = 1}), kinds[0]));
   expect_set(decoder, decoder.cmc().lens_shading_ext,
-             set_of(kit::record_33({.lights = 1}), kinds[1]));
+             set_of(writer::record_33({.lights = 1}), kinds[1]));
   EXPECT_EQ(1u + 6 + 6, decoder.owned_blocks());
 }
 
 TEST(LensShadingSlots, AMalformedMappedGridEmptiesTheSlotForAFixedOne) {
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_10({.lights = 3}));
-  (void)decoder.decode(kit::record_11({.lights = 3}));
-  (void)decoder.decode(kit::resized(kit::record_28(), 50));
-  (void)decoder.decode(kit::resized(kit::record_33(), 50));
+  (void)decoder.decode(writer::record_10({.lights = 3}));
+  (void)decoder.decode(writer::record_11({.lights = 3}));
+  (void)decoder.decode(writer::resized(writer::record_28(), 50));
+  (void)decoder.decode(writer::resized(writer::record_33(), 50));
   EXPECT_FALSE(decoder.cmc().lens_shading);
   EXPECT_FALSE(decoder.cmc().lens_shading_ext);
   EXPECT_EQ(1u, decoder.owned_blocks());
-  (void)decoder.decode(kit::record_10({.lights = 1}));
-  (void)decoder.decode(kit::record_11({.lights = 1}));
+  (void)decoder.decode(writer::record_10({.lights = 1}));
+  (void)decoder.decode(writer::record_11({.lights = 1}));
   EXPECT_TRUE(decoder.cmc().lens_shading);
   EXPECT_TRUE(decoder.cmc().lens_shading_ext);
 }

@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "tests/cmc_parser/decoder_fixture.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
 using kit::copy_fate;
+using writer::bytes;
 
 constexpr size_t slot = 5;
 
@@ -32,7 +32,7 @@ const version_case cases[] = {
 
 // A record of 48 bytes that are all different from 0, with 0x2c0d at byte 12.
 bytes sample(uint8_t version) {
-  return kit::plain_record(2, {.size = 48, .version = version}).patch_u16(12, 0x2c0d);
+  return writer::plain_record(2, {.size = 48, .version = version}).patch_u16(12, 0x2c0d);
 }
 
 bytes expected_properties(const version_case& c, const bytes& record) {
@@ -47,7 +47,7 @@ class ModuleProperties : public testing::TestWithParam<version_case> {};
 TEST_P(ModuleProperties, AtEveryLengthHoldWhatTheVersionFillsOrZeros) {
   for (size_t size = 8; size <= 48; ++size) {
     SCOPED_TRACE(size);
-    const bytes record = kit::resized(sample(GetParam().version), size);
+    const bytes record = writer::resized(sample(GetParam().version), size);
     kit::decoder_fixture decoder;
     const kit::decoded result = decoder.decode(record);
     EXPECT_EQ(0u, result.code);
@@ -76,7 +76,7 @@ TEST_P(ModuleProperties, WithoutMemoryTheSlotIsEmpty) {
 
 TEST_P(ModuleProperties, OfASecondRecordReplaceThoseOfTheFirst) {
   kit::decoder_fixture decoder;
-  decoder.decode(kit::record_2({.value_12 = 0x1234, .cfa_layout = 3}));
+  decoder.decode(writer::record_2({.value_12 = 0x1234, .cfa_layout = 3}));
   EXPECT_EQ(copy_fate::released, decoder.decode(sample(GetParam().version)).fate);
   EXPECT_EQ(1u, decoder.owned_blocks());
   EXPECT_EQ(expected_properties(GetParam(), sample(GetParam().version)),
@@ -87,11 +87,11 @@ INSTANTIATE_TEST_SUITE_P(Versions, ModuleProperties, testing::ValuesIn(cases), k
 
 TEST(ModulePropertiesFields, StandWhereTheRecordHasThem) {
   kit::decoder_fixture decoder;
-  decoder.decode(kit::record_2({.value_12 = 0x1234, .cfa_layout = 259, .version = 103}));
+  decoder.decode(writer::record_2({.value_12 = 0x1234, .cfa_layout = 259, .version = 103}));
   const module_properties_record& properties = *decoder.cmc().module_properties;
   EXPECT_EQ(40u, properties.header.size);
   EXPECT_EQ(103u, properties.header.version);
-  EXPECT_EQ(kit::reserved_byte, properties.header.reserved);
+  EXPECT_EQ(writer::reserved_byte, properties.header.reserved);
   EXPECT_EQ(2u, properties.header.id);
   EXPECT_EQ(0x1234u, properties.value_12);
   EXPECT_EQ(259u, properties.cfa_layout);
@@ -99,17 +99,17 @@ TEST(ModulePropertiesFields, StandWhereTheRecordHasThem) {
 
 TEST(ModulePropertiesOfAShortSecondRecord, AreZeroAndReplaceTheFirst) {
   kit::decoder_fixture decoder;
-  decoder.decode(kit::record_2());
-  EXPECT_EQ(copy_fate::released, decoder.decode(kit::resized(kit::record_2(), 39)).fate);
+  decoder.decode(writer::record_2());
+  EXPECT_EQ(copy_fate::released, decoder.decode(writer::resized(writer::record_2(), 39)).fate);
   EXPECT_EQ(1u, decoder.owned_blocks());
   EXPECT_EQ(bytes().zeros(36), kit::bytes_at(decoder.cmc().module_properties, 36));
 }
 
 TEST(ModulePropertiesWithoutMemory, OfASecondRecordReleaseTheFirst) {
   kit::decoder_fixture decoder;
-  decoder.decode(kit::record_2());
+  decoder.decode(writer::record_2());
   decoder.ledger().fail_after(0);
-  EXPECT_EQ(copy_fate::released, decoder.decode(kit::record_2()).fate);
+  EXPECT_EQ(copy_fate::released, decoder.decode(writer::record_2()).fate);
   EXPECT_EQ(1u, decoder.ledger().failures());
   EXPECT_TRUE(decoder.empty());
   EXPECT_EQ(0u, decoder.owned_blocks());

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "tests/cmc_parser/container_cycle.h"
-#include "tests/kit/nvm_writer.h"
-#include "tests/kit/records.h"
+#include "writer/nvm_writer.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -26,24 +26,24 @@ uint16_t table_sample(size_t, size_t plane, size_t index) {
 }
 
 std::vector<uint8_t> container_with(uint16_t orientation) {
-  kit::mapped_grid_fields grid;
+  writer::mapped_grid_fields grid;
   grid.lights = 1;
   grid.width = out_width;
   grid.height = out_height;
   grid.sample = table_sample;
-  return kit::container()
-      .add(kit::record_2({.cfa_layout = 1}))
-      .add(kit::record_17({.plane_order = 1, .orientation = orientation}))
-      .add(kit::record_28(grid))
-      .add(kit::record_33(grid))
+  return writer::container()
+      .add(writer::record_2({.cfa_layout = 1}))
+      .add(writer::record_17({.plane_order = 1, .orientation = orientation}))
+      .add(writer::record_28(grid))
+      .add(writer::record_33(grid))
       .image();
 }
 
 /// The gain that the module stores for each grid point, quantised as its image quantises it.
 using gain_surface = double (*)(double x, double y);
 
-kit::bytes image_of(gain_surface gain) {
-  kit::nvm_fields fields;
+writer::bytes image_of(gain_surface gain) {
+  writer::nvm_fields fields;
   fields.columns = grid_width;
   fields.rows = grid_height;
   fields.sets = {{.fraction_bits = fraction_bits, .element = [gain](size_t, size_t index) {
@@ -52,11 +52,11 @@ kit::bytes image_of(gain_surface gain) {
                     return static_cast<uint16_t>(
                         std::lround(std::ldexp(gain(x, y) - 1.0, fraction_bits)));
                   }}};
-  return kit::nvm_image(fields);
+  return writer::nvm_image(fields);
 }
 
 kit::cmc_ptr parse_with(uint16_t orientation, gain_surface gain) {
-  const kit::bytes nvm = image_of(gain);
+  const writer::bytes nvm = image_of(gain);
   const qo_blob nvm_blob = {nvm.data(), static_cast<uint32_t>(nvm.size())};
   return kit::parse(container_with(orientation), &nvm_blob);
 }

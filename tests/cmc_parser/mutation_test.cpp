@@ -5,8 +5,8 @@
 
 #include "tests/cmc_parser/container_cycle.h"
 #include "tests/kit/fake_platform.h"
-#include "tests/kit/nvm_writer.h"
-#include "tests/kit/records.h"
+#include "writer/nvm_writer.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ class mutator {
 
   /// Overwrites one field of 1, 2, 4 or 8 bytes of the record, mostly near its start, where counts
   /// and sizes stand.
-  void mutate(kit::bytes& record) {
+  void mutate(writer::bytes& record) {
     const size_t width = size_t{1} << below(4);
     if (record.size() < width) return;
     const size_t last = record.size() - width;
@@ -39,7 +39,7 @@ class mutator {
       content[6] = record.u8_at(6);
       content[7] = record.u8_at(7);
     }
-    record = kit::bytes(content);
+    record = writer::bytes(content);
   }
 
  private:
@@ -50,8 +50,8 @@ class Mutation : public testing::TestWithParam<uint32_t> {};
 
 TEST_P(Mutation, KeepsEveryBlockAccountedFor) {
   const kit::fake_platform quiet;  // messages are not of interest, and there are many
-  const std::vector<kit::named_record> good = kit::every_good_record();
-  const kit::bytes nvm = kit::nvm_image({.grid = kit::nvm_grid{}});
+  const std::vector<writer::named_record> good = writer::every_good_record();
+  const writer::bytes nvm = writer::nvm_image({.grid = writer::nvm_grid{}});
   const qo_blob module_image = {nvm.data(), static_cast<uint32_t>(nvm.size())};
   calibration* module = nullptr;
   ASSERT_EQ(0u, qo_nvm_parse(&module_image, &module));
@@ -61,20 +61,20 @@ TEST_P(Mutation, KeepsEveryBlockAccountedFor) {
   constexpr size_t rounds = 1500;
   for (size_t round = 0; round < rounds; ++round) {
     SCOPED_TRACE(testing::Message() << "round " << round);
-    kit::container container;
+    writer::container container;
     const size_t records = 1 + change.below(3);
     const size_t first = change.below(good.size());
     for (size_t i = 0; i < records; ++i) {
       // Neighbours in the list are mostly of one kind: they replace each other.
-      kit::bytes record = good[(first + i) % good.size()].content;
+      writer::bytes record = good[(first + i) % good.size()].content;
       for (size_t fields = change.below(4); fields > 0; --fields) change.mutate(record);
       container.add(record);
     }
     const bool calibrated = change.below(2) == 0;
     std::vector<uint8_t> image = container.image();
     if (change.below(8) == 0) image.resize(image.size() - change.below(image.size() - 23));
-    kit::seal(image,
-              change.below(2) == 0 ? kit::checksum_rule::rule_a : kit::checksum_rule::rule_b);
+    writer::seal(image, change.below(2) == 0 ? writer::checksum_rule::rule_a
+                                             : writer::checksum_rule::rule_b);
 
     kit::allocation_ledger ledger;
     const kit::allowed_leaks allowed =
@@ -93,14 +93,14 @@ TEST_P(Mutation, KeepsEveryBlockAccountedFor) {
 
 TEST_P(Mutation, ReleasesNothingTwiceWhenAnAllocationFails) {
   const kit::fake_platform quiet;
-  const std::vector<kit::named_record> good = kit::every_good_record();
+  const std::vector<writer::named_record> good = writer::every_good_record();
   mutator change(GetParam() + 1000);
   for (size_t round = 0; round < 600 && !HasFailure(); ++round) {
     SCOPED_TRACE(testing::Message() << "round " << round);
-    kit::container container;
+    writer::container container;
     const size_t first = change.below(good.size());
     for (size_t i = 0; i < 2; ++i) {
-      kit::bytes record = good[(first + i) % good.size()].content;
+      writer::bytes record = good[(first + i) % good.size()].content;
       for (size_t fields = change.below(3); fields > 0; --fields) change.mutate(record);
       container.add(record);
     }
@@ -114,10 +114,10 @@ TEST_P(Mutation, ReleasesNothingTwiceWhenAnAllocationFails) {
 TEST_P(Mutation, OthersExtractionStaysInsideItsContainer) {
   mutator change(GetParam() + 2000);
   for (size_t round = 0; round < 2000; ++round) {
-    kit::bytes others = kit::record_722();
+    writer::bytes others = writer::record_722();
     for (size_t fields = change.below(4); fields > 0; --fields) change.mutate(others);
-    kit::bytes image(
-        kit::container().add(kit::record_5()).add(others).add(kit::record_722()).image());
+    writer::bytes image(
+        writer::container().add(writer::record_5()).add(others).add(writer::record_722()).image());
     if (change.below(4) == 0) image.patch_u32(4, static_cast<uint32_t>(change.below(200)));
     if (change.below(4) == 0) change.mutate(image);
     std::vector<uint8_t> content = image.vector();

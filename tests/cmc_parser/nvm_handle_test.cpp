@@ -3,12 +3,12 @@
 #include "qo_nvm.h"
 #include "tests/cmc_parser/container_cycle.h"
 #include "tests/kit/fake_platform.h"
-#include "tests/kit/nvm_writer.h"
-#include "tests/kit/records.h"
+#include "writer/nvm_writer.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::container;
+using writer::container;
 
 constexpr uint8_t some_image[] = {1, 2, 3};
 const qo_blob some_nvm = {some_image, sizeof some_image};
@@ -28,7 +28,7 @@ struct module_with_grid {
 };
 
 std::vector<uint8_t> with_record_30() {
-  return container().add(kit::record_30({.version = 102})).image();
+  return container().add(writer::record_30({.version = 102})).image();
 }
 
 TEST(NvmHandle, TheEntryWithoutNvmNeverAsksTheNvmLibrary) {
@@ -36,7 +36,7 @@ TEST(NvmHandle, TheEntryWithoutNvmNeverAsksTheNvmLibrary) {
   module_with_grid calibrated;
   platform.answer_images_with(&calibrated.module);
   const std::vector<uint8_t> image = with_record_30();
-  const qo_blob blob = kit::blob_of(image);
+  const qo_blob blob = writer::blob_of(image);
   const kit::cmc_ptr cmc(qo_cmc_parser_init(&blob));
   EXPECT_NE(nullptr, cmc);
   EXPECT_EQ(0u, platform.parsed_images());
@@ -110,7 +110,7 @@ TEST(NvmHandle, TheHandleIsReleasedOnceBehindTheLastRecordAndTheRecordsSeeIt) {
     return 0;
   });
   const kit::cmc_ptr cmc = kit::parse(
-      container().add(kit::record_9()).add(kit::record_30()).add(kit::record_32()).image(),
+      container().add(writer::record_9()).add(writer::record_30()).add(writer::record_32()).image(),
       &some_nvm);
   EXPECT_EQ(2u, decoded);
   EXPECT_EQ(1u, platform.released_handles().size());
@@ -123,11 +123,11 @@ TEST(NvmHandle, TheHandleIsReleasedOnceWhateverTheContainerHolds) {
     std::vector<uint8_t> image;
   } cases[] = {
       {"no records", container().image()},
-      {"one lens-shading set", container().add(kit::record_28()).image()},
-      {"the other lens-shading set", container().add(kit::record_33()).image()},
-      {"both sets alone", container().add(kit::record_28()).add(kit::record_33()).image()},
+      {"one lens-shading set", container().add(writer::record_28()).image()},
+      {"the other lens-shading set", container().add(writer::record_33()).image()},
+      {"both sets alone", container().add(writer::record_28()).add(writer::record_33()).image()},
       {"a walk that ends early",
-       container().add(kit::record(5, 100, kit::bytes().zeros(8), {.size = 0})).image()},
+       container().add(writer::record(5, 100, writer::bytes().zeros(8), {.size = 0})).image()},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -159,7 +159,7 @@ TEST(NvmHandle, AContainerThatIsRefusedNeverAsksTheNvmLibrary) {
 }
 
 TEST(NvmHandle, TheNvmImageMayBeReadOnlyAndIsNotReferencedAfterwards) {
-  const kit::bytes nvm = kit::nvm_image({.grid = kit::nvm_grid{}});
+  const writer::bytes nvm = writer::nvm_image({.grid = writer::nvm_grid{}});
   kit::cmc_ptr cmc;
   uint64_t digest = 0;
   {
@@ -175,7 +175,7 @@ TEST(NvmHandle, TheNvmImageMayBeReadOnlyAndIsNotReferencedAfterwards) {
 
 TEST(NvmHandle, NothingIsLoggedByARefusedOrAnOrdinaryContainer) {
   kit::fake_platform platform;
-  EXPECT_NE(nullptr, kit::parse(container().add(kit::record_28()).image()));
+  EXPECT_NE(nullptr, kit::parse(container().add(writer::record_28()).image()));
   EXPECT_EQ(nullptr, kit::parse(container().checksum(5).image()));
   EXPECT_TRUE(platform.messages().empty());
 }

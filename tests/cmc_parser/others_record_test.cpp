@@ -1,12 +1,12 @@
 // Extraction of record 722.
 
 #include "tests/cmc_parser/container_cycle.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
-using kit::container;
+using writer::bytes;
+using writer::container;
 
 /// A zeroed parsed CMC whose others block, if any, is the test's.
 class OthersRecord : public testing::Test {
@@ -36,11 +36,11 @@ bytes announcing(uint32_t count, size_t stored, std::optional<uint32_t> size = {
   bytes body;
   body.u32(0xabcd0123).u32(count);
   for (size_t i = 0; i < stored; ++i) body.u64(0x0101010101010101 * (i + 1));
-  return kit::record(722, 100, body, {.padded = false, .size = size});
+  return writer::record(722, 100, body, {.padded = false, .size = size});
 }
 
 TEST_F(OthersRecord, TheValuesAreCopiedIntoABlockOfTheirOwn) {
-  extract(container().add(kit::record_5()).add(announcing(3, 3)).image());
+  extract(container().add(writer::record_5()).add(announcing(3, 3)).image());
   ASSERT_NE(nullptr, cmc_.others);
   EXPECT_TRUE(ledger_.holds(cmc_.others));
   EXPECT_EQ(72u, ledger_.live_bytes());
@@ -70,7 +70,7 @@ TEST_F(OthersRecord, NoValuesGiveABlockWithoutEntries) {
 }
 
 TEST_F(OthersRecord, OnlyTheFirstRecordCounts) {
-  extract(container().add(announcing(1, 1)).add(kit::record_722()).image());
+  extract(container().add(announcing(1, 1)).add(writer::record_722()).image());
   ASSERT_NE(nullptr, cmc_.others);
   EXPECT_EQ(0xabcd0123u, cmc_.others->others_value);
   EXPECT_EQ(1u, cmc_.others->others_count);
@@ -79,17 +79,17 @@ TEST_F(OthersRecord, OnlyTheFirstRecordCounts) {
 
 TEST_F(OthersRecord, AMalformedFirstRecordIsNotPassedOverForASecond) {
   cmc_.others = &earlier_;
-  extract(container().add(announcing(3, 2)).add(kit::record_722()).image());
+  extract(container().add(announcing(3, 2)).add(writer::record_722()).image());
   EXPECT_EQ(&earlier_, cmc_.others);
   EXPECT_EQ(0u, ledger_.allocations());
 }
 
 TEST_F(OthersRecord, WithoutTheRecordTheSlotKeepsWhatItHeld) {
   const std::vector<uint8_t> image = container()
-                                         .add(kit::record_5())
-                                         .add(kit::plain_record(721))
-                                         .add(kit::plain_record(723))
-                                         .add(kit::plain_record(722 - 512))
+                                         .add(writer::record_5())
+                                         .add(writer::plain_record(721))
+                                         .add(writer::plain_record(723))
+                                         .add(writer::plain_record(722 - 512))
                                          .image();
   extract(image);
   EXPECT_EQ(nullptr, cmc_.others);
@@ -105,7 +105,7 @@ TEST_F(OthersRecord, AContainerWithoutRecordsHasNoEffect) {
 }
 
 TEST_F(OthersRecord, ASecondCallReplacesTheBlockWithoutReleasingIt) {
-  const std::vector<uint8_t> image = container().add(kit::record_722()).image();
+  const std::vector<uint8_t> image = container().add(writer::record_722()).image();
   extract(image);
   others_block* const first = cmc_.others;
   extract(image);
@@ -118,14 +118,14 @@ TEST_F(OthersRecord, ASecondCallReplacesTheBlockWithoutReleasingIt) {
 TEST_F(OthersRecord, AFailedAllocationLeavesTheSlotNull) {
   cmc_.others = &earlier_;
   ledger_.fail_after(0);
-  extract(container().add(kit::record_722()).image());
+  extract(container().add(writer::record_722()).image());
   EXPECT_EQ(1u, ledger_.failures());
   EXPECT_EQ(nullptr, cmc_.others);
 }
 
 TEST_F(OthersRecord, NullArgumentsHaveNoEffect) {
-  const std::vector<uint8_t> image = container().add(kit::record_722()).image();
-  const qo_blob blob = kit::blob_of(image);
+  const std::vector<uint8_t> image = container().add(writer::record_722()).image();
+  const qo_blob blob = writer::blob_of(image);
   const qo_blob without_data = {nullptr, blob.size};
   qo_vexb_others_parser_init(nullptr, &cmc_);
   qo_vexb_others_parser_init(&without_data, &cmc_);
@@ -136,13 +136,13 @@ TEST_F(OthersRecord, NullArgumentsHaveNoEffect) {
 }
 
 TEST_F(OthersRecord, TheChecksumIsNotLookedAt) {
-  extract(container().checksum(0x11111111).add(kit::record_722()).image());
+  extract(container().checksum(0x11111111).add(writer::record_722()).image());
   EXPECT_NE(nullptr, cmc_.others);
 }
 
 TEST_F(OthersRecord, TheSmallerOfTotalAndDescriptorBoundsTheWalk) {
   // Record 5 ends at 48; record 722 with one value at 72.
-  const container good = container().add(kit::record_5()).add(announcing(1, 1));
+  const container good = container().add(writer::record_5()).add(announcing(1, 1));
   const struct {
     const char* name;
     uint32_t total;
@@ -176,7 +176,7 @@ TEST_F(OthersRecord, TheSmallerOfTotalAndDescriptorBoundsTheWalk) {
 }
 
 TEST_F(OthersRecord, DescriptorsUpToTheHeaderAloneHaveNoEffect) {
-  const std::vector<uint8_t> whole = container().add(kit::record_722()).image();
+  const std::vector<uint8_t> whole = container().add(writer::record_722()).image();
   for (size_t size = 0; size <= 24; ++size) {
     extract({whole.begin(), whole.begin() + static_cast<ptrdiff_t>(size)});
     EXPECT_EQ(nullptr, cmc_.others) << size;
@@ -187,8 +187,8 @@ TEST_F(OthersRecord, ARecordSmallerThanItsHeaderEndsTheWalk) {
   for (uint32_t size = 0; size < 8; ++size) {
     for (const uint16_t kind : std::initializer_list<uint16_t>{5, 722}) {
       extract(container()
-                  .add(kit::record(kind, 100, bytes().u32(1).u32(0).u64(0), {.size = size}))
-                  .add(kit::record_722())
+                  .add(writer::record(kind, 100, bytes().u32(1).u32(0).u64(0), {.size = size}))
+                  .add(writer::record_722())
                   .image());
       EXPECT_EQ(nullptr, cmc_.others) << size;
     }
@@ -198,9 +198,10 @@ TEST_F(OthersRecord, ARecordSmallerThanItsHeaderEndsTheWalk) {
 TEST_F(OthersRecord, ARecordThatRunsPastTheEndEndsTheWalk) {
   for (const uint32_t size : {33u, 0x80000000u, 0xffffffffu, 0u - 24u}) {
     for (const uint16_t kind : std::initializer_list<uint16_t>{5, 722}) {
-      extract(container()
-                  .add(kit::record(kind, 100, bytes().u32(1).u32(2).u64(3).u64(4), {.size = size}))
-                  .image());
+      extract(
+          container()
+              .add(writer::record(kind, 100, bytes().u32(1).u32(2).u64(3).u64(4), {.size = size}))
+              .image());
       EXPECT_EQ(nullptr, cmc_.others) << size;
     }
   }
@@ -238,14 +239,14 @@ TEST_F(OthersRecord, CopiedValuesMustLieInsideTheRecord) {
 }
 
 TEST_F(OthersRecord, TheEntryItselfNeverFillsTheSlot) {
-  const kit::cmc_ptr cmc = kit::parse(container().add(kit::record_722()).image());
+  const kit::cmc_ptr cmc = kit::parse(container().add(writer::record_722()).image());
   EXPECT_EQ(nullptr, cmc->others);
 }
 
 TEST_F(OthersRecord, TeardownLeavesTheBlockToTheClient) {
-  const std::vector<uint8_t> image = container().add(kit::record_722()).image();
+  const std::vector<uint8_t> image = container().add(writer::record_722()).image();
   kit::cmc_ptr cmc = kit::parse(image);
-  const qo_blob blob = kit::blob_of(image);
+  const qo_blob blob = writer::blob_of(image);
   qo_vexb_others_parser_init(&blob, cmc.get());
   others_block* const block = cmc->others;
   ASSERT_NE(nullptr, block);

@@ -3,12 +3,12 @@
 
 #include "tests/cmc_parser/decoder_fixture.h"
 #include "tests/kit/fake_platform.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
 using kit::copy_fate;
+using writer::bytes;
 
 struct platform_kind {
   const char* name;
@@ -26,8 +26,8 @@ const platform_kind kinds[] = {
 
 // The u32 at byte 8 is 2.
 bytes sample(uint16_t id, uint32_t size = 24) {
-  const bytes whole = kit::plain_record(id, {.size = 24}).patch_u32(8, 2);
-  return kit::resized(whole, size);
+  const bytes whole = writer::plain_record(id, {.size = 24}).patch_u32(8, 2);
+  return writer::resized(whole, size);
 }
 
 class PlatformRecord : public testing::TestWithParam<platform_kind> {

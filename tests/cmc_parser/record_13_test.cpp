@@ -4,12 +4,12 @@
 #include <array>
 
 #include "tests/cmc_parser/decoder_fixture.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
 using kit::copy_fate;
+using writer::bytes;
 using params = std::array<uint16_t, 4>;
 
 uint64_t word(const params& p) {
@@ -32,7 +32,8 @@ const count_case cases[] = {
 
 // The values are followed by the parameters 11, 12, 260, 1010 and then zeros, in every version.
 bytes sample(uint16_t count, uint8_t version) {
-  return kit::resized(kit::record_13({.count = count, .version = 102}), 72 + size_t{2} * count + 32)
+  return writer::resized(writer::record_13({.count = count, .version = 102}),
+                         72 + size_t{2} * count + 32)
       .patch_u8(4, version);
 }
 
@@ -43,7 +44,7 @@ TEST_P(Record13, AtEveryLengthAndVersionHoldsWhatFits) {
   for (const uint8_t version : std::vector<uint8_t>{0, 99, 100, 101, 102, 103, 104, 255}) {
     for (size_t size = 8; size <= c.least_following + 8; ++size) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", size " << size);
-      const bytes record = kit::resized(sample(c.count, version), size);
+      const bytes record = writer::resized(sample(c.count, version), size);
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
       EXPECT_EQ(0u, result.code);
@@ -88,7 +89,7 @@ TEST(Record13Count, OfTheLargestListIsNotCutTo16Bits) {
   for (const size_t size : std::vector<size_t>{131143, 131144}) {
     SCOPED_TRACE(size);
     kit::decoder_fixture decoder;
-    const kit::decoded result = decoder.decode(kit::resized(whole, size));
+    const kit::decoded result = decoder.decode(writer::resized(whole, size));
     EXPECT_EQ(size == 131144 ? copy_fate::kept : copy_fate::leaked, result.fate);
     if (size == 131144) {
       EXPECT_EQ(bytes().raw(whole.data() + 72, 131070),
@@ -117,7 +118,7 @@ TEST(Record13Duplicate, ReplacesTheFirstAndItsParameters) {
 TEST(Record13Duplicate, ThatIsMalformedReleasesTheFirst) {
   kit::decoder_fixture decoder;
   decoder.decode(sample(5, 102));
-  EXPECT_EQ(copy_fate::leaked, decoder.decode(kit::resized(sample(5, 102), 87)).fate);
+  EXPECT_EQ(copy_fate::leaked, decoder.decode(writer::resized(sample(5, 102), 87)).fate);
   EXPECT_EQ(0u, decoder.owned_blocks());
   EXPECT_TRUE(decoder.holds_only({{20, word({0, 1, 250, 1000})}}));
 }

@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "tests/cmc_parser/decoder_fixture.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
 using kit::copy_fate;
+using writer::bytes;
 
 struct step_case {
   const char* name;
@@ -29,11 +29,11 @@ const step_case cases[] = {
 };
 
 bytes sample(const step_case& c, size_t size) {
-  const bytes whole = kit::plain_record(14, {.size = 80})
+  const bytes whole = writer::plain_record(14, {.size = 80})
                           .patch_u16(8, c.first)
                           .patch_u16(10, c.last)
                           .patch_u16(12, c.step);
-  return kit::resized(whole, size);
+  return writer::resized(whole, size);
 }
 
 class Record14 : public testing::TestWithParam<step_case> {};
@@ -63,13 +63,15 @@ INSTANTIATE_TEST_SUITE_P(Steps, Record14, testing::ValuesIn(cases), kit::row_nam
 
 TEST(Record14Steps, TheLargestNumberIsNotCutTo16Bits) {
   // 8 * 65535 + 24
-  const bytes whole =
-      kit::plain_record(14, {.size = 524304}).patch_u16(8, 0).patch_u16(10, 65535).patch_u16(12, 1);
+  const bytes whole = writer::plain_record(14, {.size = 524304})
+                          .patch_u16(8, 0)
+                          .patch_u16(10, 65535)
+                          .patch_u16(12, 1);
   for (const size_t size : std::vector<size_t>{524303, 524304}) {
     SCOPED_TRACE(size);
     kit::decoder_fixture decoder;
     EXPECT_EQ(size == 524304 ? copy_fate::kept : copy_fate::released,
-              decoder.decode(kit::resized(whole, size)).fate);
+              decoder.decode(writer::resized(whole, size)).fate);
   }
 }
 
@@ -98,7 +100,7 @@ TEST(Record14Steps, OfNoneOrBackwardsAreMalformedAtAnyLength) {
 
 TEST(Record14Steps, BackwardsAreMalformedAlsoInARecordThatCouldHoldThemModulo32Bits) {
   // (10 - 65535) / 65535 in unsigned 32 bits is 65537: 524320 bytes would hold these steps.
-  const bytes record = kit::plain_record(14, {.size = 524320})
+  const bytes record = writer::plain_record(14, {.size = 524320})
                            .patch_u16(8, 65535)
                            .patch_u16(10, 10)
                            .patch_u16(12, 65535);
@@ -109,17 +111,17 @@ TEST(Record14Steps, BackwardsAreMalformedAlsoInARecordThatCouldHoldThemModulo32B
 
 TEST(Record14Duplicate, ReplacesTheFirst) {
   kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(kit::record_14());
-  const kit::decoded second = decoder.decode(kit::record_14({.last = 145}));
+  const kit::decoded first = decoder.decode(writer::record_14());
+  const kit::decoded second = decoder.decode(writer::record_14({.last = 145}));
   EXPECT_EQ(copy_fate::kept, second.fate);
   EXPECT_FALSE(decoder.ledger().holds(first.copy));
   EXPECT_TRUE(decoder.holds_only({{21, second.copy}, {22, second.copy + 14}}));
 }
 
 TEST(Record14Duplicate, ThatIsMalformedReleasesTheFirst) {
-  const bytes good = kit::record_14();
-  for (const bytes& bad : {kit::record_14({.step = 0}), kit::record_14({.last = 99}),
-                           kit::resized(good, 47), kit::resized(good, 8)}) {
+  const bytes good = writer::record_14();
+  for (const bytes& bad : {writer::record_14({.step = 0}), writer::record_14({.last = 99}),
+                           writer::resized(good, 47), writer::resized(good, 8)}) {
     kit::decoder_fixture decoder;
     const kit::decoded first = decoder.decode(good);
     ASSERT_EQ(copy_fate::kept, first.fate);

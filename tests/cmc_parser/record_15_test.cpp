@@ -3,12 +3,12 @@
 
 #include "tests/cmc_parser/decoder_fixture.h"
 #include "tests/kit/fake_platform.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
 using kit::copy_fate;
+using writer::bytes;
 
 const kit::log_message null_message = {0, "memcpy_s: nullptr received\n"};
 
@@ -32,7 +32,7 @@ const layout_case cases[] = {
 };
 
 bytes sample(const layout_case& c) {
-  return kit::record_15({.a = c.a, .b = c.b, .entry_counts = c.counts});
+  return writer::record_15({.a = c.a, .b = c.b, .entry_counts = c.counts});
 }
 
 std::vector<kit::slot_value> kept_slots(const layout_case& c, const kit::decoded& result,
@@ -81,7 +81,7 @@ TEST_P(Record15, AtEveryLengthHoldsWhatFits) {
   for (const uint8_t version : std::vector<uint8_t>{99, 100, 101, 104}) {
     for (size_t size = 8; size <= c.least_table + 8; ++size) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", size " << size);
-      const bytes record = kit::resized(sample(c), size).patch_u8(4, version);
+      const bytes record = writer::resized(sample(c), size).patch_u8(4, version);
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
       EXPECT_EQ(0u, result.code);
@@ -126,7 +126,7 @@ TEST_P(Record15, WithoutMemoryThereIsNoSubTable) {
 TEST_P(Record15, ASecondOneReplacesIt) {
   const layout_case& c = GetParam();
   kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(kit::record_15());
+  const kit::decoded first = decoder.decode(writer::record_15());
   const kit::decoded second = decoder.decode(sample(c));
   EXPECT_FALSE(decoder.ledger().holds(first.copy));
   ASSERT_EQ(copy_fate::kept, second.fate);
@@ -138,7 +138,7 @@ TEST_P(Record15, AMalformedSecondOneReleasesItAndItsSubTable) {
   const layout_case& c = GetParam();
   kit::decoder_fixture decoder;
   decoder.decode(sample(c));
-  EXPECT_EQ(copy_fate::leaked, decoder.decode(kit::resized(sample(c), c.least - 1)).fate);
+  EXPECT_EQ(copy_fate::leaked, decoder.decode(writer::resized(sample(c), c.least - 1)).fate);
   EXPECT_TRUE(decoder.empty());
   EXPECT_EQ(0u, decoder.owned_blocks());
 }
@@ -163,7 +163,7 @@ TEST(Record15SubTable, OfAnEntryThatLeavesTheRecordIsDroppedWhole) {
     SCOPED_TRACE(patch.name);
     const kit::fake_platform platform;
     kit::decoder_fixture decoder;
-    const bytes record = kit::record_15().patch_u16(patch.offset, patch.value);
+    const bytes record = writer::record_15().patch_u16(patch.offset, patch.value);
     const kit::decoded result = decoder.decode(record);
     EXPECT_EQ(0u, result.code);
     ASSERT_EQ(copy_fate::kept, result.fate);
@@ -176,13 +176,13 @@ TEST(Record15SubTable, OfAnEntryThatLeavesTheRecordIsDroppedWhole) {
 
 TEST(Record15SubTable, NoRoomIsReservedForEntriesThatTheRecordCannotHold) {
   kit::decoder_fixture decoder;
-  EXPECT_EQ(copy_fate::kept, decoder.decode(kit::record_15().patch_u16(84, 65535)).fate);
-  EXPECT_LE(decoder.ledger().peak_bytes(), 4 * kit::record_15().size() + sizeof(parsed_cmc));
+  EXPECT_EQ(copy_fate::kept, decoder.decode(writer::record_15().patch_u16(84, 65535)).fate);
+  EXPECT_LE(decoder.ledger().peak_bytes(), 4 * writer::record_15().size() + sizeof(parsed_cmc));
 }
 
 TEST(Record15SubTable, WithFewerEntriesThanTheRecordHoldsTakesThoseAlone) {
   kit::decoder_fixture decoder;
-  EXPECT_EQ(copy_fate::kept, decoder.decode(kit::record_15().patch_u16(84, 1)).fate);
+  EXPECT_EQ(copy_fate::kept, decoder.decode(writer::record_15().patch_u16(84, 1)).fate);
   ASSERT_TRUE(decoder.cmc().record_15.sub_table);
   EXPECT_EQ(1u, decoder.cmc().record_15.sub_table->count);
   EXPECT_EQ(5u, decoder.owned_blocks());
@@ -190,12 +190,12 @@ TEST(Record15SubTable, WithFewerEntriesThanTheRecordHoldsTakesThoseAlone) {
 
 TEST(Record15Counts, TheLargestOnesAreNotCutTo16Bits) {
   // (3 * 65535 + 65535) * 8 + 16 = 2097136; the sub-table's count is the two bytes at 2097132.
-  const bytes whole = kit::record_15({.a = 65535, .b = 65535, .entry_counts = {}});
+  const bytes whole = writer::record_15({.a = 65535, .b = 65535, .entry_counts = {}});
   ASSERT_EQ(2097136u, whole.size());
   for (const size_t size : std::vector<size_t>{2097135, 2097136}) {
     SCOPED_TRACE(size);
     kit::decoder_fixture decoder;
-    const kit::decoded result = decoder.decode(kit::resized(whole, size));
+    const kit::decoded result = decoder.decode(writer::resized(whole, size));
     if (size == 2097135) {
       EXPECT_EQ(copy_fate::leaked, result.fate);
       EXPECT_TRUE(decoder.empty());
@@ -214,9 +214,9 @@ TEST(Record15Counts, TheLargestOnesAreNotCutTo16Bits) {
 TEST(Record15Duplicate, WithoutMemoryReleasesTheFirstsSubTable) {
   const kit::fake_platform platform;
   kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(kit::record_15());
+  const kit::decoded first = decoder.decode(writer::record_15());
   decoder.ledger().fail_after(3);
-  const kit::decoded second = decoder.decode(kit::record_15());
+  const kit::decoded second = decoder.decode(writer::record_15());
   EXPECT_EQ(1u, decoder.ledger().failures());
   EXPECT_EQ(copy_fate::kept, second.fate);
   EXPECT_FALSE(decoder.ledger().holds(first.copy));

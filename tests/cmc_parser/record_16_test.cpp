@@ -2,12 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "tests/cmc_parser/decoder_fixture.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
 using kit::copy_fate;
+using writer::bytes;
 
 struct count_case {
   uint16_t count;
@@ -15,7 +15,7 @@ struct count_case {
 };
 const count_case cases[] = {{0, 16}, {1, 24}, {2, 24}, {3, 32}};
 
-bytes sample(uint16_t count) { return kit::resized(kit::record_16({.count = count}), 48); }
+bytes sample(uint16_t count) { return writer::resized(writer::record_16({.count = count}), 48); }
 
 TEST(Record16, AtEveryLengthStoresItsPayloadWhetherOrNotItIsKept) {
   for (const count_case& c : cases) {
@@ -23,7 +23,7 @@ TEST(Record16, AtEveryLengthStoresItsPayloadWhetherOrNotItIsKept) {
       for (size_t size = 8; size <= c.least + 9; ++size) {
         SCOPED_TRACE(testing::Message()
                      << c.count << " items, version " << int{version} << ", size " << size);
-        const bytes record = kit::resized(sample(c.count), size).patch_u8(4, version);
+        const bytes record = writer::resized(sample(c.count), size).patch_u8(4, version);
         kit::decoder_fixture decoder;
         const kit::decoded result = decoder.decode(record);
         EXPECT_EQ(0u, result.code);
@@ -59,7 +59,7 @@ TEST(Record16, AMalformedSecondOneReleasesItAndLeavesNoAddressOfIt) {
     SCOPED_TRACE(size);
     kit::decoder_fixture decoder;
     decoder.decode(sample(3));
-    const kit::decoded second = decoder.decode(kit::resized(sample(3), size));
+    const kit::decoded second = decoder.decode(writer::resized(sample(3), size));
     EXPECT_EQ(copy_fate::leaked, second.fate);
     EXPECT_EQ(0u, decoder.owned_blocks());
     if (size >= 14) {
@@ -72,7 +72,7 @@ TEST(Record16, AMalformedSecondOneReleasesItAndLeavesNoAddressOfIt) {
 
 TEST(Record16, AGoodOneAfterAMalformedOneReplacesThePayload) {
   kit::decoder_fixture decoder;
-  decoder.decode(kit::resized(sample(3), 31));
+  decoder.decode(writer::resized(sample(3), 31));
   const kit::decoded second = decoder.decode(sample(3));
   EXPECT_EQ(copy_fate::kept, second.fate);
   EXPECT_TRUE(decoder.holds_only({{30, second.copy}, {31, second.copy + 14}}));

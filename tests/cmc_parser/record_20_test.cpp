@@ -2,16 +2,16 @@
 #include <gtest/gtest.h>
 
 #include "tests/cmc_parser/decoder_fixture.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
 using kit::copy_fate;
+using writer::bytes;
 
 // 56 bytes; 0x0d at byte 13, the list's count at byte 16.
 bytes sample(uint16_t count, uint8_t version) {
-  return kit::plain_record(20, {.size = 56, .version = version})
+  return writer::plain_record(20, {.size = 56, .version = version})
       .patch_u8(13, 0x0d)
       .patch_u16(16, count);
 }
@@ -20,7 +20,7 @@ TEST(Record20, EveryRecordBelow16BytesIsLeakedAndNotWrittenTo) {
   for (const uint8_t version : std::vector<uint8_t>{0, 99, 100, 101, 102, 104, 255}) {
     for (size_t size = 8; size < 16; ++size) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", size " << size);
-      const bytes record = kit::resized(sample(1, version), size);
+      const bytes record = writer::resized(sample(1, version), size);
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
       EXPECT_EQ(0u, result.code);
@@ -35,7 +35,7 @@ TEST(Record20, UpToVersion100Byte13Becomes8AndThereIsNoList) {
   for (const uint8_t version : std::vector<uint8_t>{0, 99, 100}) {
     for (size_t size = 16; size <= 56; ++size) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", size " << size);
-      const bytes record = kit::resized(sample(1, version), size);
+      const bytes record = writer::resized(sample(1, version), size);
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
       EXPECT_EQ(0u, result.code);
@@ -49,7 +49,7 @@ TEST(Record20, UpToVersion100Byte13Becomes8AndThereIsNoList) {
 TEST(Record20, Version101KeepsByte13AndHasNoList) {
   for (size_t size = 16; size <= 56; ++size) {
     SCOPED_TRACE(size);
-    const bytes record = kit::resized(sample(1, 101), size);
+    const bytes record = writer::resized(sample(1, 101), size);
     kit::decoder_fixture decoder;
     const kit::decoded result = decoder.decode(record);
     ASSERT_EQ(copy_fate::kept, result.fate);
@@ -68,7 +68,7 @@ TEST(Record20, FromVersion102TheListIsFoundWhenItFits) {
       for (size_t size = 16; size <= 56; ++size) {
         SCOPED_TRACE(testing::Message()
                      << c.count << " entries, version " << int{version} << ", size " << size);
-        const bytes record = kit::resized(sample(c.count, version), size);
+        const bytes record = writer::resized(sample(c.count, version), size);
         kit::decoder_fixture decoder;
         const kit::decoded result = decoder.decode(record);
         EXPECT_EQ(0u, result.code);
@@ -86,11 +86,12 @@ TEST(Record20, FromVersion102TheListIsFoundWhenItFits) {
 
 TEST(Record20, TheLargestListIsNotCutTo16Bits) {
   // 8 * 65535 + 24
-  const bytes whole = kit::plain_record(20, {.size = 524304, .version = 102}).patch_u16(16, 65535);
+  const bytes whole =
+      writer::plain_record(20, {.size = 524304, .version = 102}).patch_u16(16, 65535);
   for (const size_t size : std::vector<size_t>{524303, 524304}) {
     SCOPED_TRACE(size);
     kit::decoder_fixture decoder;
-    const kit::decoded result = decoder.decode(kit::resized(whole, size));
+    const kit::decoded result = decoder.decode(writer::resized(whole, size));
     ASSERT_EQ(copy_fate::kept, result.fate);
     EXPECT_EQ(size == 524304 ? result.copy + 20 : nullptr, decoder.cmc().record_20.tail);
   }
@@ -108,7 +109,7 @@ TEST(Record20, ASecondOneReplacesItAndItsList) {
 TEST(Record20, AMalformedSecondOneReleasesIt) {
   kit::decoder_fixture decoder;
   decoder.decode(sample(1, 102));
-  EXPECT_EQ(copy_fate::leaked, decoder.decode(kit::resized(sample(1, 102), 15)).fate);
+  EXPECT_EQ(copy_fate::leaked, decoder.decode(writer::resized(sample(1, 102), 15)).fate);
   EXPECT_EQ(0u, decoder.owned_blocks());
   EXPECT_TRUE(decoder.empty());
 }

@@ -7,8 +7,8 @@ namespace {
 using kit::copy_fate;
 
 TEST(Record22Memory, EachAllocationThatFailsEmptiesItsPartAndWhatFollows) {
-  const kit::record_22_fields fields = {.list_counts = {2, 0, 1}};
-  const kit::bytes record = kit::record_22(fields);
+  const writer::record_22_fields fields = {.list_counts = {2, 0, 1}};
+  const writer::bytes record = writer::record_22(fields);
   const auto scenario = [&](kit::decoder_fixture& decoder, size_t n) {
     const kit::fake_platform platform;
     const kit::decoded result = decoder.decode(record);
@@ -24,8 +24,8 @@ TEST(Record22Memory, EachAllocationThatFailsEmptiesItsPartAndWhatFollows) {
       EXPECT_EQ(copy_fate::leaked, result.fate);
       EXPECT_EQ(record.u32_at(at.counts), kit::field_at<uint32_t>(content, 16));
       EXPECT_EQ(1, kit::field_at<int32_t>(content, 20));
-      EXPECT_EQ(kit::bytes().zeros(1040), kit::bytes_at(content + 24, 1040));
-      EXPECT_EQ(kit::bytes().zeros(32), kit::bytes_at(content + 1072, 32));
+      EXPECT_EQ(writer::bytes().zeros(1040), kit::bytes_at(content + 24, 1040));
+      EXPECT_EQ(writer::bytes().zeros(32), kit::bytes_at(content + 1072, 32));
       EXPECT_EQ(3u, decoder.owned_blocks());
       return;
     }
@@ -34,7 +34,7 @@ TEST(Record22Memory, EachAllocationThatFailsEmptiesItsPartAndWhatFollows) {
       // No list: what stands in front of it is kept.
       EXPECT_EQ(record.u32_at(at.list), kit::field_at<uint32_t>(content, 1080));
       EXPECT_EQ(3, kit::field_at<int32_t>(content, 1084));
-      EXPECT_EQ(kit::bytes().zeros(16), kit::bytes_at(content + 1088, 16));
+      EXPECT_EQ(writer::bytes().zeros(16), kit::bytes_at(content + 1088, 16));
       EXPECT_EQ(4u, decoder.owned_blocks());
       return;
     }
@@ -47,8 +47,8 @@ TEST(Record22Memory, EachAllocationThatFailsEmptiesItsPartAndWhatFollows) {
 }
 
 TEST(Record22Memory, AnEmptyListWithoutMemoryForItsTableIsNoList) {
-  const kit::record_22_fields fields = {.grid_entries = 0, .items = 0, .list_counts = {}};
-  const kit::bytes record = kit::record_22(fields);
+  const writer::record_22_fields fields = {.grid_entries = 0, .items = 0, .list_counts = {}};
+  const writer::bytes record = writer::record_22(fields);
   const uint32_t value = record.u32_at(record_22_places(fields).list);
   const auto scenario = [&](kit::decoder_fixture& decoder, size_t n) {
     const kit::decoded result = decoder.decode(record);
@@ -65,28 +65,28 @@ TEST(Record22Memory, AnEmptyListWithoutMemoryForItsTableIsNoList) {
 }
 
 TEST(Record22Memory, TheLastRecordWins) {
-  const kit::record_22_fields second = {.width = 1, .height = 1, .items = 2, .filler = 71};
-  const kit::record_22_fields small = {.grid_entries = 0, .version = 100};
-  kit::expect_replaced(kit::record_22(), kit::record_22(second));
-  kit::expect_replaced(kit::record_22(), kit::record_22(small));
+  const writer::record_22_fields second = {.width = 1, .height = 1, .items = 2, .filler = 71};
+  const writer::record_22_fields small = {.grid_entries = 0, .version = 100};
+  kit::expect_replaced(writer::record_22(), writer::record_22(second));
+  kit::expect_replaced(writer::record_22(), writer::record_22(small));
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_22());
-  (void)decoder.decode(kit::record_22(second));
-  expect_parts(decoder, kit::record_22(second), second,
+  (void)decoder.decode(writer::record_22());
+  (void)decoder.decode(writer::record_22(second));
+  expect_parts(decoder, writer::record_22(second), second,
                {.counts = true, .items = true, .block = true, .list = true, .list_count = 3});
 }
 
 TEST(Record22Memory, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
   for (const size_t size : kit::size_list{8, 21, 22, 60}) {
     kit::decoder_fixture decoder;
-    (void)decoder.decode(kit::record_22());
-    kit::expect_dropped(decoder, decoder.decode(kit::resized(kit::record_22(), size)));
+    (void)decoder.decode(writer::record_22());
+    kit::expect_dropped(decoder, decoder.decode(writer::resized(writer::record_22(), size)));
   }
 }
 
 TEST(Record22Memory, AStructureWithALostListIsReleasedByItsSuccessorToo) {
   kit::decoder_fixture decoder;
-  kit::bytes misfit = kit::record_22();
+  writer::bytes misfit = writer::record_22();
   misfit.patch_i32(record_22_places({}).list + 4, INT32_MAX);
   for (int i = 0; i < 2; ++i) {
     (void)decoder.decode(misfit);

@@ -2,11 +2,11 @@
 #pragma once
 
 #include "tests/cmc_parser/structure_bytes.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 /// Where the parts of a well-formed record stand.
 struct record_22_places {
-  explicit record_22_places(const kit::record_22_fields& fields)
+  explicit record_22_places(const writer::record_22_fields& fields)
       : points(static_cast<size_t>(fields.width * fields.height)),
         counts(22 + fields.grid_entries * (2 + 8 * points)),
         block(counts + 8 + size_t{1040} * fields.items),
@@ -27,8 +27,8 @@ struct record_22_parts {
   int32_t list_count = 0;
 };
 
-inline void expect_grid(const uint8_t* content, const kit::bytes& record,
-                        const kit::record_22_fields& fields) {
+inline void expect_grid(const uint8_t* content, const writer::bytes& record,
+                        const writer::record_22_fields& fields) {
   const size_t half_size = 4 * record_22_places(fields).points;
   const uint8_t* const grid = kit::address_at(content, 1064);
   ASSERT_EQ(fields.grid_entries != 0, grid != nullptr);
@@ -43,7 +43,7 @@ inline void expect_grid(const uint8_t* content, const kit::bytes& record,
   }
 }
 
-inline void expect_list(const uint8_t* content, const kit::bytes& record, size_t offset,
+inline void expect_list(const uint8_t* content, const writer::bytes& record, size_t offset,
                         size_t count) {
   const uint8_t* const list = kit::address_at(content, 1088);
   const uint8_t* const tail = kit::address_at(content, 1096);
@@ -61,8 +61,8 @@ inline void expect_list(const uint8_t* content, const kit::bytes& record, size_t
 
 /// Compares the slot's structure with the record's own bytes. `fields` are those that the record
 /// was built with, before anything in it was patched.
-inline void expect_parts(kit::decoder_fixture& decoder, const kit::bytes& record,
-                         const kit::record_22_fields& fields, const record_22_parts& parts) {
+inline void expect_parts(kit::decoder_fixture& decoder, const writer::bytes& record,
+                         const writer::record_22_fields& fields, const record_22_parts& parts) {
   const auto* const content = reinterpret_cast<const uint8_t*>(decoder.cmc().record_22);
   ASSERT_TRUE(content);
   const record_22_places at(fields);
@@ -81,9 +81,9 @@ inline void expect_parts(kit::decoder_fixture& decoder, const kit::bytes& record
     EXPECT_EQ(kit::part_of(record, at.counts + 8, size), kit::bytes_at(items, size));
   }
 
-  EXPECT_EQ(parts.block ? kit::part_of(record, at.block, 1024) : kit::bytes().zeros(1024),
+  EXPECT_EQ(parts.block ? kit::part_of(record, at.block, 1024) : writer::bytes().zeros(1024),
             kit::bytes_at(content + 24, 1024));
-  EXPECT_EQ(parts.block ? kit::part_of(record, at.block + 512, 16) : kit::bytes().zeros(16),
+  EXPECT_EQ(parts.block ? kit::part_of(record, at.block + 512, 16) : writer::bytes().zeros(16),
             kit::bytes_at(content + 1048, 16));
 
   EXPECT_EQ(parts.list ? record.u32_at(at.list) : 0, kit::field_at<uint32_t>(content, 1080));

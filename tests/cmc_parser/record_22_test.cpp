@@ -8,8 +8,8 @@ TEST(Record22, HoldsWhatItsVersionStores) {
   for (const uint8_t version : kit::every_version) {
     for (const uint16_t items : kit::u16_list{0, 1, 3}) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", items " << items);
-      const kit::record_22_fields fields = {.items = items, .version = version};
-      const kit::bytes record = kit::record_22(fields);
+      const writer::record_22_fields fields = {.items = items, .version = version};
+      const writer::bytes record = writer::record_22(fields);
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
       EXPECT_EQ(0u, result.code);
@@ -27,22 +27,23 @@ TEST(Record22, HoldsWhatItsVersionStores) {
 }
 
 TEST(Record22, WithoutGridEntriesAndItemsIsItsHeaderValuesAlone) {
-  const kit::bytes record = kit::record_22({.grid_entries = 0, .version = 100});
+  const writer::bytes record = writer::record_22({.grid_entries = 0, .version = 100});
   ASSERT_EQ(22u, record.size());
   kit::decoder_fixture decoder;
   (void)decoder.decode(record);
   const void* const content = decoder.cmc().record_22;
   ASSERT_TRUE(content);
   EXPECT_EQ(kit::part_of(record, 8, 12), kit::bytes_at(content, 12));
-  EXPECT_EQ(kit::bytes().zeros(1104 - 12),
+  EXPECT_EQ(writer::bytes().zeros(1104 - 12),
             kit::bytes_at(static_cast<const uint8_t*>(content) + 12, 1104 - 12));
   EXPECT_EQ(1u, decoder.owned_blocks());
 }
 
 TEST(Record22, HalvesOfAllEntriesLieInOneBuffer) {
-  const kit::record_22_fields fields = {.width = 5, .height = 3, .grid_entries = 4, .version = 100};
+  const writer::record_22_fields fields = {
+      .width = 5, .height = 3, .grid_entries = 4, .version = 100};
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_22(fields));
+  (void)decoder.decode(writer::record_22(fields));
   const void* const content = decoder.cmc().record_22;
   ASSERT_TRUE(content);
   const uint8_t* const grid = kit::address_at(content, 1064);
@@ -56,8 +57,8 @@ TEST(Record22, HalvesOfAllEntriesLieInOneBuffer) {
 }
 
 TEST(Record22, TheBlocksTailRepeatsItsMiddleAndItsOwnLast16BytesAreNotRead) {
-  const kit::record_22_fields fields = {.items = 0, .version = 101};
-  kit::bytes record = kit::record_22(fields);
+  const writer::record_22_fields fields = {.items = 0, .version = 101};
+  writer::bytes record = writer::record_22(fields);
   const record_22_places at(fields);
   for (size_t i = 0; i < 1040; ++i)
     record.patch_u8(at.block + i, static_cast<uint8_t>(i < 1024 ? i / 16 : 0xee));
@@ -66,13 +67,13 @@ TEST(Record22, TheBlocksTailRepeatsItsMiddleAndItsOwnLast16BytesAreNotRead) {
   const auto* const content = reinterpret_cast<const uint8_t*>(decoder.cmc().record_22);
   ASSERT_TRUE(content);
   EXPECT_EQ(kit::part_of(record, at.block, 1024), kit::bytes_at(content + 24, 1024));
-  EXPECT_EQ(kit::bytes().raw(kit::part_of(record, at.block + 512, 16)),
+  EXPECT_EQ(writer::bytes().raw(kit::part_of(record, at.block + 512, 16)),
             kit::bytes_at(content + 1048, 16));
   EXPECT_EQ(32, content[1048]);
 }
 
 TEST(Record22, SidesBelowZeroMakeAGridWhenBothAre) {
-  kit::bytes record = kit::record_22({.width = 3, .height = 2, .version = 100});
+  writer::bytes record = writer::record_22({.width = 3, .height = 2, .version = 100});
   record.patch_u16(12, static_cast<uint16_t>(-3)).patch_u16(14, static_cast<uint16_t>(-2));
   kit::decoder_fixture decoder;
   (void)decoder.decode(record);
@@ -104,7 +105,7 @@ TEST(Record22, AGridThatDoesNotFitIsDroppedBeforeItIsAllocated) {
   };
   for (const hostile_grid& c : cases) {
     SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", " << c.entries);
-    kit::bytes record = kit::record_22();
+    writer::bytes record = writer::record_22();
     record.patch_u16(12, static_cast<uint16_t>(c.width));
     record.patch_u16(14, static_cast<uint16_t>(c.height));
     record.patch_u16(20, static_cast<uint16_t>(c.entries));
@@ -116,8 +117,8 @@ TEST(Record22, AGridThatDoesNotFitIsDroppedBeforeItIsAllocated) {
 }
 
 TEST(Record22, SidesBelowZeroDoNotMatterWithoutGridEntries) {
-  const kit::record_22_fields fields = {.grid_entries = 0};
-  kit::bytes record = kit::record_22(fields);
+  const writer::record_22_fields fields = {.grid_entries = 0};
+  writer::bytes record = writer::record_22(fields);
   record.patch_u16(12, 0x8000);
   kit::decoder_fixture decoder;
   (void)decoder.decode(record);
@@ -127,8 +128,8 @@ TEST(Record22, SidesBelowZeroDoNotMatterWithoutGridEntries) {
 
 TEST(Record22, AGridWithoutPointsHasTagsAlone) {
   for (const auto& [width, height] : {std::pair<int16_t, int16_t>{0, 0}, {0, -5}, {7, 0}}) {
-    const kit::record_22_fields fields = {.width = width, .height = height, .grid_entries = 3};
-    const kit::bytes record = kit::record_22(fields);
+    const writer::record_22_fields fields = {.width = width, .height = height, .grid_entries = 3};
+    const writer::bytes record = writer::record_22(fields);
     kit::decoder_fixture decoder;
     (void)decoder.decode(record);
     expect_parts(decoder, record, fields,
@@ -140,16 +141,16 @@ TEST(Record22, CutAnywhereKeepsThePartsInFrontOfTheCut) {
   for (const uint8_t version : kit::u8_list{100, 101, 102, 103}) {
     for (const uint16_t items : kit::u16_list{0, 1}) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", items " << items);
-      const kit::record_22_fields fields = {
+      const writer::record_22_fields fields = {
           .width = 2, .height = 1, .items = items, .list_counts = {1, 0}, .version = version};
-      const kit::bytes record = kit::record_22(fields);
+      const writer::bytes record = writer::record_22(fields);
       const record_22_places at(fields);
       kit::cut_at_every_size(
           record, [&](kit::decoder_fixture& decoder, const kit::decoded& result, size_t size) {
             if (size < at.counts) return kit::expect_dropped(decoder, result);
             EXPECT_EQ(0u, result.code);
             EXPECT_EQ(copy_fate::released, result.fate);
-            expect_parts(decoder, kit::resized(record, size), fields,
+            expect_parts(decoder, writer::resized(record, size), fields,
                          {.counts = version >= 101 && size >= at.counts + 8,
                           .items = version >= 101 && size >= at.block,
                           .block = version >= 101 && size >= at.block + 1024,
@@ -161,8 +162,9 @@ TEST(Record22, CutAnywhereKeepsThePartsInFrontOfTheCut) {
 }
 
 TEST(Record22, BytesBehindTheLastPartAreIgnored) {
-  const kit::record_22_fields fields;
-  const kit::bytes record = kit::resized(kit::record_22(fields), kit::record_22(fields).size() + 9);
+  const writer::record_22_fields fields;
+  const writer::bytes record =
+      writer::resized(writer::record_22(fields), writer::record_22(fields).size() + 9);
   kit::decoder_fixture decoder;
   (void)decoder.decode(record);
   expect_parts(decoder, record, fields,
@@ -171,8 +173,8 @@ TEST(Record22, BytesBehindTheLastPartAreIgnored) {
 
 TEST(Record22, ItemCountsBelowZeroAreStoredAndMeanNone) {
   for (const int32_t count : {-1, -2, INT32_MIN}) {
-    const kit::record_22_fields fields = {.items = 0};
-    kit::bytes record = kit::record_22(fields);
+    const writer::record_22_fields fields = {.items = 0};
+    writer::bytes record = writer::record_22(fields);
     record.patch_i32(record_22_places(fields).counts + 4, count);
     kit::decoder_fixture decoder;
     (void)decoder.decode(record);
@@ -182,10 +184,10 @@ TEST(Record22, ItemCountsBelowZeroAreStoredAndMeanNone) {
 }
 
 TEST(Record22, ItemsThatDoNotFitLeaveNoCountOfThem) {
-  const kit::record_22_fields fields = {.items = 1};
+  const writer::record_22_fields fields = {.items = 1};
   for (const int32_t count : {4, 5, 65536, 4129777, 8259553, INT32_MAX}) {
     SCOPED_TRACE(count);
-    kit::bytes record = kit::record_22(fields);
+    writer::bytes record = writer::record_22(fields);
     record.patch_i32(record_22_places(fields).counts + 4, count);
     kit::decoder_fixture decoder;
     const size_t before = decoder.ledger().live_bytes();
@@ -196,10 +198,10 @@ TEST(Record22, ItemsThatDoNotFitLeaveNoCountOfThem) {
 }
 
 TEST(Record22, ListsThatDoNotFitLeaveTheirCountAlone) {
-  const kit::record_22_fields fields;
+  const writer::record_22_fields fields;
   for (const int32_t count : {-1, INT32_MIN, 4, 65536, 178956971, INT32_MAX}) {
     SCOPED_TRACE(count);
-    kit::bytes record = kit::record_22(fields);
+    writer::bytes record = writer::record_22(fields);
     record.patch_i32(record_22_places(fields).list + 4, count);
     kit::decoder_fixture decoder;
     const size_t before = decoder.ledger().live_bytes();
@@ -211,10 +213,10 @@ TEST(Record22, ListsThatDoNotFitLeaveTheirCountAlone) {
 }
 
 TEST(Record22, ListEntriesWithMoreValuesThanTheRecordHoldsDoNotFit) {
-  const kit::record_22_fields fields = {.list_counts = {1, 1}};
+  const writer::record_22_fields fields = {.list_counts = {1, 1}};
   for (const size_t entry : kit::size_list{0, 1})
     for (const uint32_t count : {3u, 13u, 0x10000u, 0x40000001u, 0xffffffffu}) {
-      kit::bytes record = kit::record_22(fields);
+      writer::bytes record = writer::record_22(fields);
       record.patch_u32(record_22_places(fields).list + 8 + 20 * entry + 12, count);
       kit::decoder_fixture decoder;
       (void)decoder.decode(record);
@@ -224,8 +226,8 @@ TEST(Record22, ListEntriesWithMoreValuesThanTheRecordHoldsDoNotFit) {
 }
 
 TEST(Record22, AnEmptyListHasNoEntriesButIsThere) {
-  const kit::record_22_fields fields = {.list_counts = {}};
-  const kit::bytes record = kit::record_22(fields);
+  const writer::record_22_fields fields = {.list_counts = {}};
+  const writer::bytes record = writer::record_22(fields);
   kit::decoder_fixture decoder;
   (void)decoder.decode(record);
   expect_parts(decoder, record, fields,

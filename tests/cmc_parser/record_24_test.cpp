@@ -1,5 +1,5 @@
 #include "tests/cmc_parser/structure_bytes.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -16,22 +16,23 @@ void expect_refused(kit::decoder_fixture& decoder, const kit::decoded& result) {
 }
 
 TEST(Record24, HoldsItsEntriesWithAnArrayEachInEveryVersion) {
-  const kit::bytes body = kit::bytes()
-                              .u32(0x11223344)
-                              .u16(0x5566)
-                              .u16(2)  // entries
-                              .u16(0x0a0b)
-                              .u16(3)  // values of the first
-                              .raw("abcdefghijkl", 12)
-                              .u32(1)
-                              .u32(0xffffffff)
-                              .u32(0x80000000)
-                              .u16(0x0c0d)
-                              .u16(0)  // values of the second
-                              .raw("mnopqrstuvwx", 12);
+  const writer::bytes body = writer::bytes()
+                                 .u32(0x11223344)
+                                 .u16(0x5566)
+                                 .u16(2)  // entries
+                                 .u16(0x0a0b)
+                                 .u16(3)  // values of the first
+                                 .raw("abcdefghijkl", 12)
+                                 .u32(1)
+                                 .u32(0xffffffff)
+                                 .u32(0x80000000)
+                                 .u16(0x0c0d)
+                                 .u16(0)  // values of the second
+                                 .raw("mnopqrstuvwx", 12);
   for (const uint8_t version : kit::every_version) {
     SCOPED_TRACE(testing::Message() << "version " << int{version});
-    const kit::bytes record = kit::record(24, version, body, {.padded = false, .reserved = 7});
+    const writer::bytes record =
+        writer::record(24, version, body, {.padded = false, .reserved = 7});
     ASSERT_EQ(16u + 16 + 12 + 16, record.size());
     kit::decoder_fixture decoder;
     const kit::decoded result = decoder.decode(record);
@@ -51,21 +52,21 @@ TEST(Record24, HoldsItsEntriesWithAnArrayEachInEveryVersion) {
 }
 
 TEST(Record24, WithoutEntriesIsItsFirst16BytesAlone) {
-  const kit::bytes record = kit::record_24({.counts = {}});
+  const writer::bytes record = writer::record_24({.counts = {}});
   ASSERT_EQ(16u, record.size());
   for (const size_t size : kit::size_list{16, 17, 64}) {
     kit::decoder_fixture decoder;
-    EXPECT_EQ(0u, decoder.decode(kit::resized(record, size)).code);
+    EXPECT_EQ(0u, decoder.decode(writer::resized(record, size)).code);
     const void* const content = decoder.cmc().record_24;
     ASSERT_TRUE(content);
-    EXPECT_EQ(kit::part_of(kit::resized(record, size), 0, 16), kit::bytes_at(content, 16));
+    EXPECT_EQ(kit::part_of(writer::resized(record, size), 0, 16), kit::bytes_at(content, 16));
     EXPECT_FALSE(kit::address_at(content, 16));
     EXPECT_EQ(1u, decoder.owned_blocks());
   }
 }
 
 TEST(Record24, AsManyEntriesAsTheCountHoldsAreTaken) {
-  const kit::bytes record = kit::record_24({.counts = std::vector<uint16_t>(65535, 0)});
+  const writer::bytes record = writer::record_24({.counts = std::vector<uint16_t>(65535, 0)});
   ASSERT_EQ(16u * 65536, record.size());
   kit::decoder_fixture decoder;
   EXPECT_EQ(0u, decoder.decode(record).code);
@@ -77,29 +78,29 @@ TEST(Record24, AsManyEntriesAsTheCountHoldsAreTaken) {
 TEST(Record24, CutAnywhereIsRefused) {
   for (const std::vector<uint16_t>& counts :
        {std::vector<uint16_t>{}, {0}, {1}, {2, 0, 5}, {0, 0, 0}})
-    kit::cut_at_every_size(kit::record_24({.counts = counts}),
+    kit::cut_at_every_size(writer::record_24({.counts = counts}),
                            [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
                              expect_refused(decoder, result);
                            });
 }
 
 TEST(Record24, LongerThanItsEntriesIsTaken) {
-  const kit::bytes record = kit::record_24({.counts = {1}});
+  const writer::bytes record = writer::record_24({.counts = {1}});
   for (size_t extra = 0; extra < 17; ++extra) {
     kit::decoder_fixture decoder;
-    EXPECT_EQ(0u, decoder.decode(kit::resized(record, record.size() + extra)).code);
+    EXPECT_EQ(0u, decoder.decode(writer::resized(record, record.size() + extra)).code);
     EXPECT_TRUE(decoder.cmc().record_24);
   }
 }
 
 TEST(Record24, CountsBeyondTheRecordAreRefusedBeforeTheyAreAllocated) {
-  kit::bytes many_entries = kit::record_24({.counts = {0}});
+  writer::bytes many_entries = writer::record_24({.counts = {0}});
   many_entries.patch_u16(14, 65535);
-  kit::bytes many_values = kit::record_24({.counts = {1}});
+  writer::bytes many_values = writer::record_24({.counts = {1}});
   many_values.patch_u16(16 + 2, 65535);
-  kit::bytes second_entry_lost = kit::record_24({.counts = {4, 0}});
+  writer::bytes second_entry_lost = writer::record_24({.counts = {4, 0}});
   second_entry_lost.patch_u16(16 + 2, 8);  // takes the second entry's 16 bytes
-  for (const kit::bytes& record : {many_entries, many_values, second_entry_lost}) {
+  for (const writer::bytes& record : {many_entries, many_values, second_entry_lost}) {
     kit::decoder_fixture decoder;
     const size_t before = decoder.ledger().live_bytes();
     expect_refused(decoder, decoder.decode(record));
@@ -108,35 +109,36 @@ TEST(Record24, CountsBeyondTheRecordAreRefusedBeforeTheyAreAllocated) {
 }
 
 TEST(Record24, TheLastRecordWins) {
-  kit::expect_replaced(kit::record_24({.counts = {1, 2, 3}}), kit::record_24({.counts = {4}}));
-  kit::expect_replaced(kit::record_24({.counts = {1}}), kit::record_24({.counts = {}}));
+  kit::expect_replaced(writer::record_24({.counts = {1, 2, 3}}),
+                       writer::record_24({.counts = {4}}));
+  kit::expect_replaced(writer::record_24({.counts = {1}}), writer::record_24({.counts = {}}));
 }
 
 TEST(Record24, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  kit::bytes bad_entry = kit::record_24({.counts = {2, 2}});
+  writer::bytes bad_entry = writer::record_24({.counts = {2, 2}});
   bad_entry.patch_u16(16 + 16 + 8 + 2, 3);
-  for (const kit::bytes& malformed :
-       {kit::resized(kit::record_24(), 15), kit::resized(kit::record_24(), 63), bad_entry}) {
+  for (const writer::bytes& malformed : {writer::resized(writer::record_24(), 15),
+                                         writer::resized(writer::record_24(), 63), bad_entry}) {
     kit::decoder_fixture decoder;
-    EXPECT_EQ(0u, decoder.decode(kit::record_24()).code);
+    EXPECT_EQ(0u, decoder.decode(writer::record_24()).code);
     expect_refused(decoder, decoder.decode(malformed));
   }
 }
 
 TEST(Record24, AnyAllocationThatFailsAnswers4AndLeavesTheSlotEmpty) {
   // The structure, its entries, three arrays.
-  kit::expect_nothing_without_memory(kit::record_24({.counts = {2, 0, 5}}),
+  kit::expect_nothing_without_memory(writer::record_24({.counts = {2, 0, 5}}),
                                      {.allocations = 5, .silent_refusals = 5, .code = 4});
-  kit::expect_nothing_without_memory(kit::record_24({.counts = {}}),
+  kit::expect_nothing_without_memory(writer::record_24({.counts = {}}),
                                      {.allocations = 1, .silent_refusals = 1, .code = 4});
 }
 
 TEST(Record24, WithoutMemoryTheFormerRecordIsGoneToo) {
   const auto scenario = [](kit::decoder_fixture& decoder, size_t n) {
     decoder.ledger().fail_never();
-    EXPECT_EQ(0u, decoder.decode(kit::record_24({.counts = {1, 1, 1, 1}})).code);
+    EXPECT_EQ(0u, decoder.decode(writer::record_24({.counts = {1, 1, 1, 1}})).code);
     decoder.ledger().fail_after(n);
-    const kit::decoded result = decoder.decode(kit::record_24({.counts = {1}}));
+    const kit::decoded result = decoder.decode(writer::record_24({.counts = {1}}));
     EXPECT_EQ(n < 3 ? 4u : 0u, result.code);
     EXPECT_EQ(n < 3 ? 0u : 3u, decoder.owned_blocks());
     EXPECT_EQ(n < 3, static_cast<bool>(decoder.empty()));

@@ -1,5 +1,5 @@
 #include "tests/cmc_parser/structure_bytes.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -9,7 +9,8 @@ TEST(Record25, EachEntryHasTwoAddressesAnd36BytesBetweenThem) {
   for (const uint8_t version : kit::every_version) {
     for (const uint16_t items : kit::u16_list{0, 1, 3}) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", items " << items);
-      const kit::bytes record = kit::record_25({.entries = 3, .items = items, .version = version});
+      const writer::bytes record =
+          writer::record_25({.entries = 3, .items = items, .version = version});
       const size_t skipped = version > 100 ? 24 : 20;
       ASSERT_EQ(12u + 4 * items + 3 * (skipped + 36 + 36u * items), record.size());
       kit::decoder_fixture decoder;
@@ -36,7 +37,7 @@ TEST(Record25, EachEntryHasTwoAddressesAnd36BytesBetweenThem) {
 
 TEST(Record25, WithoutEntriesIsKeptAsItStands) {
   for (const uint16_t items : kit::u16_list{0, 5}) {
-    const kit::bytes record = kit::record_25({.entries = 0, .items = items});
+    const writer::bytes record = writer::record_25({.entries = 0, .items = items});
     ASSERT_EQ(12u + 4 * items, record.size());
     kit::decoder_fixture decoder;
     const kit::decoded result = decoder.decode(record);
@@ -51,16 +52,16 @@ TEST(Record25, CutAnywhereIsDropped) {
     for (const uint16_t entries : kit::u16_list{0, 1, 2})
       for (const uint16_t items : kit::u16_list{0, 3})
         kit::cut_at_every_size(
-            kit::record_25({.entries = entries, .items = items, .version = version}),
+            writer::record_25({.entries = entries, .items = items, .version = version}),
             [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
               kit::expect_dropped(decoder, result);
             });
 }
 
 TEST(Record25, EntriesGrowBy4BytesAboveVersion100) {
-  const kit::bytes record = kit::record_25({.entries = 2, .items = 1, .version = 100});
+  const writer::bytes record = writer::record_25({.entries = 2, .items = 1, .version = 100});
   for (const uint8_t version : kit::u8_list{99, 100, 101, 102}) {
-    kit::bytes relabelled = record;
+    writer::bytes relabelled = record;
     relabelled.patch_u8(4, version);
     kit::decoder_fixture decoder;
     EXPECT_EQ(version <= 100 ? copy_fate::kept : copy_fate::released,
@@ -73,7 +74,7 @@ TEST(Record25, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
   for (const auto& [entries, items] :
        {std::pair{65535, 65535}, {65535, 0}, {0, 65535}, {1, 65535}, {65535, 1}}) {
     SCOPED_TRACE(testing::Message() << entries << " entries, " << items << " items");
-    kit::bytes record = kit::record_25();
+    writer::bytes record = writer::record_25();
     record.patch_u16(8, static_cast<uint16_t>(entries));
     record.patch_u16(10, static_cast<uint16_t>(items));
     kit::decoder_fixture decoder;
@@ -83,20 +84,20 @@ TEST(Record25, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
 }
 
 TEST(Record25, TheLastRecordWins) {
-  kit::expect_replaced(kit::record_25({.entries = 3}), kit::record_25({.entries = 1}));
+  kit::expect_replaced(writer::record_25({.entries = 3}), writer::record_25({.entries = 1}));
 }
 
 TEST(Record25, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  const kit::bytes record = kit::record_25();
+  const writer::bytes record = writer::record_25();
   kit::decoder_fixture decoder;
   (void)decoder.decode(record);
-  kit::expect_dropped(decoder, decoder.decode(kit::resized(record, record.size() - 1)));
+  kit::expect_dropped(decoder, decoder.decode(writer::resized(record, record.size() - 1)));
 }
 
 TEST(Record25, WithoutMemoryForTheEntriesTheCopyIsKeptAllTheSame) {
   const auto scenario = [](kit::decoder_fixture& decoder, size_t n) {
     const kit::fake_platform platform;
-    const kit::decoded result = decoder.decode(kit::record_25());
+    const kit::decoded result = decoder.decode(writer::record_25());
     EXPECT_EQ(0u, result.code);
     EXPECT_EQ(copy_fate::kept, result.fate);
     EXPECT_EQ(result.copy + 12, decoder.cmc().record_25.payload);

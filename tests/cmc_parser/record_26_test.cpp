@@ -1,5 +1,5 @@
 #include "tests/cmc_parser/structure_bytes.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -8,8 +8,8 @@ using kit::copy_fate;
 constexpr size_t slot = 50;
 
 /// The structure's 64 bytes when both groups are the default.
-kit::bytes with_default_groups(const kit::bytes& record) {
-  kit::bytes expected = kit::part_of(record, 0, 16);
+writer::bytes with_default_groups(const writer::bytes& record) {
+  writer::bytes expected = kit::part_of(record, 0, 16);
   for (int group = 0; group < 2; ++group) {
     expected.raw(kit::part_of(record, 8, 8));
     // 1.0 four times
@@ -22,10 +22,10 @@ TEST(Record26, GroupsCountFromVersion101OnAndFrom64BytesOn) {
   for (const uint8_t version : kit::every_version) {
     for (const size_t size : kit::size_list{16, 17, 40, 63, 64, 65, 200}) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", size " << size);
-      kit::bytes long_record = kit::record_26({.version = 101});
+      writer::bytes long_record = writer::record_26({.version = 101});
       ASSERT_EQ(64u, long_record.size());
       long_record.patch_u8(4, version);
-      const kit::bytes record = kit::resized(long_record, size);
+      const writer::bytes record = writer::resized(long_record, size);
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
       EXPECT_EQ(0u, result.code);
@@ -41,20 +41,20 @@ TEST(Record26, GroupsCountFromVersion101OnAndFrom64BytesOn) {
 }
 
 TEST(Record26, CutBelow16BytesIsDroppedAndTakesTheDefaultsFromThereOn) {
-  kit::cut_at_every_size(
-      kit::record_26(), [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t size) {
-        if (size < 16) return kit::expect_dropped(decoder, result);
-        EXPECT_EQ(copy_fate::released, result.fate);
-        ASSERT_TRUE(decoder.cmc().record_26);
-        EXPECT_EQ(with_default_groups(kit::resized(kit::record_26(), size)),
-                  kit::bytes_at(decoder.cmc().record_26, 64));
-      });
+  kit::cut_at_every_size(writer::record_26(), [](kit::decoder_fixture& decoder,
+                                                 const kit::decoded& result, size_t size) {
+    if (size < 16) return kit::expect_dropped(decoder, result);
+    EXPECT_EQ(copy_fate::released, result.fate);
+    ASSERT_TRUE(decoder.cmc().record_26);
+    EXPECT_EQ(with_default_groups(writer::resized(writer::record_26(), size)),
+              kit::bytes_at(decoder.cmc().record_26, 64));
+  });
 }
 
 TEST(Record26, TheLastRecordWins) {
-  const kit::bytes second = kit::record_26({.filler = 99});
+  const writer::bytes second = writer::record_26({.filler = 99});
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_26());
+  (void)decoder.decode(writer::record_26());
   (void)decoder.decode(second);
   EXPECT_EQ(1u, decoder.owned_blocks());
   EXPECT_EQ(second, kit::bytes_at(decoder.cmc().record_26, 64));
@@ -62,19 +62,19 @@ TEST(Record26, TheLastRecordWins) {
 
 TEST(Record26, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_26());
-  kit::expect_dropped(decoder, decoder.decode(kit::resized(kit::record_26(), 15)));
+  (void)decoder.decode(writer::record_26());
+  kit::expect_dropped(decoder, decoder.decode(writer::resized(writer::record_26(), 15)));
 }
 
 TEST(Record26, WithoutMemoryTheSlotIsEmptyAndNothingIsLogged) {
-  kit::expect_nothing_without_memory(kit::record_26(), {.allocations = 1, .silent_refusals = 1});
+  kit::expect_nothing_without_memory(writer::record_26(), {.allocations = 1, .silent_refusals = 1});
 }
 
 TEST(Record26, WithoutMemoryTheFormerRecordIsGoneToo) {
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_26());
+  (void)decoder.decode(writer::record_26());
   decoder.ledger().fail_after(0);
-  kit::expect_dropped(decoder, decoder.decode(kit::record_26()));
+  kit::expect_dropped(decoder, decoder.decode(writer::record_26()));
   EXPECT_EQ(1u, decoder.ledger().failures());
 }
 

@@ -1,5 +1,5 @@
 #include "tests/cmc_parser/structure_bytes.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -8,18 +8,18 @@ using kit::copy_fate;
 constexpr size_t slot = 51;
 
 /// A record of this many entries, planes, columns and rows whose other bytes are all zero.
-kit::bytes sized_record(uint16_t entries, uint16_t planes, uint16_t width, uint16_t height,
-                        uint8_t version, size_t size) {
-  kit::bytes body;
+writer::bytes sized_record(uint16_t entries, uint16_t planes, uint16_t width, uint16_t height,
+                           uint8_t version, size_t size) {
+  writer::bytes body;
   body.zeros(16).u16(entries).u16(planes).u16(width).u16(height);
-  return kit::resized(kit::record(27, version, body, {.padded = false}), size);
+  return writer::resized(writer::record(27, version, body, {.padded = false}), size);
 }
 
 TEST(Record27, EachEntryHasItsHeadAndRoomForThreePlanes) {
   for (const uint8_t version : kit::every_version) {
     for (uint16_t planes = 0; planes <= 3; ++planes) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", planes " << planes);
-      const kit::bytes record = kit::record_27(
+      const writer::bytes record = writer::record_27(
           {.entries = 2, .planes = planes, .width = 3, .height = 2, .version = version});
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
@@ -34,7 +34,7 @@ TEST(Record27, EachEntryHasItsHeadAndRoomForThreePlanes) {
       for (size_t i = 0; i < 2; ++i) {
         const uint8_t* const entry = entries + 16 * i;
         EXPECT_EQ(kit::part_of(record, offset, 20), kit::bytes_at(kit::address_at(entry, 0), 20));
-        kit::bytes samples = kit::part_of(record, offset + 20, 12u * planes);
+        writer::bytes samples = kit::part_of(record, offset + 20, 12u * planes);
         samples.zeros_to_size(6 * 3 * 2);  // what the record does not fill is zero
         EXPECT_EQ(samples, kit::bytes_at(kit::address_at(entry, 8), 36));
         offset += 20 + 12u * planes;
@@ -63,8 +63,8 @@ TEST(Record27, CutAnywhereIsDropped) {
   for (const uint8_t version : kit::u8_list{100, 101})
     for (const uint16_t planes : kit::u16_list{0, 1, 3})
       for (const uint16_t entries : kit::u16_list{0, 1, 3}) {
-        const kit::bytes record =
-            kit::record_27({.entries = entries, .planes = planes, .version = version});
+        const writer::bytes record =
+            writer::record_27({.entries = entries, .planes = planes, .version = version});
         kit::cut_at_every_size(record, [](kit::decoder_fixture& decoder, const kit::decoded& result,
                                           size_t) { kit::expect_dropped(decoder, result); });
       }
@@ -128,16 +128,16 @@ TEST(Record27, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
 }
 
 TEST(Record27, TheLastRecordWins) {
-  kit::expect_replaced(kit::record_27({.entries = 3}), kit::record_27({.entries = 1}));
-  kit::expect_replaced(kit::record_27({.entries = 1}), kit::record_27({.entries = 0}));
+  kit::expect_replaced(writer::record_27({.entries = 3}), writer::record_27({.entries = 1}));
+  kit::expect_replaced(writer::record_27({.entries = 1}), writer::record_27({.entries = 0}));
 }
 
 TEST(Record27, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  for (const kit::bytes& malformed :
-       {kit::resized(kit::record_27(), 31), kit::resized(kit::record_27(), 32),
+  for (const writer::bytes& malformed :
+       {writer::resized(writer::record_27(), 31), writer::resized(writer::record_27(), 32),
         sized_record(1, 4, 1, 1, 100, 100)}) {
     kit::decoder_fixture decoder;
-    (void)decoder.decode(kit::record_27());
+    (void)decoder.decode(writer::record_27());
     kit::expect_dropped(decoder, decoder.decode(malformed));
   }
 }
@@ -145,7 +145,7 @@ TEST(Record27, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
 TEST(Record27, AnInnerAllocationThatFailsIsLoggedAndLeavesNothing) {
   // The structure, whose absence is not logged; the entries; head and planes of each.
   for (const uint8_t version : kit::u8_list{100, 101})
-    kit::expect_nothing_without_memory(kit::record_27({.entries = 2, .version = version}),
+    kit::expect_nothing_without_memory(writer::record_27({.entries = 2, .version = version}),
                                        {.allocations = 1 + 1 + 2 * 2, .silent_refusals = 1});
 }
 

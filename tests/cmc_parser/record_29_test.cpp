@@ -1,5 +1,5 @@
 #include "tests/cmc_parser/structure_bytes.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -7,17 +7,17 @@ using kit::copy_fate;
 
 constexpr size_t slot = 53;
 
-kit::bytes sized_record(uint16_t width, uint16_t height, size_t size) {
-  kit::bytes body;
+writer::bytes sized_record(uint16_t width, uint16_t height, size_t size) {
+  writer::bytes body;
   body.u32(0x0c0b0a09).u16(width).u16(height).u32(0x13121110);
   for (uint32_t word = 1; body.size() + 8 < size; ++word) body.u32(word * 0x01010101);
-  return kit::resized(kit::record(29, 100, body), size);
+  return writer::resized(writer::record(29, 100, body), size);
 }
 
 TEST(Record29, HoldsItsFirst20BytesAndFourPlanesOfOneArray) {
   for (const uint8_t version : kit::every_version) {
     SCOPED_TRACE(testing::Message() << "version " << int{version});
-    const kit::bytes record = kit::record_29({.width = 3, .height = 5, .version = version});
+    const writer::bytes record = writer::record_29({.width = 3, .height = 5, .version = version});
     kit::decoder_fixture decoder;
     const kit::decoded result = decoder.decode(record);
     EXPECT_EQ(0u, result.code);
@@ -36,7 +36,7 @@ TEST(Record29, HoldsItsFirst20BytesAndFourPlanesOfOneArray) {
 }
 
 TEST(Record29, BitPatternsThatAreNoNumbersAreCopiedUnchanged) {
-  kit::bytes record = sized_record(1, 1, 56);
+  writer::bytes record = sized_record(1, 1, 56);
   record.patch_u32(20, 0x7f800001).patch_u32(24, 0xffc00123).patch_u32(28, 0x80000000);
   kit::decoder_fixture decoder;
   (void)decoder.decode(record);
@@ -97,25 +97,25 @@ TEST(Record29, SidesOfZeroOrBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
 }
 
 TEST(Record29, TheLastRecordWins) {
-  const kit::bytes second = kit::record_29({.width = 7, .height = 1, .filler = 77});
-  kit::expect_replaced(kit::record_29(), second);
+  const writer::bytes second = writer::record_29({.width = 7, .height = 1, .filler = 77});
+  kit::expect_replaced(writer::record_29(), second);
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_29());
+  (void)decoder.decode(writer::record_29());
   (void)decoder.decode(second);
   EXPECT_EQ(kit::part_of(second, 0, 20), kit::bytes_at(decoder.cmc().record_29, 20));
 }
 
 TEST(Record29, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  for (const kit::bytes& malformed :
-       {kit::resized(kit::record_29(), 55), sized_record(0, 1, 64), sized_record(3, 1, 71)}) {
+  for (const writer::bytes& malformed :
+       {writer::resized(writer::record_29(), 55), sized_record(0, 1, 64), sized_record(3, 1, 71)}) {
     kit::decoder_fixture decoder;
-    (void)decoder.decode(kit::record_29());
+    (void)decoder.decode(writer::record_29());
     kit::expect_dropped(decoder, decoder.decode(malformed));
   }
 }
 
 TEST(Record29, WithoutMemoryTheSlotIsEmptyAndNothingIsLogged) {
-  kit::expect_nothing_without_memory(kit::record_29(), {.allocations = 2, .silent_refusals = 2});
+  kit::expect_nothing_without_memory(writer::record_29(), {.allocations = 2, .silent_refusals = 2});
 }
 
 }  // namespace

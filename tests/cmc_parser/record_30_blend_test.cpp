@@ -6,21 +6,21 @@
 
 #include "tests/cmc_parser/module_grid.h"
 #include "tests/cmc_parser/structure_bytes.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
 constexpr size_t items_end = 30 + 6;
 
 /// A record whose grid is zero but for its value at (height / 2, width / 2).
-kit::bytes record_with_centre(uint32_t centre, uint16_t width, uint16_t height) {
+writer::bytes record_with_centre(uint32_t centre, uint16_t width, uint16_t height) {
   std::vector<uint32_t> grid(size_t{width} * height, 0);
   if (!grid.empty()) grid[size_t{height} / 2 * width + width / 2] = centre;
-  return kit::record_30({.items = 1, .width = width, .height = height, .grid = grid});
+  return writer::record_30({.items = 1, .width = width, .height = height, .grid = grid});
 }
 
 /// What the library makes of it: the grid of the module's size.
-std::vector<uint32_t> decoded_grid(module_grid& module, const kit::bytes& record) {
+std::vector<uint32_t> decoded_grid(module_grid& module, const writer::bytes& record) {
   kit::decoder_fixture decoder;
   (void)decoder.decode(record, &module.module());
   const record_30_content* const content = decoder.cmc().record_30;
@@ -180,7 +180,7 @@ TEST(Record30Blend, ANegativeMeanSwapsItsBounds) {
 
 TEST(Record30Blend, TrailingValuesStandBehindTheRecordsOwnGrid) {
   module_grid module(9, 7, 0, constant(63, 1000));
-  const kit::bytes record = kit::record_30({.items = 1, .width = 4, .height = 3});
+  const writer::bytes record = writer::record_30({.items = 1, .width = 4, .height = 3});
   kit::decoder_fixture decoder;
   (void)decoder.decode(record, &module.module());
   ASSERT_TRUE(decoder.cmc().record_30 && decoder.cmc().record_30->trailing);

@@ -3,7 +3,7 @@
 
 #include "tests/cmc_parser/module_grid.h"
 #include "tests/cmc_parser/structure_bytes.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -13,7 +13,7 @@ constexpr size_t slot = 52;
 
 /// Where the parts of a record stand, and the least sizes that they ask for.
 struct places {
-  explicit places(const kit::bytes& record)
+  explicit places(const writer::bytes& record)
       : items_size(size_t{6} * record.u16_at(16)),
         values(size_t{record.u16_at(22)} * record.u16_at(24)),
         trailing_size(size_t{4} * record.u16_at(26) * record.u16_at(28)),
@@ -36,9 +36,9 @@ struct places {
 };
 
 /// The grid that the record alone makes.
-kit::bytes grid_of(const kit::bytes& record) {
+writer::bytes grid_of(const writer::bytes& record) {
   const places at(record);
-  kit::bytes grid;
+  writer::bytes grid;
   for (size_t i = 0; i < at.values; ++i) {
     if (record.u8_at(4) <= 100)
       grid.u32(record.u16_at(at.grid + 2 * i));
@@ -48,7 +48,8 @@ kit::bytes grid_of(const kit::bytes& record) {
   return grid;
 }
 
-void expect_array(const char* what, const void* array, const std::optional<kit::bytes>& expected) {
+void expect_array(const char* what, const void* array,
+                  const std::optional<writer::bytes>& expected) {
   SCOPED_TRACE(what);
   ASSERT_EQ(expected.has_value(), array != nullptr);
   if (array) {
@@ -61,23 +62,25 @@ struct parts {
   bool items = true;
   bool has_grid = true;
   bool trailing = true;
-  std::optional<kit::bytes> grid{};
+  std::optional<writer::bytes> grid{};
   std::optional<std::pair<uint16_t, uint16_t>> grid_size{};
 };
 
-void expect_parts(kit::decoder_fixture& decoder, const kit::bytes& record, const parts& expected) {
+void expect_parts(kit::decoder_fixture& decoder, const writer::bytes& record,
+                  const parts& expected) {
   const auto* const content = reinterpret_cast<const uint8_t*>(decoder.cmc().record_30);
   ASSERT_TRUE(content);
   EXPECT_TRUE(decoder.holds_only({{slot, content}}));
-  kit::bytes head = kit::part_of(kit::resized(record, std::max<size_t>(record.size(), 30)), 0, 30);
+  writer::bytes head =
+      kit::part_of(writer::resized(record, std::max<size_t>(record.size(), 30)), 0, 30);
   head.patch_u32(0, record.u32_at(0));
   if (expected.grid_size)
     head.patch_u16(22, expected.grid_size->first).patch_u16(24, expected.grid_size->second);
   EXPECT_EQ(head.zeros(2), kit::bytes_at(content, 32));
 
-  std::optional<kit::bytes> items;
-  std::optional<kit::bytes> grid;
-  std::optional<kit::bytes> trailing;
+  std::optional<writer::bytes> items;
+  std::optional<writer::bytes> grid;
+  std::optional<writer::bytes> trailing;
   if (expected.items) items = kit::part_of(record, 30, places(record).items_size);
   if (expected.has_grid) grid = expected.grid ? *expected.grid : grid_of(record);
   if (expected.trailing)
@@ -91,7 +94,7 @@ void expect_parts(kit::decoder_fixture& decoder, const kit::bytes& record, const
 TEST(Record30, TakesItsGridInTheFormOfItsVersion) {
   for (const uint8_t version : kit::every_version) {
     SCOPED_TRACE(testing::Message() << "version " << int{version});
-    const kit::bytes record = kit::record_30({.version = version});
+    const writer::bytes record = writer::record_30({.version = version});
     kit::decoder_fixture decoder;
     const kit::decoded result = decoder.decode(record);
     EXPECT_EQ(0u, result.code);
@@ -104,15 +107,15 @@ TEST(Record30, CutAnywhereKeepsThePartsInFrontOfTheCut) {
   for (const uint8_t version : kit::u8_list{99, 100, 101, 102, 103})
     for (const uint16_t trailing_rows : kit::u16_list{1, 9}) {
       SCOPED_TRACE(testing::Message() << "version " << int{version});
-      const kit::bytes record =
-          kit::record_30({.items = 3, .trailing_rows = trailing_rows, .version = version});
+      const writer::bytes record =
+          writer::record_30({.items = 3, .trailing_rows = trailing_rows, .version = version});
       const places at(record);
       kit::cut_at_every_size(
           record, [&](kit::decoder_fixture& decoder, const kit::decoded& result, size_t size) {
             EXPECT_EQ(0u, result.code);
             EXPECT_EQ(copy_fate::released, result.fate);
             const bool has_grid = size >= at.size_for_grid();
-            expect_parts(decoder, kit::resized(record, size),
+            expect_parts(decoder, writer::resized(record, size),
                          {.items = size >= at.size_for_items(),
                           .has_grid = has_grid,
                           .trailing = has_grid && size >= at.size_for_trailing()});
@@ -139,17 +142,17 @@ TEST(Record30, EachPartNeedsItsPaddedEnd) {
   };
   for (const bound_case& c : cases) {
     SCOPED_TRACE(c.what);
-    const kit::bytes record = kit::record_30({.items = c.items,
-                                              .width = c.width,
-                                              .height = c.height,
-                                              .trailing_rows = c.rows,
-                                              .trailing_columns = c.columns,
-                                              .version = c.version});
+    const writer::bytes record = writer::record_30({.items = c.items,
+                                                    .width = c.width,
+                                                    .height = c.height,
+                                                    .trailing_rows = c.rows,
+                                                    .trailing_columns = c.columns,
+                                                    .version = c.version});
     for (const size_t bound : {c.for_items, c.for_grid, c.for_trailing})
       for (const size_t size : {bound - 1, bound}) {
         SCOPED_TRACE(size);
         kit::decoder_fixture decoder;
-        (void)decoder.decode(kit::resized(record, size));
+        (void)decoder.decode(writer::resized(record, size));
         ASSERT_TRUE(decoder.cmc().record_30);
         EXPECT_EQ(size >= c.for_items, decoder.cmc().record_30->items != nullptr);
         EXPECT_EQ(size >= c.for_grid, decoder.cmc().record_30->grid != nullptr);
@@ -159,7 +162,7 @@ TEST(Record30, EachPartNeedsItsPaddedEnd) {
 }
 
 TEST(Record30, WithoutItemsThereIsNothingBehindTheHead) {
-  kit::bytes record = kit::record_30();
+  writer::bytes record = writer::record_30();
   record.patch_u16(16, 0);
   kit::decoder_fixture decoder;
   (void)decoder.decode(record);
@@ -168,13 +171,13 @@ TEST(Record30, WithoutItemsThereIsNothingBehindTheHead) {
 
 TEST(Record30, CountsBeyondTheRecordAreNotAllocated) {
   for (const uint8_t version : kit::u8_list{100, 101, 102}) {
-    kit::bytes many_items = kit::record_30({.version = version});
+    writer::bytes many_items = writer::record_30({.version = version});
     many_items.patch_u16(16, 65535);
-    kit::bytes wide_grid = kit::record_30({.version = version});
+    writer::bytes wide_grid = writer::record_30({.version = version});
     wide_grid.patch_u16(22, 65535).patch_u16(24, 65535);
-    kit::bytes many_trailing = kit::record_30({.version = version});
+    writer::bytes many_trailing = writer::record_30({.version = version});
     many_trailing.patch_u16(26, 65535).patch_u16(28, 65535);
-    for (const kit::bytes& record : {many_items, wide_grid, many_trailing}) {
+    for (const writer::bytes& record : {many_items, wide_grid, many_trailing}) {
       kit::decoder_fixture decoder;
       const size_t before = decoder.ledger().live_bytes();
       (void)decoder.decode(record);
@@ -186,17 +189,17 @@ TEST(Record30, CountsBeyondTheRecordAreNotAllocated) {
 }
 
 TEST(Record30, TheLastRecordWins) {
-  const kit::bytes second = kit::record_30({.items = 5, .version = 100, .filler = 71});
+  const writer::bytes second = writer::record_30({.items = 5, .version = 100, .filler = 71});
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_30());
+  (void)decoder.decode(writer::record_30());
   (void)decoder.decode(second);
   expect_parts(decoder, second, {});
 }
 
 TEST(Record30, AShortRecordAfterAGoodOneLeavesNothingOfIt) {
-  const kit::bytes record = kit::resized(kit::record_30(), 8);
+  const writer::bytes record = writer::resized(writer::record_30(), 8);
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_30());
+  (void)decoder.decode(writer::record_30());
   (void)decoder.decode(record);
   expect_parts(decoder, record, {.items = false, .has_grid = false, .trailing = false});
 }
@@ -205,7 +208,7 @@ TEST(Record30, EachAllocationThatFailsEmptiesItsPartAndWhatFollows) {
   module_grid grid(8, 6, 0, std::vector<uint32_t>(48, 9));
   const calibration* const modules[] = {nullptr, &grid.module()};
   for (const calibration* const module : modules) {
-    const kit::bytes record = kit::record_30({.version = 102});
+    const writer::bytes record = writer::record_30({.version = 102});
     const auto scenario = [&](kit::decoder_fixture& decoder, size_t n) {
       const kit::fake_platform platform;
       const kit::decoded result = decoder.decode(record, module);
@@ -215,7 +218,7 @@ TEST(Record30, EachAllocationThatFailsEmptiesItsPartAndWhatFollows) {
       EXPECT_EQ(copy_fate::released, result.fate);
       parts expected = {.items = n > 1, .has_grid = n > 2, .trailing = n > 3};
       if (module && n > 2) {
-        expected.grid = kit::bytes().zeros(4 * 48);
+        expected.grid = writer::bytes().zeros(4 * 48);
         expected.grid_size = {8, 6};
       }
       expect_parts(decoder, record, expected);
@@ -233,7 +236,7 @@ TEST(Record30, AGridThatDoesNotCountIsIgnored) {
   missing.module().grid = nullptr;
   for (const calibration* const module : {&absent.module(), &missing.module()})
     for (const uint8_t version : kit::every_version) {
-      const kit::bytes record = kit::record_30({.version = version});
+      const writer::bytes record = writer::record_30({.version = version});
       kit::decoder_fixture decoder;
       (void)decoder.decode(record, module);
       expect_parts(decoder, record, {});
@@ -247,19 +250,20 @@ TEST(Record30, OutsideVersion101AGridGivesItsSizeAndNoValues) {
       SCOPED_TRACE(testing::Message() << "version " << int{version});
       module_grid module(8, 6, 0, std::vector<uint32_t>(48, 1000));
       module.module().grid_present = flag;
-      const kit::bytes record = kit::record_30({.version = version});
+      const writer::bytes record = writer::record_30({.version = version});
       kit::decoder_fixture decoder;
       (void)decoder.decode(record, &module.module());
       // The trailing values stand where they stand without the grid.
-      expect_parts(decoder, record,
-                   {.grid = kit::bytes().zeros(4 * 48), .grid_size = {{uint16_t{8}, uint16_t{6}}}});
+      expect_parts(
+          decoder, record,
+          {.grid = writer::bytes().zeros(4 * 48), .grid_size = {{uint16_t{8}, uint16_t{6}}}});
     }
 }
 
 TEST(Record30, CutBesideAGridKeepsThePartsInFrontOfTheCut) {
   module_grid module(3, 1, 0, {1, 2, 3});
   for (const uint8_t version : kit::u8_list{100, 101, 102}) {
-    kit::bytes record = kit::record_30({.version = version});
+    writer::bytes record = writer::record_30({.version = version});
     const places at(record);
     // A centre value of 0 leaves the grid zero in version 101 too.
     if (version == 101) record.patch_u32(at.grid + 4 * 4, 0);
@@ -271,10 +275,10 @@ TEST(Record30, CutBesideAGridKeepsThePartsInFrontOfTheCut) {
               .has_grid = size >= at.size_for_grid(),
               .trailing = size >= std::max(at.size_for_grid(), at.size_for_trailing())};
           if (expected.has_grid) {
-            expected.grid = kit::bytes().zeros(12);
+            expected.grid = writer::bytes().zeros(12);
             expected.grid_size = {3, 1};
           }
-          expect_parts(decoder, kit::resized(record, size), expected);
+          expect_parts(decoder, writer::resized(record, size), expected);
         },
         &module.module());
   }
@@ -287,7 +291,7 @@ TEST(Record30, AGridWithoutValuesLeavesTheRecordsOwn) {
       SCOPED_TRACE(testing::Message()
                    << int{width} << " x " << int{height} << ", version " << int{version});
       module_grid module(width, height);
-      const kit::bytes record = kit::record_30({.version = version});
+      const writer::bytes record = writer::record_30({.version = version});
       kit::decoder_fixture decoder;
       const kit::fake_platform platform;
       const size_t before = decoder.ledger().live_bytes();

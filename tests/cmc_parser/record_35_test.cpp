@@ -1,5 +1,5 @@
 #include "tests/cmc_parser/structure_bytes.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ struct places {
 };
 
 /// Bytes 0 to 23 of both structures.
-kit::bytes expected_scalars(const kit::bytes& record) {
+writer::bytes expected_scalars(const writer::bytes& record) {
   return kit::part_of(record, 0, 8)
       .u8(record.u8_at(8))
       .zeros(3)
@@ -30,7 +30,7 @@ TEST(Record35, IsHeldTwiceWithItsArraysInTwoOrders) {
   for (const uint8_t version : kit::every_version) {
     for (const uint8_t n : kit::u8_list{0, 1, 3, 127, 128, 255}) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", count " << int{n});
-      const kit::bytes record = kit::record_35({.count = n, .version = version});
+      const writer::bytes record = writer::record_35({.count = n, .version = version});
       const places at(n);
       ASSERT_EQ(at.end, record.size());
       ASSERT_EQ(12u * n + 20, record.size());
@@ -46,8 +46,8 @@ TEST(Record35, IsHeldTwiceWithItsArraysInTwoOrders) {
       EXPECT_EQ(expected_scalars(record), kit::bytes_at(second, 24));
 
       const size_t m = n + size_t{1};
-      const kit::bytes a = kit::part_of(record, at.a, 4 * m);
-      const kit::bytes b = kit::part_of(record, at.b, 2 * m);
+      const writer::bytes a = kit::part_of(record, at.a, 4 * m);
+      const writer::bytes b = kit::part_of(record, at.b, 2 * m);
       EXPECT_EQ(a, kit::bytes_at(kit::address_at(first, 24), a.size()));
       EXPECT_EQ(b, kit::bytes_at(kit::address_at(first, 32), b.size()));
       EXPECT_EQ(kit::part_of(record, at.c, 2u * n),
@@ -68,7 +68,7 @@ TEST(Record35, IsHeldTwiceWithItsArraysInTwoOrders) {
 
 TEST(Record35, CutAnywhereIsDropped) {
   for (const uint8_t n : kit::u8_list{0, 1, 4, 255})
-    kit::cut_at_every_size(kit::record_35({.count = n}),
+    kit::cut_at_every_size(writer::record_35({.count = n}),
                            [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
                              kit::expect_dropped(decoder, result);
                              EXPECT_EQ(0u, decoder.ledger().allocations());
@@ -76,16 +76,16 @@ TEST(Record35, CutAnywhereIsDropped) {
 }
 
 TEST(Record35, BytesBehindTheArraysAreIgnored) {
-  const kit::bytes record = kit::record_35();
+  const writer::bytes record = writer::record_35();
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::resized(record, record.size() + 5));
+  (void)decoder.decode(writer::resized(record, record.size() + 5));
   EXPECT_EQ(8u, decoder.owned_blocks());
 }
 
 TEST(Record35, TheLastRecordWins) {
-  const kit::bytes second = kit::record_35({.count = 9, .filler = 71});
+  const writer::bytes second = writer::record_35({.count = 9, .filler = 71});
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_35());
+  (void)decoder.decode(writer::record_35());
   (void)decoder.decode(second);
   EXPECT_EQ(8u, decoder.owned_blocks());
   EXPECT_EQ(expected_scalars(second), kit::bytes_at(decoder.cmc().record_35.first, 24));
@@ -95,22 +95,22 @@ TEST(Record35, TheLastRecordWins) {
 TEST(Record35, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
   for (const size_t size : kit::size_list{8, 13, 14, 19, 55}) {
     kit::decoder_fixture decoder;
-    (void)decoder.decode(kit::record_35());
-    kit::expect_dropped(decoder, decoder.decode(kit::resized(kit::record_35(), size)));
+    (void)decoder.decode(writer::record_35());
+    kit::expect_dropped(decoder, decoder.decode(writer::resized(writer::record_35(), size)));
   }
 }
 
 TEST(Record35, WithoutMemoryBothSlotsAreEmptyAndNothingIsLogged) {
-  kit::expect_nothing_without_memory(kit::record_35({.count = 3}),
+  kit::expect_nothing_without_memory(writer::record_35({.count = 3}),
                                      {.allocations = 8, .silent_refusals = 8});
 }
 
 TEST(Record35, WithoutMemoryTheFormerRecordIsGoneToo) {
   const auto scenario = [](kit::decoder_fixture& decoder, size_t n) {
     decoder.ledger().fail_never();
-    (void)decoder.decode(kit::record_35({.count = 5}));
+    (void)decoder.decode(writer::record_35({.count = 5}));
     decoder.ledger().fail_after(n);
-    (void)decoder.decode(kit::record_35({.count = 2}));
+    (void)decoder.decode(writer::record_35({.count = 2}));
     EXPECT_EQ(n < 8 ? 0u : 8u, decoder.owned_blocks());
     EXPECT_EQ(n < 8, static_cast<bool>(decoder.empty()));
   };
@@ -120,7 +120,7 @@ TEST(Record35, WithoutMemoryTheFormerRecordIsGoneToo) {
 TEST(Record35, AllocatesBothStructuresAndThenArraysAABBCD) {
   // What is held when the n-th allocation is refused gives away the sizes of those before it.
   constexpr size_t sizes[] = {48, 48, 4 * 8, 4 * 8, 2 * 8, 2 * 8, 2 * 7, 4 * 7};
-  const kit::bytes record = kit::record_35({.count = 7});
+  const writer::bytes record = writer::record_35({.count = 7});
   size_t held = 0;
   for (size_t n = 0; n < std::size(sizes); ++n) {
     SCOPED_TRACE(testing::Message() << "allocation " << n << " refused");

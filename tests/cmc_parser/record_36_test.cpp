@@ -1,5 +1,5 @@
 #include "tests/cmc_parser/structure_bytes.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -11,7 +11,7 @@ TEST(Record36, HoldsItsFirst14BytesAndTwoArrays) {
   for (const uint8_t version : kit::every_version) {
     for (const uint8_t count : kit::u8_list{0, 1, 3, 127, 128, 255}) {
       SCOPED_TRACE(testing::Message() << "version " << int{version} << ", count " << int{count});
-      const kit::bytes record = kit::record_36({.count = count, .version = version});
+      const writer::bytes record = writer::record_36({.count = count, .version = version});
       ASSERT_EQ(14u + 6u * count, record.size());
       kit::decoder_fixture decoder;
       const kit::decoded result = decoder.decode(record);
@@ -34,7 +34,7 @@ TEST(Record36, HoldsItsFirst14BytesAndTwoArrays) {
 
 TEST(Record36, CutAnywhereIsDropped) {
   for (const uint8_t count : kit::u8_list{0, 1, 4, 255})
-    kit::cut_at_every_size(kit::record_36({.count = count}),
+    kit::cut_at_every_size(writer::record_36({.count = count}),
                            [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
                              kit::expect_dropped(decoder, result);
                              EXPECT_EQ(0u, decoder.ledger().allocations());
@@ -42,16 +42,16 @@ TEST(Record36, CutAnywhereIsDropped) {
 }
 
 TEST(Record36, BytesBehindTheArraysAreIgnored) {
-  const kit::bytes record = kit::record_36();
+  const writer::bytes record = writer::record_36();
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::resized(record, record.size() + 3));
+  (void)decoder.decode(writer::resized(record, record.size() + 3));
   EXPECT_EQ(3u, decoder.owned_blocks());
 }
 
 TEST(Record36, TheLastRecordWins) {
-  const kit::bytes second = kit::record_36({.count = 9, .filler = 71});
+  const writer::bytes second = writer::record_36({.count = 9, .filler = 71});
   kit::decoder_fixture decoder;
-  (void)decoder.decode(kit::record_36());
+  (void)decoder.decode(writer::record_36());
   (void)decoder.decode(second);
   EXPECT_EQ(3u, decoder.owned_blocks());
   EXPECT_EQ(kit::part_of(second, 0, 14), kit::bytes_at(decoder.cmc().record_36, 14));
@@ -60,8 +60,8 @@ TEST(Record36, TheLastRecordWins) {
 TEST(Record36, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
   for (const size_t size : kit::size_list{8, 13, 14, 31}) {
     kit::decoder_fixture decoder;
-    (void)decoder.decode(kit::record_36());
-    kit::expect_dropped(decoder, decoder.decode(kit::resized(kit::record_36(), size)));
+    (void)decoder.decode(writer::record_36());
+    kit::expect_dropped(decoder, decoder.decode(writer::resized(writer::record_36(), size)));
   }
 }
 
@@ -69,9 +69,9 @@ TEST(Record36, WithoutMemoryTheSlotIsEmptyAndNothingIsLogged) {
   const auto scenario = [](kit::decoder_fixture& decoder, size_t n) {
     const kit::fake_platform platform;
     decoder.ledger().fail_never();
-    (void)decoder.decode(kit::record_36({.count = 1}));
+    (void)decoder.decode(writer::record_36({.count = 1}));
     decoder.ledger().fail_after(n);
-    const kit::decoded result = decoder.decode(kit::record_36());
+    const kit::decoded result = decoder.decode(writer::record_36());
     EXPECT_EQ(0u, result.code);
     EXPECT_EQ(copy_fate::released, result.fate);
     EXPECT_EQ(n < 3, static_cast<bool>(decoder.empty()));

@@ -6,12 +6,12 @@
 
 #include "tests/cmc_parser/decoder_fixture.h"
 #include "tests/kit/fake_platform.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
 using kit::copy_fate;
+using writer::bytes;
 
 constexpr size_t slot = 55;
 
@@ -24,7 +24,7 @@ TEST(Record3, IsConvertedToARecord31) {
     SCOPED_TRACE(int{version});
     kit::decoder_fixture decoder;
     const size_t before = decoder.ledger().live_bytes();
-    const kit::decoded result = decoder.decode(kit::record_3({.version = version}));
+    const kit::decoded result = decoder.decode(writer::record_3({.version = version}));
     EXPECT_EQ(0u, result.code);
     EXPECT_EQ(copy_fate::released, result.fate);
     const auto* const block = reinterpret_cast<const uint8_t*>(decoder.cmc().record_31);
@@ -53,10 +53,10 @@ TEST(Record3, Its16Point16ValuesAreUnsignedAndRoundedOnce) {
                                                {0x00010000, 1.0f},
                                                {0x01000001, 256.0f},
                                                {0x01000003, 0x1.000004p8f}};
-  std::vector<kit::record_3_entry> entries;
+  std::vector<writer::record_3_entry> entries;
   for (const auto& [stored, value] : values) entries.push_back({0, stored, {0, 0, 0, 0}});
   kit::decoder_fixture decoder;
-  decoder.decode(kit::record_3({.entries = entries}));
+  decoder.decode(writer::record_3({.entries = entries}));
   ASSERT_TRUE(decoder.cmc().record_31);
   for (size_t i = 0; i < std::size(values); ++i)
     EXPECT_EQ(values[i].second, table_of(decoder).entries[i][1]) << i;
@@ -64,14 +64,14 @@ TEST(Record3, Its16Point16ValuesAreUnsignedAndRoundedOnce) {
 
 TEST(Record3, AWordIsCopiedBitForBitAlsoWhenItIsASignallingNan) {
   kit::decoder_fixture decoder;
-  decoder.decode(kit::record_3({.entries = {{0x7fa00001, 0, {0, 0, 0, 0}}}}));
+  decoder.decode(writer::record_3({.entries = {{0x7fa00001, 0, {0, 0, 0, 0}}}}));
   ASSERT_TRUE(decoder.cmc().record_31);
   EXPECT_EQ(bytes().u32(0x7fa00001), kit::bytes_at(table_of(decoder).entries, 4));
 }
 
 TEST(Record3, WithoutEntriesIsATableOfNone) {
   kit::decoder_fixture decoder;
-  const bytes record = kit::record_3({.entries = {}});
+  const bytes record = writer::record_3({.entries = {}});
   ASSERT_EQ(16u, record.size());
   EXPECT_EQ(copy_fate::released, decoder.decode(record).fate);
   ASSERT_TRUE(decoder.cmc().record_31);
@@ -82,13 +82,13 @@ TEST(Record3, WithoutEntriesIsATableOfNone) {
 TEST(Record3, EveryShorterRecordLeavesTheSlotEmpty) {
   // 16 n + 16 bytes are asked for, 4 more than the entries take.
   for (const size_t entries : std::vector<size_t>{0, 1, 2}) {
-    const bytes whole =
-        kit::record_3({.entries = std::vector<kit::record_3_entry>(entries, {1, 2, {3, 4, 5, 6}})});
+    const bytes whole = writer::record_3(
+        {.entries = std::vector<writer::record_3_entry>(entries, {1, 2, {3, 4, 5, 6}})});
     const size_t least = 16 * entries + 16;
     for (size_t size = 8; size <= least + 8; ++size) {
       SCOPED_TRACE(testing::Message() << entries << " entries, size " << size);
       kit::decoder_fixture decoder;
-      const kit::decoded result = decoder.decode(kit::resized(whole, size));
+      const kit::decoded result = decoder.decode(writer::resized(whole, size));
       EXPECT_EQ(0u, result.code);
       EXPECT_EQ(copy_fate::released, result.fate);
       EXPECT_EQ(size >= least, decoder.cmc().record_31 != nullptr);
@@ -105,7 +105,7 @@ TEST(Record3, ACountThatWrapsIn32BitsIsRefusedWithoutAnAllocation) {
        {3u, 0x0fffffffu, 0x10000000u, 0x10000001u, 0x1fffffffu, 0xffffffffu}) {
     SCOPED_TRACE(count);
     kit::decoder_fixture decoder;
-    const kit::decoded result = decoder.decode(kit::record_3().patch_u32(8, count));
+    const kit::decoded result = decoder.decode(writer::record_3().patch_u32(8, count));
     EXPECT_EQ(0u, result.code);
     EXPECT_EQ(copy_fate::released, result.fate);
     EXPECT_TRUE(decoder.empty());
@@ -115,9 +115,9 @@ TEST(Record3, ACountThatWrapsIn32BitsIsRefusedWithoutAnAllocation) {
 
 TEST(Record3, AfterAnotherOneIsReleasedWithoutEffect) {
   kit::decoder_fixture decoder;
-  decoder.decode(kit::record_3({.entries = {}}));
+  decoder.decode(writer::record_3({.entries = {}}));
   const record_header* const first = decoder.cmc().record_31;
-  for (const bytes& record : {kit::record_3(), kit::resized(kit::record_3(), 20)}) {
+  for (const bytes& record : {writer::record_3(), writer::resized(writer::record_3(), 20)}) {
     EXPECT_EQ(copy_fate::released, decoder.decode(record).fate);
     EXPECT_TRUE(decoder.holds_only({{slot, first}}));
     EXPECT_EQ(1u, decoder.ledger().allocations());
@@ -128,20 +128,20 @@ TEST(Record3, AfterARecord31IsReleasedWithoutEffect) {
   kit::fake_platform platform;
   platform.answer_records_with(0);
   kit::decoder_fixture decoder;
-  const kit::decoded newer = decoder.decode(kit::record_31());
-  const kit::decoded older = decoder.decode(kit::record_3());
+  const kit::decoded newer = decoder.decode(writer::record_31());
+  const kit::decoded older = decoder.decode(writer::record_3());
   EXPECT_EQ(0u, older.code);
   EXPECT_EQ(copy_fate::released, older.fate);
   EXPECT_TRUE(decoder.holds_only({{slot, newer.copy}}));
-  EXPECT_EQ(kit::record_31(), kit::bytes_at(newer.copy, kit::record_31().size()));
+  EXPECT_EQ(writer::record_31(), kit::bytes_at(newer.copy, writer::record_31().size()));
 }
 
 TEST(Record3, IsReplacedByARecord31) {
   kit::fake_platform platform;
   platform.answer_records_with(0);
   kit::decoder_fixture decoder;
-  decoder.decode(kit::record_3());
-  const kit::decoded newer = decoder.decode(kit::record_31());
+  decoder.decode(writer::record_3());
+  const kit::decoded newer = decoder.decode(writer::record_31());
   EXPECT_EQ(copy_fate::kept, newer.fate);
   EXPECT_TRUE(decoder.holds_only({{slot, newer.copy}}));
   EXPECT_EQ(1u, decoder.owned_blocks());
@@ -151,15 +151,15 @@ TEST(Record3, StaysWhenTheContainerLibraryRefusesARecord31) {
   kit::fake_platform platform;
   platform.answer_records_with(77);
   kit::decoder_fixture decoder;
-  decoder.decode(kit::record_3());
+  decoder.decode(writer::record_3());
   const record_header* const older = decoder.cmc().record_31;
-  EXPECT_EQ(77u, decoder.decode(kit::record_31()).code);
+  EXPECT_EQ(77u, decoder.decode(writer::record_31()).code);
   EXPECT_TRUE(decoder.holds_only({{slot, older}}));
 }
 
 TEST(Record3, WithoutMemoryTheSlotIsEmpty) {
   const size_t runs = kit::fail_each_allocation([](kit::decoder_fixture& decoder, size_t n) {
-    const kit::decoded result = decoder.decode(kit::record_3());
+    const kit::decoded result = decoder.decode(writer::record_3());
     EXPECT_EQ(0u, result.code);
     EXPECT_EQ(copy_fate::released, result.fate);
     if (n == 0) {

@@ -7,7 +7,7 @@
 
 #include "tests/cmc_parser/module_grid.h"
 #include "tests/cmc_parser/structure_bytes.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ constexpr size_t multiple = 24;
 constexpr size_t constant = 2048;
 
 /// The most that was held at once for this record, its copy included.
-size_t peak_of(const kit::bytes& record, const calibration* module = nullptr) {
+size_t peak_of(const writer::bytes& record, const calibration* module = nullptr) {
   const kit::fake_platform platform;
   kit::decoder_fixture decoder;
   const size_t before = decoder.ledger().live_bytes();
@@ -23,23 +23,23 @@ size_t peak_of(const kit::bytes& record, const calibration* module = nullptr) {
   return decoder.ledger().peak_bytes() - before;
 }
 
-void expect_bounded(const kit::bytes& record) {
+void expect_bounded(const writer::bytes& record) {
   EXPECT_GE(multiple * record.size() + constant, peak_of(record));
 }
 
 struct dense_record {
   const char* what;
-  kit::bytes record;
+  writer::bytes record;
   /// By hand: heap bytes that the densest part takes for so many bytes in the record, and what the
   /// copy adds to that.
   double times_size;
 };
 
-kit::bytes record_27_without_planes() {
+writer::bytes record_27_without_planes() {
   // One plane an entry must be within the record's size; the entries' blocks have room for three.
-  kit::bytes body;
+  writer::bytes body;
   body.zeros(16).u16(1000).u16(0).u16(10).u16(1).zeros(20 * 1000);
-  return kit::record(27, 100, body);
+  return writer::record(27, 100, body);
 }
 
 std::vector<dense_record> dense_records() {
@@ -47,57 +47,58 @@ std::vector<dense_record> dense_records() {
   const std::vector<int8_t> one_plane(16, 0);
   const std::vector<std::pair<std::string, std::string>> pairs(1000);
   return {
-      {"pairs of empty strings", kit::record_1({.pairs = pairs}), 1 + 16.0 / 2},
-      {"entries of kind 3", kit::record_3({.entries = std::vector<kit::record_3_entry>(1000)}),
-       1 + 72.0 / 16},
-      {"kind 10 without samples", kit::record_10({.lights = 1000, .width = 0, .version = 100}),
+      {"pairs of empty strings", writer::record_1({.pairs = pairs}), 1 + 16.0 / 2},
+      {"entries of kind 3",
+       writer::record_3({.entries = std::vector<writer::record_3_entry>(1000)}), 1 + 72.0 / 16},
+      {"kind 10 without samples", writer::record_10({.lights = 1000, .width = 0, .version = 100}),
        1 + (152 + 4 * 2) / 8.0},
-      {"kind 10 without samples, with gains", kit::record_10({.lights = 1000, .width = 0}),
+      {"kind 10 without samples, with gains", writer::record_10({.lights = 1000, .width = 0}),
        1 + (152 + 4 * 2) / 12.0},
-      {"kind 10 of one sample", kit::record_10({.lights = 1000, .width = 1, .height = 1}),
+      {"kind 10 of one sample", writer::record_10({.lights = 1000, .width = 1, .height = 1}),
        1 + (152 + 4 * 2) / 20.0},
-      {"kind 11 without samples", kit::record_11({.lights = 1000, .height = 0, .version = 100}),
+      {"kind 11 without samples", writer::record_11({.lights = 1000, .height = 0, .version = 100}),
        1 + (160 + 4 * 2) / 10.0},
-      {"kind 28 without planes", kit::record_28({.lights = 1000, .channel_map = no_plane}),
+      {"kind 28 without planes", writer::record_28({.lights = 1000, .channel_map = no_plane}),
        1 + 152 / 22.0},
       {"kind 28, one empty plane for all sites",
-       kit::record_28({.lights = 1000, .width = 0, .channel_map = one_plane}),
+       writer::record_28({.lights = 1000, .width = 0, .channel_map = one_plane}),
        1 + (152 + 16 * 2) / 22.0},
       {"kind 28, one large plane for all sites",
-       kit::record_28({.lights = 1, .width = 300, .height = 300, .channel_map = one_plane}),
+       writer::record_28({.lights = 1, .width = 300, .height = 300, .channel_map = one_plane}),
        1 + 16},
       {"kind 33, one large plane for all sites",
-       kit::record_33({.lights = 1, .width = 300, .height = 300, .channel_map = one_plane}),
+       writer::record_33({.lights = 1, .width = 300, .height = 300, .channel_map = one_plane}),
        1 + 16},
       {"kind 33, one empty plane for all sites",
-       kit::record_33({.lights = 1000, .width = 0, .channel_map = one_plane}),
+       writer::record_33({.lights = 1000, .width = 0, .channel_map = one_plane}),
        1 + (160 + 16 * 2) / 22.0},
       {"kind 15, sub-table entries without elements",
-       kit::record_15({.a = 0, .b = 0, .entry_counts = std::vector<uint16_t>(1000, 0)}),
+       writer::record_15({.a = 0, .b = 0, .entry_counts = std::vector<uint16_t>(1000, 0)}),
        1 + (32 + 2 * 2) / 12.0},
-      {"tags of kind 22", kit::record_22({.width = 0, .grid_entries = 10000, .version = 100}),
+      {"tags of kind 22", writer::record_22({.width = 0, .grid_entries = 10000, .version = 100}),
        1 + 24 / 2.0},
       {"list entries of kind 22",
-       kit::record_22({.grid_entries = 0, .items = 0, .list_counts = std::vector<uint32_t>(1000)}),
+       writer::record_22(
+           {.grid_entries = 0, .items = 0, .list_counts = std::vector<uint32_t>(1000)}),
        1 + (24 + 4 + 24) / 40.0},
-      {"kind 24, entries without values", kit::record_24({.counts = std::vector<uint16_t>(1000)}),
-       1 + (24 + 4) / 16.0},
-      {"kind 25, entries without items", kit::record_25({.entries = 1000, .items = 0}),
+      {"kind 24, entries without values",
+       writer::record_24({.counts = std::vector<uint16_t>(1000)}), 1 + (24 + 4) / 16.0},
+      {"kind 25, entries without items", writer::record_25({.entries = 1000, .items = 0}),
        1 + 56 / 56.0},
       {"kind 27 without planes", record_27_without_planes(), 1 + (16 + 20 + 60) / 20.0},
       {"kind 27 of one large plane",
-       kit::record_27({.entries = 1, .planes = 1, .width = 300, .height = 300, .version = 100}),
+       writer::record_27({.entries = 1, .planes = 1, .width = 300, .height = 300, .version = 100}),
        1 + 3},
-      {"kind 29", kit::record_29({.width = 100, .height = 100}), 2},
+      {"kind 29", writer::record_29({.width = 100, .height = 100}), 2},
       {"kind 30, whose grid and trailing values share their bytes in version 102",
-       kit::record_30({.width = 100,
-                       .height = 100,
-                       .trailing_rows = 100,
-                       .trailing_columns = 100,
-                       .version = 102}),
+       writer::record_30({.width = 100,
+                          .height = 100,
+                          .trailing_rows = 100,
+                          .trailing_columns = 100,
+                          .version = 102}),
        1 + 2},
-      {"kind 35", kit::record_35({.count = 255}), 1 + (2 * 6 + 6) / 12.0},
-      {"kind 36", kit::record_36({.count = 255}), 2},
+      {"kind 35", writer::record_35({.count = 255}), 1 + (2 * 6 + 6) / 12.0},
+      {"kind 36", writer::record_36({.count = 255}), 2},
   };
 }
 
@@ -116,7 +117,7 @@ TEST(RecordHeapBound, TheDensestRecordsTakeWhatTheirLayoutsSayAndNoMore) {
 TEST(RecordHeapBound, AModulesGridAddsItsOwnSizeOnce) {
   module_grid without_values(255, 255);
   module_grid with_values(255, 255, 0, std::vector<uint32_t>(255 * 255, 7));
-  for (const kit::named_record& record : kit::every_good_record())
+  for (const writer::named_record& record : writer::every_good_record())
     for (const calibration* const module : {&without_values.module(), &with_values.module()})
       EXPECT_GE(multiple * record.content.size() + constant + 4 * 255 * 255,
                 peak_of(record.content, module));
@@ -124,11 +125,11 @@ TEST(RecordHeapBound, AModulesGridAddsItsOwnSizeOnce) {
 
 TEST(RecordHeapBound, EveryRecordWithAnyCountAltered) {
   constexpr uint16_t counts[] = {0, 1, 2, 255, 256, 0x7fff, 0x8000, 0xff80, 0xffff};
-  for (const kit::named_record& record : kit::every_good_record()) {
+  for (const writer::named_record& record : writer::every_good_record()) {
     SCOPED_TRACE(record.name);
     for (size_t offset = 8; offset + 2 <= std::min<size_t>(record.content.size(), 80); ++offset)
       for (const uint16_t count : counts) {
-        kit::bytes altered = record.content;
+        writer::bytes altered = record.content;
         expect_bounded(altered.patch_u16(offset, count));
       }
     if (HasFailure()) return;
@@ -138,10 +139,10 @@ TEST(RecordHeapBound, EveryRecordWithAnyCountAltered) {
 TEST(RecordHeapBound, EveryRecordWithAllItsCountsAltered) {
   std::mt19937 random(24);
   constexpr uint16_t counts[] = {0, 1, 2, 3, 4, 16, 255, 4096, 0x7fff, 0x8000, 0xff80, 0xffff};
-  for (const kit::named_record& record : kit::every_good_record()) {
+  for (const writer::named_record& record : writer::every_good_record()) {
     SCOPED_TRACE(record.name);
     for (int round = 0; round < 60; ++round) {
-      kit::bytes altered = record.content;
+      writer::bytes altered = record.content;
       for (size_t offset = 8; offset + 2 <= std::min<size_t>(altered.size(), 40); offset += 2)
         if (random() % 2 != 0) altered.patch_u16(offset, counts[random() % std::size(counts)]);
       expect_bounded(altered);
@@ -155,12 +156,12 @@ TEST(RecordHeapBound, EveryKindOfAnyBytes) {
   for (uint16_t id = 0; id <= 37; ++id)
     for (const uint8_t version : kit::every_version)
       for (int round = 0; round < 40; ++round) {
-        kit::bytes body;
+        writer::bytes body;
         const size_t size = random() % (round < 20 ? 64 : 3000);
         // Bytes are often 0, so that some counts are small enough to fit.
         for (size_t i = 0; i < size; ++i)
           body.u8(random() % 3 != 0 ? 0 : static_cast<uint8_t>(random()));
-        expect_bounded(kit::record(id, version, body, {.padded = false}));
+        expect_bounded(writer::record(id, version, body, {.padded = false}));
       }
 }
 

@@ -1,17 +1,17 @@
 // Which records of a container reach the decoders, and in which order.
 
 #include "tests/cmc_parser/container_cycle.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
-using kit::container;
+using writer::bytes;
+using writer::container;
 using kinds = std::initializer_list<uint16_t>;
 
 /// A record 5, 7, 8, 21 or 23 that carries `mark` in its first body byte.
 bytes marked(uint16_t kind, uint8_t mark, uint32_t size = 24) {
-  bytes record = kit::plain_record(kind, {.size = size});
+  bytes record = writer::plain_record(kind, {.size = size});
   return record.patch_u8(8, mark);
 }
 
@@ -20,7 +20,7 @@ uint8_t mark_of(const record_header* record) {
 }
 
 TEST(RecordWalk, RecordsAreCopiedByteForByte) {
-  const bytes record = kit::record_8({.size = 40});
+  const bytes record = writer::record_8({.size = 40});
   const kit::cmc_ptr cmc = kit::parse(container().add(record).image());
   ASSERT_NE(nullptr, cmc->record_8);
   EXPECT_EQ(0, memcmp(record.data(), cmc->record_8, record.size()));
@@ -29,7 +29,7 @@ TEST(RecordWalk, RecordsAreCopiedByteForByte) {
 TEST(RecordWalk, EachCopyHasExactlyTheSizeOfItsRecord) {
   for (const uint32_t size : {8u, 9u, 24u, 4099u}) {
     kit::allocation_ledger ledger;
-    const kit::cmc_ptr cmc = kit::parse(container().add(kit::record_8({.size = size})).image());
+    const kit::cmc_ptr cmc = kit::parse(container().add(writer::record_8({.size = size})).image());
     ASSERT_NE(nullptr, cmc->record_8);
     EXPECT_EQ(2u, ledger.live_blocks());
     EXPECT_EQ(sizeof(parsed_cmc) + size, ledger.live_bytes());
@@ -38,12 +38,13 @@ TEST(RecordWalk, EachCopyHasExactlyTheSizeOfItsRecord) {
 
 TEST(RecordWalk, RecordsAreDecodedInContainerOrder) {
   // Of kind 8 the last record counts, of kind 3 the first.
-  const kit::cmc_ptr cmc = kit::parse(container()
-                                          .add(marked(8, 1))
-                                          .add(kit::record_3({.entries = {{1, 2, {3, 4, 5, 6}}}}))
-                                          .add(marked(8, 2))
-                                          .add(kit::record_3({.entries = {}}))
-                                          .image());
+  const kit::cmc_ptr cmc =
+      kit::parse(container()
+                     .add(marked(8, 1))
+                     .add(writer::record_3({.entries = {{1, 2, {3, 4, 5, 6}}}}))
+                     .add(marked(8, 2))
+                     .add(writer::record_3({.entries = {}}))
+                     .image());
   EXPECT_EQ(2, mark_of(cmc->record_8));
   ASSERT_NE(nullptr, cmc->record_31);
   EXPECT_EQ(1u, reinterpret_cast<const record_31_table*>(cmc->record_31)->count);
@@ -78,7 +79,7 @@ TEST(RecordWalk, KindsAboveSixtyThreeAreSteppedOverWithoutACopy) {
   for (const uint16_t kind : kinds{64, 65, 100, 722, 0x0105, 0x7fff, 0xffff}) {
     kit::allocation_ledger ledger;
     const kit::cmc_ptr cmc = kit::parse(
-        container().add(marked(5, 1)).add(kit::plain_record(kind)).add(marked(7, 2)).image());
+        container().add(marked(5, 1)).add(writer::plain_record(kind)).add(marked(7, 2)).image());
     EXPECT_EQ(1, mark_of(cmc->record_5)) << kind;
     EXPECT_EQ(2, mark_of(cmc->record_7)) << kind;
     EXPECT_EQ(3u, ledger.allocations()) << kind;
@@ -88,7 +89,7 @@ TEST(RecordWalk, KindsAboveSixtyThreeAreSteppedOverWithoutACopy) {
 TEST(RecordWalk, RefusedKindsUpToSixtyThreeAreCopiedAndReleased) {
   for (const uint16_t kind : kinds{0, 4, 12, 37, 40, 62, 63}) {
     kit::allocation_ledger ledger;
-    const kit::cmc_ptr cmc = kit::parse(container().add(kit::plain_record(kind)).image());
+    const kit::cmc_ptr cmc = kit::parse(container().add(writer::plain_record(kind)).image());
     EXPECT_EQ(2u, ledger.allocations()) << kind;
     EXPECT_EQ(1u, ledger.live_blocks()) << kind;
     EXPECT_EQ(0u, ledger.bad_releases()) << kind;
@@ -99,8 +100,8 @@ TEST(RecordWalk, RefusedKindsUpToSixtyThreeAreCopiedAndReleased) {
 TEST(RecordWalk, AMalformedRecordDoesNotStopTheWalk) {
   kit::allocation_ledger ledger;
   const kit::cmc_ptr cmc = kit::parse(container()
-                                          .add(kit::plain_record(24, {.size = 8}))
-                                          .add(kit::resized(kit::record_26(), 12))
+                                          .add(writer::plain_record(24, {.size = 8}))
+                                          .add(writer::resized(writer::record_26(), 12))
                                           .add(marked(7, 2))
                                           .image());
   EXPECT_EQ(nullptr, cmc->record_24);
@@ -114,7 +115,7 @@ TEST(RecordWalk, ARecordSmallerThanItsHeaderEndsTheWalk) {
       const kit::cmc_ptr cmc =
           kit::parse(container()
                          .add(marked(8, 1))
-                         .add(kit::record(kind, 100, bytes().zeros(8), {.size = size}))
+                         .add(writer::record(kind, 100, bytes().zeros(8), {.size = size}))
                          .add(marked(7, 2))
                          .image());
       ASSERT_NE(nullptr, cmc);
@@ -127,7 +128,7 @@ TEST(RecordWalk, ARecordSmallerThanItsHeaderEndsTheWalk) {
 
 TEST(RecordWalk, ARecordOfEightBytesIsARecord) {
   const kit::cmc_ptr cmc =
-      kit::parse(container().add(kit::record_8({.size = 8})).add(marked(7, 2)).image());
+      kit::parse(container().add(writer::record_8({.size = 8})).add(marked(7, 2)).image());
   EXPECT_NE(nullptr, cmc->record_8);
   EXPECT_EQ(2, mark_of(cmc->record_7));
 }
@@ -139,7 +140,7 @@ TEST(RecordWalk, ARecordThatRunsPastTheTotalEndsTheWalk) {
       const kit::cmc_ptr cmc =
           kit::parse(container()
                          .add(marked(8, 1))
-                         .add(kit::record(kind, 100, bytes().zeros(16), {.size = size}))
+                         .add(writer::record(kind, 100, bytes().zeros(16), {.size = size}))
                          .image());
       ASSERT_NE(nullptr, cmc);
       EXPECT_EQ(1, mark_of(cmc->record_8)) << size;
@@ -149,8 +150,8 @@ TEST(RecordWalk, ARecordThatRunsPastTheTotalEndsTheWalk) {
 }
 
 TEST(RecordWalk, ARecordThatEndsWithTheTotalIsDecoded) {
-  const kit::cmc_ptr cmc =
-      kit::parse(container().add(marked(8, 1)).add(kit::record(5, 100, bytes().zeros(16))).image());
+  const kit::cmc_ptr cmc = kit::parse(
+      container().add(marked(8, 1)).add(writer::record(5, 100, bytes().zeros(16))).image());
   EXPECT_NE(nullptr, cmc->record_5);
 }
 
@@ -158,9 +159,9 @@ TEST(RecordWalk, BytesTooFewForAHeaderEndTheWalk) {
   for (size_t rest = 1; rest < 8; ++rest) {
     std::vector<uint8_t> image = container().add(marked(8, 1)).image();
     // The size of the trailing record would be good if its header were there.
-    const std::vector<uint8_t> header = kit::record_8({.size = 8}).vector();
+    const std::vector<uint8_t> header = writer::record_8({.size = 8}).vector();
     image.insert(image.end(), header.begin(), header.begin() + static_cast<ptrdiff_t>(rest));
-    kit::seal(image);
+    writer::seal(image);
     const kit::cmc_ptr cmc = kit::parse(image);
     ASSERT_NE(nullptr, cmc) << rest;
     EXPECT_EQ(1, mark_of(cmc->record_8)) << rest;
@@ -183,10 +184,10 @@ TEST(RecordWalk, ACopyThatCannotBeAllocatedSkipsItsRecordAlone) {
 }
 
 TEST(RecordWalk, TheContainerStaysAsItIsAndIsNotReferencedAfterwards) {
-  kit::container all;
-  for (const kit::named_record& record : kit::every_good_record()) all.add(record.content);
+  writer::container all;
+  for (const writer::named_record& record : writer::every_good_record()) all.add(record.content);
   const std::vector<uint8_t> image = all.image();
-  const qo_blob direct = kit::blob_of(image);
+  const qo_blob direct = writer::blob_of(image);
   const kit::cmc_ptr unprotected(qo_cmc_parser_init(&direct));
   // parse() maps the image without write access and unmaps it before it returns.
   const kit::cmc_ptr cmc = kit::parse(image);

@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "tests/cmc_parser/decoder_fixture.h"
-#include "tests/kit/container_writer.h"
 #include "tests/kit/fake_platform.h"
+#include "writer/container_writer.h"
 
 namespace kit {
 
@@ -29,8 +29,8 @@ using size_list = std::initializer_list<size_t>;
 inline constexpr const char* null_destination_message = "memcpy_s: nullptr received\n";
 
 /// The record's bytes from `offset` on; a part outside the record throws std::out_of_range.
-inline bytes part_of(const bytes& record, size_t offset, size_t size) {
-  bytes part;
+inline writer::bytes part_of(const writer::bytes& record, size_t offset, size_t size) {
+  writer::bytes part;
   for (size_t i = 0; i < size; ++i) part.u8(record.u8_at(offset + i));
   return part;
 }
@@ -49,13 +49,13 @@ inline const uint8_t* address_at(const void* structure, size_t offset) {
 /// Hands `record` over cut to every size from a bare header up to one byte less than it has, each
 /// to a parsed CMC of its own.
 inline void cut_at_every_size(
-    const bytes& record,
+    const writer::bytes& record,
     const std::function<void(decoder_fixture&, const decoded&, size_t size)>& check,
     const calibration* module = nullptr) {
-  for (size_t size = record_header_size; size < record.size(); ++size) {
+  for (size_t size = writer::record_header_size; size < record.size(); ++size) {
     SCOPED_TRACE(testing::Message() << "cut to " << size << " of " << record.size() << " bytes");
     decoder_fixture decoder;
-    const decoded result = decoder.decode(resized(record, size), module);
+    const decoded result = decoder.decode(writer::resized(record, size), module);
     check(decoder, result, size);
     if (testing::Test::HasFailure()) return;
   }
@@ -70,14 +70,14 @@ inline void expect_dropped(decoder_fixture& decoder, const decoded& result) {
 }
 
 /// How many blocks the parsed CMC owns after this record alone.
-inline size_t blocks_after(const bytes& record) {
+inline size_t blocks_after(const writer::bytes& record) {
   decoder_fixture decoder;
   (void)decoder.decode(record);
   return decoder.owned_blocks();
 }
 
 /// `second` takes the place of `first`: nothing of the first one is left.
-inline void expect_replaced(const bytes& first, const bytes& second) {
+inline void expect_replaced(const writer::bytes& first, const writer::bytes& second) {
   const size_t blocks = blocks_after(second);
   decoder_fixture decoder;
   (void)decoder.decode(first);
@@ -94,7 +94,8 @@ struct allocation_case {
 };
 
 /// Every refusal leaves an empty parsed CMC and no block but the caller's.
-inline void expect_nothing_without_memory(const bytes& record, const allocation_case& expected) {
+inline void expect_nothing_without_memory(const writer::bytes& record,
+                                          const allocation_case& expected) {
   const auto scenario = [&](decoder_fixture& decoder, size_t n) {
     const fake_platform platform;
     const decoded result = decoder.decode(record, expected.module);

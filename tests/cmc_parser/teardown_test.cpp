@@ -1,7 +1,7 @@
 // What teardown releases, and what it deliberately leaves.
 
 #include "tests/cmc_parser/container_cycle.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ TEST_F(Teardown, NullIsAccepted) {
 
 TEST_F(Teardown, OfAContainerWithoutRecordsReleasesTheBlockAlone) {
   qo_cmc_parser_deinit(cmc_);
-  const std::vector<uint8_t> image = kit::container().image();
+  const std::vector<uint8_t> image = writer::container().image();
   kit::cmc_ptr cmc = kit::parse(image);
   EXPECT_EQ(1u, ledger_.live_blocks());
   cmc.reset();

@@ -4,25 +4,25 @@
 
 #include "tests/cmc_parser/container_cycle.h"
 #include "tests/kit/fake_platform.h"
-#include "tests/kit/nvm_writer.h"
-#include "tests/kit/records.h"
+#include "writer/nvm_writer.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::container;
+using writer::container;
 
-const std::vector<kit::named_record>& good_records() {
-  static const std::vector<kit::named_record> records = kit::every_good_record();
+const std::vector<writer::named_record>& good_records() {
+  static const std::vector<writer::named_record> records = writer::every_good_record();
   return records;
 }
 
-uint16_t kind_of(const kit::bytes& record) { return record.u16_at(6); }
+uint16_t kind_of(const writer::bytes& record) { return record.u16_at(6); }
 
 /// The largest of the good records of each kind, all in one container.
 std::vector<uint8_t> one_of_each_kind() {
-  std::map<uint16_t, kit::bytes> largest;
-  for (const kit::named_record& record : good_records()) {
-    kit::bytes& candidate = largest[kind_of(record.content)];
+  std::map<uint16_t, writer::bytes> largest;
+  for (const writer::named_record& record : good_records()) {
+    writer::bytes& candidate = largest[kind_of(record.content)];
     if (candidate.size() < record.content.size()) candidate = record.content;
   }
   container all;
@@ -37,7 +37,7 @@ kit::cycle cycle_of(const std::vector<uint8_t>& image) {
 }
 
 TEST(WholeContainer, EveryGoodRecordFillsItsSlotAndLeavesNothing) {
-  for (const kit::named_record& record : good_records()) {
+  for (const writer::named_record& record : good_records()) {
     SCOPED_TRACE(record.name);
     const kit::cycle cycle = cycle_of(container().add(record.content).image());
     ASSERT_TRUE(cycle.accepted);
@@ -49,7 +49,7 @@ TEST(WholeContainer, EveryGoodRecordFillsItsSlotAndLeavesNothing) {
 }
 
 TEST(WholeContainer, EveryRecordTwiceGivesWhatItGivesOnceAndOnlyKind34LeavesTheFirst) {
-  for (const kit::named_record& record : good_records()) {
+  for (const writer::named_record& record : good_records()) {
     SCOPED_TRACE(record.name);
     const kit::cycle once = cycle_of(container().add(record.content).image());
     const kit::cycle twice = cycle_of(container().add(record.content).add(record.content).image());
@@ -63,15 +63,16 @@ TEST(WholeContainer, EveryRecordTwiceGivesWhatItGivesOnceAndOnlyKind34LeavesTheF
 
 TEST(WholeContainer, AllRecordsTogetherLeaveEveryRecord34ButTheLast) {
   for (const bool reversed : {false, true}) {
-    std::vector<kit::named_record> records = good_records();
+    std::vector<writer::named_record> records = good_records();
     if (reversed) std::reverse(records.begin(), records.end());
     container all;
     size_t of_kind_34 = 0;
-    for (const kit::named_record& record : records) {
+    for (const writer::named_record& record : records) {
       all.add(record.content);
       if (kind_of(record.content) == 34) ++of_kind_34;
     }
-    for (const kit::named_record& record : kit::every_slotless_record()) all.add(record.content);
+    for (const writer::named_record& record : writer::every_slotless_record())
+      all.add(record.content);
     ASSERT_LT(1u, of_kind_34);
     EXPECT_EQ(of_kind_34 - 1, cycle_of(all.image()).left_blocks);
   }
@@ -79,7 +80,7 @@ TEST(WholeContainer, AllRecordsTogetherLeaveEveryRecord34ButTheLast) {
 
 TEST(WholeContainer, RecordsWithoutASlotLeaveNoTrace) {
   container all;
-  for (const kit::named_record& record : kit::every_slotless_record()) {
+  for (const writer::named_record& record : writer::every_slotless_record()) {
     SCOPED_TRACE(record.name);
     const kit::cmc_ptr cmc = kit::parse(container().add(record.content).image());
     EXPECT_TRUE(kit::is_empty(*cmc));
@@ -93,10 +94,10 @@ TEST(WholeContainer, RecordsWithoutASlotLeaveNoTrace) {
 // A malformed second record empties what the first has filled, and releases it; or it is passed
 // over. Either way every block is accounted for, which run_cycle() and replay_records() expect.
 TEST(WholeContainer, EveryRecordCutAtEveryLengthLeavesOnlyForgottenCopies) {
-  for (const kit::named_record& record : good_records()) {
+  for (const writer::named_record& record : good_records()) {
     SCOPED_TRACE(record.name);
     for (size_t size = 8; size < record.content.size(); ++size) {
-      const kit::bytes cut = kit::resized(record.content, size);
+      const writer::bytes cut = writer::resized(record.content, size);
       const std::vector<uint8_t> image = container().add(cut).image();
       kit::allocation_ledger ledger;
       const kit::allowed_leaks allowed = kit::replay_records(ledger, image);
@@ -112,14 +113,14 @@ TEST(WholeContainer, EveryRecordCutAtEveryLengthLeavesOnlyForgottenCopies) {
 }
 
 TEST(WholeContainer, ACutRecordBehindAGoodOneReleasesOrKeepsIt) {
-  for (const kit::named_record& record : good_records()) {
+  for (const writer::named_record& record : good_records()) {
     SCOPED_TRACE(record.name);
     const size_t step = record.content.size() > 512 ? 61 : 5;
     for (size_t size = 8; size < record.content.size(); size += step) {
       const std::vector<uint8_t> image = container()
                                              .add(record.content)
-                                             .add(kit::resized(record.content, size))
-                                             .add(kit::record_8())
+                                             .add(writer::resized(record.content, size))
+                                             .add(writer::record_8())
                                              .image();
       kit::allocation_ledger ledger;
       const kit::allowed_leaks allowed = kit::replay_records(ledger, image);
@@ -133,14 +134,14 @@ TEST(WholeContainer, ACutRecordBehindAGoodOneReleasesOrKeepsIt) {
 
 TEST(WholeContainer, AnImageCutAtEveryLengthAndSealedAgainKeepsTheWholeRecords) {
   const std::vector<uint8_t> image = container()
-                                         .add(kit::record_8({.size = 16}))
-                                         .add(kit::record_5({.size = 17}))
-                                         .add(kit::record_7({.size = 18}))
+                                         .add(writer::record_8({.size = 16}))
+                                         .add(writer::record_5({.size = 17}))
+                                         .add(writer::record_7({.size = 18}))
                                          .image();
   ASSERT_EQ(24u + 16 + 17 + 18, image.size());
   for (size_t size = 24; size <= image.size(); ++size) {
     std::vector<uint8_t> cut(image.begin(), image.begin() + static_cast<ptrdiff_t>(size));
-    kit::seal(cut);
+    writer::seal(cut);
     const kit::cmc_ptr cmc = kit::parse(cut);
     ASSERT_NE(nullptr, cmc) << size;
     EXPECT_EQ(size >= 40, cmc->record_8 != nullptr) << size;
@@ -162,7 +163,7 @@ struct failures {
 /// Runs cycles with the n-th allocation refused, for every n.
 failures fail_each_allocation(const std::vector<uint8_t>& image, const qo_blob* nvm = nullptr) {
   const kit::fake_platform quiet;  // several kinds log what there is no memory for
-  const kit::bytes view(image);
+  const writer::bytes view(image);
   failures result;
   for (;; ++result.refused) {
     SCOPED_TRACE(testing::Message() << "allocation " << result.refused << " refused");
@@ -183,13 +184,13 @@ failures fail_each_allocation(const std::vector<uint8_t>& image, const qo_blob* 
 }
 
 /// Whether it is a record 22 with items.
-bool has_items(const kit::named_record& record) {
+bool has_items(const writer::named_record& record) {
   return kind_of(record.content) == 22 && record.content.u8_at(4) >= 101 &&
          record.name.find("without_entries") == std::string::npos;
 }
 
 TEST(WholeContainer, EachAllocationOfEveryRecordMayFail) {
-  for (const kit::named_record& record : good_records()) {
+  for (const writer::named_record& record : good_records()) {
     SCOPED_TRACE(record.name);
     const failures result = fail_each_allocation(container().add(record.content).image());
     // The parsed CMC and the copy at least.
@@ -200,7 +201,7 @@ TEST(WholeContainer, EachAllocationOfEveryRecordMayFail) {
 }
 
 TEST(WholeContainer, EachAllocationOfARecordThatReplacesAnotherMayFail) {
-  for (const kit::named_record& record : good_records()) {
+  for (const writer::named_record& record : good_records()) {
     if (kind_of(record.content) == 34) continue;
     SCOPED_TRACE(record.name);
     const failures result =
@@ -213,7 +214,7 @@ TEST(WholeContainer, EachAllocationOfARecordThatReplacesAnotherMayFail) {
 
 TEST(WholeContainer, EachAllocationOfAFullContainerMayFail) {
   const std::vector<uint8_t> image = one_of_each_kind();
-  const kit::bytes nvm = kit::nvm_image({.grid = kit::nvm_grid{}});
+  const writer::bytes nvm = writer::nvm_image({.grid = writer::nvm_grid{}});
   const qo_blob blob = {nvm.data(), static_cast<uint32_t>(nvm.size())};
   for (const qo_blob* const module : {static_cast<const qo_blob*>(nullptr), &blob}) {
     const failures result = fail_each_allocation(image, module);
@@ -226,7 +227,7 @@ TEST(WholeContainer, AParsedCmcDependsOnNothingButTheContainer) {
   const std::vector<uint8_t> image = one_of_each_kind();
   const uint64_t digest = cycle_of(image).tour.digest;
   std::vector<uint8_t> under_the_other_rule = image;
-  kit::seal(under_the_other_rule, kit::checksum_rule::rule_b);
+  writer::seal(under_the_other_rule, writer::checksum_rule::rule_b);
   EXPECT_NE(image, under_the_other_rule);
   EXPECT_EQ(digest, cycle_of(image).tour.digest);
   EXPECT_EQ(digest, cycle_of(under_the_other_rule).tour.digest);

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "platform_caller.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-std::vector<uint8_t> copy_of(const kit::bytes& record) { return record.vector(); }
+std::vector<uint8_t> copy_of(const writer::bytes& record) { return record.vector(); }
 
 TEST(FakePlatform, CapturesWhatASharedLibraryLogs) {
   testing::internal::CaptureStderr();
@@ -30,7 +30,7 @@ TEST(FakePlatform, PassesMessagesOnOnceItIsClosed) {
 
 TEST(FakePlatform, AnswersForTheRecordDecoder) {
   kit::fake_platform platform;
-  std::vector<uint8_t> record = copy_of(kit::record_9());
+  std::vector<uint8_t> record = copy_of(writer::record_9());
   platform.answer_records_with(77);
   EXPECT_EQ(77u, call_parse_record(record.data()));
   platform.decode_records_with([](void* decoded) -> uint32_t {
@@ -44,12 +44,12 @@ TEST(FakePlatform, AnswersForTheRecordDecoder) {
 
 TEST(FakePlatform, LeavesRecordsToTheLibraryAtFirstAndWithAnEmptyFunction) {
   kit::fake_platform platform;
-  std::vector<uint8_t> known = copy_of(kit::record_9());
+  std::vector<uint8_t> known = copy_of(writer::record_9());
   EXPECT_EQ(0u, call_parse_record(known.data()));
   platform.answer_records_with(77);
   platform.decode_records_with({});
   EXPECT_EQ(0u, call_parse_record(known.data()));
-  std::vector<uint8_t> unknown = copy_of(kit::record_5());
+  std::vector<uint8_t> unknown = copy_of(writer::record_5());
   EXPECT_NE(0u, call_parse_record(unknown.data()));
   EXPECT_EQ(3u, platform.decoded_records());
 }
@@ -96,7 +96,7 @@ TEST(FakePlatform, ForgetsEverythingWhenItIsOpenedAgain) {
     call_log(0, 1, 2);
   }
   const kit::fake_platform platform;
-  std::vector<uint8_t> record = copy_of(kit::record_9());
+  std::vector<uint8_t> record = copy_of(writer::record_9());
   EXPECT_EQ(0u, call_parse_record(record.data()));
   EXPECT_TRUE(platform.messages().empty());
   EXPECT_EQ(1u, platform.decoded_records());
@@ -108,10 +108,10 @@ TEST(FakePlatform, ComesBeforeTheLibrariesOfTheParserItself) {
   platform.answer_records_with(77);
   platform.answer_images_with(&own);
   const std::vector<uint8_t> container =
-      kit::container().add(kit::record_9()).add(kit::record_5()).image();
+      writer::container().add(writer::record_9()).add(writer::record_5()).image();
   const std::vector<uint8_t> nvm(1);
-  const qo_blob container_blob = kit::blob_of(container);
-  const qo_blob nvm_blob = kit::blob_of(nvm);
+  const qo_blob container_blob = writer::blob_of(container);
+  const qo_blob nvm_blob = writer::blob_of(nvm);
   parsed_cmc* const cmc = qo_cmc_parser_init_v1(&container_blob, &nvm_blob);
   ASSERT_NE(nullptr, cmc);
   EXPECT_EQ(nullptr, cmc->record_9);

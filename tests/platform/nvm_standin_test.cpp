@@ -5,11 +5,11 @@
 #include "qo_nvm.h"
 #include "tests/kit/allocation_ledger.h"
 #include "tests/kit/guarded_buffer.h"
-#include "tests/kit/nvm_writer.h"
+#include "writer/nvm_writer.h"
 
 namespace {
 
-using kit::bytes;
+using writer::bytes;
 
 /// A parsed image; the image itself stood in a block of exactly its size that is gone by now.
 class parsed_image {
@@ -36,7 +36,7 @@ class parsed_image {
 };
 
 bytes resealed(bytes image) {
-  kit::seal_nvm_image(image);
+  writer::seal_nvm_image(image);
   return image;
 }
 
@@ -73,22 +73,22 @@ TEST(NvmImage, IsReadByteForByte) {
 }
 
 TEST(NvmImage, IsWrittenByTheKitInTheSameForm) {
-  kit::nvm_fields fields = {.columns = 2, .rows = 1};
+  writer::nvm_fields fields = {.columns = 2, .rows = 1};
   fields.sets = {{.fraction_bits = 8, .element = [](size_t channel, size_t index) {
                     return static_cast<uint16_t>(2 * channel + index + 1);
                   }}};
-  fields.grid = kit::nvm_grid{.width = 3, .height = 1, .shift = 5, .values = {1024, 1025, 1026}};
-  EXPECT_EQ(smallest(), kit::nvm_image(fields));
+  fields.grid = writer::nvm_grid{.width = 3, .height = 1, .shift = 5, .values = {1024, 1025, 1026}};
+  EXPECT_EQ(smallest(), writer::nvm_image(fields));
 }
 
 TEST(NvmImage, HoldsU16ElementsFrom9FractionalBitsOn) {
-  kit::nvm_fields fields = {.columns = 3, .rows = 2};
+  writer::nvm_fields fields = {.columns = 3, .rows = 2};
   const auto element = [](size_t channel, size_t index) {
     return static_cast<uint16_t>(1000 * channel + index + 500);
   };
   fields.sets = {{.fraction_bits = 9, .element = element},
                  {.fraction_bits = 16, .element = element}};
-  const parsed_image parsed(kit::nvm_image(fields));
+  const parsed_image parsed(writer::nvm_image(fields));
   ASSERT_TRUE(parsed.accepted());
   ASSERT_EQ(2, parsed->lsc_set_count);
   EXPECT_EQ(9, parsed->lsc_sets[0].fraction_bits);
@@ -106,11 +106,11 @@ TEST(NvmImage, HoldsU16ElementsFrom9FractionalBitsOn) {
 }
 
 TEST(NvmImage, MayHoldNoSetsAndAGridWithoutValues) {
-  const parsed_image empty(kit::nvm_image({.columns = 0, .rows = 0, .sets = {}}));
+  const parsed_image empty(writer::nvm_image({.columns = 0, .rows = 0, .sets = {}}));
   ASSERT_TRUE(empty.accepted());
   EXPECT_EQ(0, empty->lsc_set_count);
   const parsed_image valueless(
-      kit::nvm_image({.sets = {}, .grid = kit::nvm_grid{.width = 4, .has_values = false}}));
+      writer::nvm_image({.sets = {}, .grid = writer::nvm_grid{.width = 4, .has_values = false}}));
   ASSERT_TRUE(valueless.accepted());
   EXPECT_EQ(1, valueless->grid_present);
   EXPECT_EQ(4, valueless->grid->width);
@@ -118,9 +118,9 @@ TEST(NvmImage, MayHoldNoSetsAndAGridWithoutValues) {
 }
 
 TEST(NvmImage, MayHoldTheLargestCounts) {
-  kit::nvm_fields fields = {.columns = 255, .rows = 1};
+  writer::nvm_fields fields = {.columns = 255, .rows = 1};
   fields.sets.assign(255, {.fraction_bits = 0});
-  const parsed_image parsed(kit::nvm_image(fields));
+  const parsed_image parsed(writer::nvm_image(fields));
   ASSERT_TRUE(parsed.accepted());
   EXPECT_EQ(255, parsed->lsc_set_count);
 }
@@ -179,7 +179,7 @@ INSTANTIATE_TEST_SUITE_P(Fields, RefusedImage, testing::ValuesIn(refused),
                          [](const auto& parameter) { return std::string(parameter.param.name); });
 
 TEST(NvmImage, CutAtAnyLengthIsRefused) {
-  const bytes whole = kit::nvm_image({.columns = 3, .rows = 2, .grid = kit::nvm_grid{}});
+  const bytes whole = writer::nvm_image({.columns = 3, .rows = 2, .grid = writer::nvm_grid{}});
   ASSERT_TRUE(parsed_image(whole).accepted());
   for (size_t size = 0; size < whole.size(); ++size) {
     bytes cut({whole.data(), whole.data() + size});
@@ -204,7 +204,7 @@ TEST(NvmImage, EveryChangedByteBreaksTheChecksumAndDoesNoHarmWhenSealed) {
 }
 
 TEST(NvmImage, FailsCleanlyAtEachAllocation) {
-  const bytes whole = kit::nvm_image({.columns = 2, .rows = 2, .grid = kit::nvm_grid{}});
+  const bytes whole = writer::nvm_image({.columns = 2, .rows = 2, .grid = writer::nvm_grid{}});
   kit::allocation_ledger ledger("libqo_nvm.so");
   {
     const parsed_image parsed(whole);

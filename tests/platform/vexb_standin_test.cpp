@@ -4,11 +4,11 @@
 
 #include "qo_vexb_parser.h"
 #include "tests/kit/guarded_buffer.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
+using writer::bytes;
 
 /// A record in a block of exactly its size, between inaccessible pages.
 class placed_record {
@@ -32,7 +32,8 @@ class placed_record {
 };
 
 TEST(RecordDecoder, LeavesKinds9And32AsTheyAre) {
-  for (const bytes& content : {kit::record_9(), kit::record_32(), kit::record_9({.size = 8})}) {
+  for (const bytes& content :
+       {writer::record_9(), writer::record_32(), writer::record_9({.size = 8})}) {
     placed_record record(content);
     EXPECT_EQ(0u, record.decode());
     EXPECT_TRUE(record.unchanged());
@@ -40,7 +41,7 @@ TEST(RecordDecoder, LeavesKinds9And32AsTheyAre) {
 }
 
 TEST(RecordDecoder, RefusesEveryOtherKind) {
-  bytes content = kit::plain_record(0, {.size = 40});
+  bytes content = writer::plain_record(0, {.size = 40});
   for (uint32_t id = 0; id <= 65535; ++id) {
     if (id == 9 || id == 31 || id == 32 || id == 34) continue;
     content.patch_u16(6, static_cast<uint16_t>(id));
@@ -53,29 +54,29 @@ TEST(RecordDecoder, RefusesEveryOtherKind) {
 TEST(RecordDecoder, RefusesNothingAndARecordSmallerThanItsHeader) {
   EXPECT_NE(0u, qo_vexb_parse_record(nullptr));
   for (uint32_t size = 0; size < 8; ++size)
-    EXPECT_NE(0u, placed_record(kit::record_9().patch_u32(0, size)).decode()) << size;
+    EXPECT_NE(0u, placed_record(writer::record_9().patch_u32(0, size)).decode()) << size;
 }
 
 TEST(FloatEntries, GetTheAddressOfTheirArray) {
-  placed_record record(kit::record_31());
+  placed_record record(writer::record_31());
   ASSERT_EQ(0u, record.decode());
   EXPECT_TRUE(record.leads_to(16, 24));
-  EXPECT_EQ(kit::record_31(), record.now().patch_u64(16, 24));
+  EXPECT_EQ(writer::record_31(), record.now().patch_u64(16, 24));
 }
 
 TEST(FloatEntries, AreDecodedAtAnyAlignment) {
   // The block ends at a page's end: an odd size is an odd address.
-  placed_record record(kit::resized(kit::record_31(), 169));
+  placed_record record(writer::resized(writer::record_31(), 169));
   ASSERT_EQ(1u, record.first_address() % 2);
   ASSERT_EQ(0u, record.decode());
   EXPECT_TRUE(record.leads_to(16, 24));
 }
 
 TEST(FloatEntries, MayBeNone) {
-  placed_record record(kit::record_31({.count = 0}).patch_u64(16, 0));
+  placed_record record(writer::record_31({.count = 0}).patch_u64(16, 0));
   EXPECT_EQ(0u, record.decode());
   EXPECT_TRUE(record.unchanged());
-  placed_record at_the_end(kit::record_31({.count = 0}));
+  placed_record at_the_end(writer::record_31({.count = 0}));
   EXPECT_EQ(0u, at_the_end.decode());
   EXPECT_TRUE(at_the_end.leads_to(16, 24));
 }
@@ -86,37 +87,37 @@ struct refused_case {
 };
 
 const refused_case refused[] = {
-    {"entries_one_too_many", kit::record_31().patch_u32(8, 3)},
-    {"entries_most", kit::record_31().patch_u32(8, 0xffffffff)},
-    {"entries_whose_bytes_wrap_at_32_bits", kit::record_31().patch_u32(8, 0x20000000)},
-    {"blocks_whose_bytes_wrap_at_32_bits", kit::record_34().patch_u32(8, 0x20000000)},
-    {"long_entries_whose_bytes_wrap_at_32_bits", kit::record_34().patch_u32(40, 0x08000000)},
-    {"pairs_whose_bytes_wrap_at_32_bits", kit::record_34().patch_u32(44, 0x20000000)},
-    {"entries_one_byte_late", kit::record_31().patch_u64(16, 25)},
-    {"entries_behind_the_end", kit::record_31({.count = 0}).patch_u64(16, 25)},
-    {"entries_in_the_header", kit::record_31().patch_u64(16, 23)},
-    {"entries_nowhere", kit::record_31().patch_u64(16, 0)},
-    {"entries_wrapping", kit::record_31().patch_u64(16, uint64_t{0} - 120)},
-    {"entries_in_the_upper_half", kit::record_31().patch_u64(16, (uint64_t{1} << 32) + 24)},
+    {"entries_one_too_many", writer::record_31().patch_u32(8, 3)},
+    {"entries_most", writer::record_31().patch_u32(8, 0xffffffff)},
+    {"entries_whose_bytes_wrap_at_32_bits", writer::record_31().patch_u32(8, 0x20000000)},
+    {"blocks_whose_bytes_wrap_at_32_bits", writer::record_34().patch_u32(8, 0x20000000)},
+    {"long_entries_whose_bytes_wrap_at_32_bits", writer::record_34().patch_u32(40, 0x08000000)},
+    {"pairs_whose_bytes_wrap_at_32_bits", writer::record_34().patch_u32(44, 0x20000000)},
+    {"entries_one_byte_late", writer::record_31().patch_u64(16, 25)},
+    {"entries_behind_the_end", writer::record_31({.count = 0}).patch_u64(16, 25)},
+    {"entries_in_the_header", writer::record_31().patch_u64(16, 23)},
+    {"entries_nowhere", writer::record_31().patch_u64(16, 0)},
+    {"entries_wrapping", writer::record_31().patch_u64(16, uint64_t{0} - 120)},
+    {"entries_in_the_upper_half", writer::record_31().patch_u64(16, (uint64_t{1} << 32) + 24)},
     {"blocks_one_too_many",
-     kit::record_34({.blocks = {{.long_entries = 0, .pairs = 0}}}).patch_u32(8, 2)},
-    {"blocks_most", kit::record_34().patch_u32(8, 0xffffffff)},
-    {"blocks_in_the_header", kit::record_34().patch_u64(16, 16)},
-    {"blocks_nowhere", kit::record_34().patch_u64(16, 0)},
-    {"blocks_wrapping", kit::record_34().patch_u64(16, uint64_t{0} - 8)},
-    {"long_entries_too_many", kit::record_34().patch_u32(40, 4)},
-    {"long_entries_most", kit::record_34().patch_u32(40, 0xffffffff)},
-    {"long_entries_nowhere", kit::record_34().patch_u64(48, 0)},
-    {"long_entries_in_the_header", kit::record_34().patch_u64(48, 8)},
-    {"long_entries_late", kit::record_34().patch_u64(48, 153)},
-    {"long_entries_wrapping", kit::record_34().patch_u64(48, uint64_t{0} - 32)},
-    {"pairs_too_many", kit::record_34().patch_u32(44, 6)},
-    {"pairs_most", kit::record_34().patch_u32(44, 0xffffffff)},
-    {"pairs_nowhere", kit::record_34().patch_u64(56, 0)},
-    {"pairs_late", kit::record_34().patch_u64(56, 169)},
-    {"tail_late", kit::record_34().patch_u64(104, 177)},
-    {"tail_in_the_header", kit::record_34().patch_u64(104, 23)},
-    {"tail_wrapping", kit::record_34().patch_u64(104, uint64_t{0} - 1)},
+     writer::record_34({.blocks = {{.long_entries = 0, .pairs = 0}}}).patch_u32(8, 2)},
+    {"blocks_most", writer::record_34().patch_u32(8, 0xffffffff)},
+    {"blocks_in_the_header", writer::record_34().patch_u64(16, 16)},
+    {"blocks_nowhere", writer::record_34().patch_u64(16, 0)},
+    {"blocks_wrapping", writer::record_34().patch_u64(16, uint64_t{0} - 8)},
+    {"long_entries_too_many", writer::record_34().patch_u32(40, 4)},
+    {"long_entries_most", writer::record_34().patch_u32(40, 0xffffffff)},
+    {"long_entries_nowhere", writer::record_34().patch_u64(48, 0)},
+    {"long_entries_in_the_header", writer::record_34().patch_u64(48, 8)},
+    {"long_entries_late", writer::record_34().patch_u64(48, 153)},
+    {"long_entries_wrapping", writer::record_34().patch_u64(48, uint64_t{0} - 32)},
+    {"pairs_too_many", writer::record_34().patch_u32(44, 6)},
+    {"pairs_most", writer::record_34().patch_u32(44, 0xffffffff)},
+    {"pairs_nowhere", writer::record_34().patch_u64(56, 0)},
+    {"pairs_late", writer::record_34().patch_u64(56, 169)},
+    {"tail_late", writer::record_34().patch_u64(104, 177)},
+    {"tail_in_the_header", writer::record_34().patch_u64(104, 23)},
+    {"tail_wrapping", writer::record_34().patch_u64(104, uint64_t{0} - 1)},
 };
 
 class RefusedRecord : public testing::TestWithParam<refused_case> {};
@@ -131,7 +132,7 @@ INSTANTIATE_TEST_SUITE_P(Places, RefusedRecord, testing::ValuesIn(refused),
                          [](const auto& parameter) { return std::string(parameter.param.name); });
 
 TEST(Blocks, GetTheAddressesOfTheirArrays) {
-  placed_record record(kit::record_34());
+  placed_record record(writer::record_34());
   ASSERT_EQ(0u, record.decode());
   EXPECT_TRUE(record.leads_to(16, 32));
   EXPECT_TRUE(record.leads_to(48, 112));
@@ -142,23 +143,23 @@ TEST(Blocks, GetTheAddressesOfTheirArrays) {
   EXPECT_TRUE(record.leads_to(104, 176));
   bytes back = record.now();
   back.patch_u64(16, 32).patch_u64(48, 112).patch_u64(56, 144).patch_u64(96, 160);
-  EXPECT_EQ(kit::record_34(), back.patch_u64(104, 176));
+  EXPECT_EQ(writer::record_34(), back.patch_u64(104, 176));
 }
 
 TEST(Blocks, MayBeNoneOrMany) {
-  placed_record none(kit::record_34({.blocks = {}}).patch_u64(16, 0));
+  placed_record none(writer::record_34({.blocks = {}}).patch_u64(16, 0));
   EXPECT_EQ(0u, none.decode());
   EXPECT_TRUE(none.unchanged());
-  placed_record many(kit::record_34({.blocks = std::vector<kit::record_34_block>(9)}));
+  placed_record many(writer::record_34({.blocks = std::vector<writer::record_34_block>(9)}));
   EXPECT_EQ(0u, many.decode());
   EXPECT_EQ(9u, many.now().u32_at(8));
   EXPECT_TRUE(many.leads_to(32 + 8 * 40 + 16, 32 + 9 * 40 + 8 * 48));
 }
 
 TEST(EveryCut, OfARecordThatEndsWithItsArraysIsRefused) {
-  for (const bytes& whole : {kit::record_31(), kit::record_34()}) {
+  for (const bytes& whole : {writer::record_31(), writer::record_34()}) {
     for (size_t size = 8; size < whole.size(); ++size) {
-      placed_record record(kit::resized(whole, size));
+      placed_record record(writer::resized(whole, size));
       ASSERT_NE(0u, record.decode()) << size;
       ASSERT_TRUE(record.unchanged()) << size;
     }
@@ -168,7 +169,7 @@ TEST(EveryCut, OfARecordThatEndsWithItsArraysIsRefused) {
 // Any byte at any place: refused and unchanged, or every address inside the record.
 TEST(EveryByte, MayBeAnything) {
   size_t accepted = 0;
-  for (const bytes& whole : {kit::record_31(), kit::record_34()}) {
+  for (const bytes& whole : {writer::record_31(), writer::record_34()}) {
     for (size_t at = 8; at < whole.size(); ++at) {
       for (const int value : {0, 1, 7, 8, 0x20, 0x7f, 0x80, 0xfe, 0xff}) {
         placed_record record(bytes(whole).patch_u8(at, static_cast<uint8_t>(value)));

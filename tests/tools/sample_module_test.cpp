@@ -7,20 +7,20 @@
 
 #include "qo_cmc/parser.h"
 #include "tests/kit/allocation_ledger.h"
-#include "tests/kit/container_writer.h"
+#include "writer/container_writer.h"
 
 namespace {
 
 using cmc_ptr = std::unique_ptr<parsed_cmc, decltype(&qo_cmc_parser_deinit)>;
 
 cmc_ptr parse(const std::vector<uint8_t>& container, const std::vector<uint8_t>& nvm) {
-  const qo_blob container_blob = kit::blob_of(container);
-  const qo_blob nvm_blob = kit::blob_of(nvm);
+  const qo_blob container_blob = writer::blob_of(container);
+  const qo_blob nvm_blob = writer::blob_of(nvm);
   return {qo_cmc_parser_init_v1(&container_blob, &nvm_blob), &qo_cmc_parser_deinit};
 }
 
 std::set<uint16_t> kinds_in(const std::vector<uint8_t>& container) {
-  const kit::bytes image(container);
+  const writer::bytes image(container);
   std::set<uint16_t> kinds;
   for (size_t offset = 24; offset < image.size(); offset += image.u32_at(offset))
     kinds.insert(image.u16_at(offset + 6));

@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <array>
 
-#include "tests/kit/container_writer.h"
-#include "tests/kit/nvm_writer.h"
-#include "tests/kit/records.h"
 #include "tools/make_sample/lens_model.h"
+#include "writer/container_writer.h"
+#include "writer/nvm_writer.h"
+#include "writer/records.h"
 
 namespace {
 
-using kit::bytes;
+using writer::bytes;
 
 // The tables of the tuning data, and the module's own grids.
 constexpr uint16_t table_width = 65;
@@ -59,7 +59,7 @@ sensor_point point_of(size_t index, uint16_t width, uint16_t height) {
 }
 
 /// Tables for the lens as designed: what a module without calibration gets.
-kit::sample_source whole_gains(uint16_t width, uint16_t height) {
+writer::sample_source whole_gains(uint16_t width, uint16_t height) {
   return [width, height](size_t light, size_t plane, size_t index) {
     const sensor_point point = point_of(index, width, height);
     const double gain = lens_gain(designed_lens, cell_sites[plane], point) *
@@ -69,7 +69,7 @@ kit::sample_source whole_gains(uint16_t width, uint16_t height) {
 }
 
 /// Tables of the lights alone: the calibration of a module is multiplied onto these.
-kit::sample_source light_gains(uint16_t width, uint16_t height) {
+writer::sample_source light_gains(uint16_t width, uint16_t height) {
   return [width, height](size_t light, size_t plane, size_t index) {
     const sensor_point point = point_of(index, width, height);
     return fixed_point(light_ratio(lights[light], cell_sites[plane], point), table_fraction_bits,
@@ -78,8 +78,8 @@ kit::sample_source light_gains(uint16_t width, uint16_t height) {
 }
 
 /// `first_aux` is what the kind stores for the module's first set.
-std::vector<kit::light_head> light_heads(uint16_t first_aux) {
-  std::vector<kit::light_head> heads;
+std::vector<writer::light_head> light_heads(uint16_t first_aux) {
+  std::vector<writer::light_head> heads;
   heads.reserve(lights.size());
   for (const light_source& light : lights) {
     heads.push_back({.light_id = light.id,
@@ -91,7 +91,7 @@ std::vector<kit::light_head> light_heads(uint16_t first_aux) {
   return heads;
 }
 
-kit::fixed_grid_fields coarse_tables(kit::sample_source sample) {
+writer::fixed_grid_fields coarse_tables(writer::sample_source sample) {
   return {.lights = lights.size(),
           .width = grid_width,
           .height = grid_height,
@@ -100,7 +100,7 @@ kit::fixed_grid_fields coarse_tables(kit::sample_source sample) {
           .sample = std::move(sample)};
 }
 
-kit::mapped_grid_fields fine_tables(uint16_t first_aux, kit::sample_source sample) {
+writer::mapped_grid_fields fine_tables(uint16_t first_aux, writer::sample_source sample) {
   return {.lights = lights.size(),
           .width = table_width,
           .height = table_height,
@@ -119,72 +119,72 @@ std::vector<uint32_t> sensitivity_map(int level) {
 
 /// The records of kinds 1 to 21, but for the lens-shading tables.
 std::vector<bytes> records_kept() {
-  const kit::general_fields general = {.name = "sample module",
-                                       .pairs = {{"sensor", "4000 x 3000, 1.4 um"},
-                                                 {"lens", "f/2.0, 74 degrees"},
-                                                 {"tuning", "sample 1"}}};
-  return {kit::record_1(general),
-          kit::record_2({.value_12 = 1023, .cfa_layout = cfa_layout}),
-          kit::plain_record(64, {.size = 40}),
-          kit::record_3(),
-          kit::record_5(),
-          kit::record_6(),
-          kit::record_7(),
-          kit::record_8({.size = 48}),
-          kit::record_9(),
-          kit::record_13({.count = 64}),
-          kit::record_14(),
-          kit::record_15(),
-          kit::record_16({.count = 9}),
-          kit::record_17({.plane_order = plane_order, .orientation = mirrored_left_to_right}),
-          kit::record_18({.count = 4}),
-          kit::record_19(),
-          kit::record_20(),
-          kit::record_21()};
+  const writer::general_fields general = {.name = "sample module",
+                                          .pairs = {{"sensor", "4000 x 3000, 1.4 um"},
+                                                    {"lens", "f/2.0, 74 degrees"},
+                                                    {"tuning", "sample 1"}}};
+  return {writer::record_1(general),
+          writer::record_2({.value_12 = 1023, .cfa_layout = cfa_layout}),
+          writer::plain_record(64, {.size = 40}),
+          writer::record_3(),
+          writer::record_5(),
+          writer::record_6(),
+          writer::record_7(),
+          writer::record_8({.size = 48}),
+          writer::record_9(),
+          writer::record_13({.count = 64}),
+          writer::record_14(),
+          writer::record_15(),
+          writer::record_16({.count = 9}),
+          writer::record_17({.plane_order = plane_order, .orientation = mirrored_left_to_right}),
+          writer::record_18({.count = 4}),
+          writer::record_19(),
+          writer::record_20(),
+          writer::record_21()};
 }
 
 /// The records of kinds 22 to 36, but for the lens-shading tables and kind 34.
 std::vector<bytes> records_converted() {
   return {
-      kit::record_22({.width = 5, .height = 4, .grid_entries = 3, .items = 2}),
-      kit::record_23(),
-      kit::record_24(),
-      kit::plain_record(300, {.size = 24}),
-      kit::record_25({.version = 101}),
-      kit::record_26(),
-      kit::record_27({.width = grid_width, .height = grid_height}),
-      kit::record_29({.width = grid_width, .height = grid_height}),
-      kit::record_30(
+      writer::record_22({.width = 5, .height = 4, .grid_entries = 3, .items = 2}),
+      writer::record_23(),
+      writer::record_24(),
+      writer::plain_record(300, {.size = 24}),
+      writer::record_25({.version = 101}),
+      writer::record_26(),
+      writer::record_27({.width = grid_width, .height = grid_height}),
+      writer::record_29({.width = grid_width, .height = grid_height}),
+      writer::record_30(
           {.items = 4, .width = grid_width, .height = grid_height, .grid = sensitivity_map(1000)}),
-      kit::record_31({.count = 3}),
-      kit::record_32(),
-      kit::record_35(),
-      kit::record_36({.count = 12})};
+      writer::record_31({.count = 3}),
+      writer::record_32(),
+      writer::record_35(),
+      writer::record_36({.count = 12})};
 }
 
 bytes to_multiple_of_8(const bytes& record) {
-  return kit::resized(record, (record.size() + 7) / 8 * 8);
+  return writer::resized(record, (record.size() + 7) / 8 * 8);
 }
 
 }  // namespace
 
 std::vector<uint8_t> sample_container(record_34_choice record_34) {
-  kit::container container;
+  writer::container container;
   const auto add = [&container](const bytes& record) { container.add(to_multiple_of_8(record)); };
   for (const bytes& record : records_kept()) add(record);
-  add(kit::record_10(coarse_tables(whole_gains(grid_width, grid_height))));
+  add(writer::record_10(coarse_tables(whole_gains(grid_width, grid_height))));
   for (const bytes& record : records_converted()) add(record);
-  add(kit::record_28(fine_tables(0, whole_gains(table_width, table_height))));
-  add(kit::record_33(fine_tables(0, light_gains(table_width, table_height))));
-  add(kit::record_11(coarse_tables(light_gains(grid_width, grid_height))));
-  if (record_34 == record_34_choice::stored) add(kit::record_34());
-  add(kit::record_722());
-  add(kit::plain_record(1000, {.size = 64}));
+  add(writer::record_28(fine_tables(0, whole_gains(table_width, table_height))));
+  add(writer::record_33(fine_tables(0, light_gains(table_width, table_height))));
+  add(writer::record_11(coarse_tables(light_gains(grid_width, grid_height))));
+  if (record_34 == record_34_choice::stored) add(writer::record_34());
+  add(writer::record_722());
+  add(writer::plain_record(1000, {.size = 64}));
   return container.image();
 }
 
 std::vector<uint8_t> sample_nvm() {
-  kit::nvm_fields fields = {.columns = grid_width, .rows = grid_height, .sets = {}};
+  writer::nvm_fields fields = {.columns = grid_width, .rows = grid_height, .sets = {}};
   for (const light_source& light : lights) {
     const unsigned bits = light.fraction_bits;
     const auto element = [bits](size_t channel, size_t index) {
@@ -195,7 +195,7 @@ std::vector<uint8_t> sample_nvm() {
     };
     fields.sets.push_back({.fraction_bits = light.fraction_bits, .element = element});
   }
-  fields.grid = kit::nvm_grid{
+  fields.grid = writer::nvm_grid{
       .width = grid_width, .height = grid_height, .shift = 0, .values = sensitivity_map(1040)};
-  return kit::nvm_image(fields).vector();
+  return writer::nvm_image(fields).vector();
 }

@@ -5,7 +5,7 @@
 
 #include "qo_cmc/parser.h"
 #include "tests/kit/allocation_ledger.h"
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
 namespace {
 
@@ -17,9 +17,9 @@ bool is_empty(const parsed_cmc& cmc) {
 // A record that fails its kind's check would stay behind, or leave its slots empty.
 TEST(EveryGoodRecord, FillsASlotAndLeavesNothingBehind) {
   const kit::allocation_ledger ledger;
-  for (const kit::named_record& each : kit::every_good_record()) {
-    const std::vector<uint8_t> image = kit::container().add(each.content).image();
-    const qo_blob blob = kit::blob_of(image);
+  for (const writer::named_record& each : writer::every_good_record()) {
+    const std::vector<uint8_t> image = writer::container().add(each.content).image();
+    const qo_blob blob = writer::blob_of(image);
     parsed_cmc* const cmc = qo_cmc_parser_init(&blob);
     ASSERT_NE(nullptr, cmc) << each.name;
     // A record 14 without a step is well-formed and has no payload.
@@ -32,9 +32,9 @@ TEST(EveryGoodRecord, FillsASlotAndLeavesNothingBehind) {
 }
 
 TEST(EverySlotlessRecord, LeavesTheSlotsEmpty) {
-  for (const kit::named_record& each : kit::every_slotless_record()) {
-    const std::vector<uint8_t> image = kit::container().add(each.content).image();
-    const qo_blob blob = kit::blob_of(image);
+  for (const writer::named_record& each : writer::every_slotless_record()) {
+    const std::vector<uint8_t> image = writer::container().add(each.content).image();
+    const qo_blob blob = writer::blob_of(image);
     parsed_cmc* const cmc = qo_cmc_parser_init(&blob);
     ASSERT_NE(nullptr, cmc) << each.name;
     EXPECT_TRUE(is_empty(*cmc)) << each.name;

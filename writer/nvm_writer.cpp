@@ -1,8 +1,8 @@
-#include "tests/kit/nvm_writer.h"
+#include "writer/nvm_writer.h"
 
-#include "tests/kit/filler_bytes.h"
+#include "writer/filler_bytes.h"
 
-namespace kit {
+namespace writer {
 
 bytes nvm_image(const nvm_fields& fields) {
   filler_bytes filler(fields.filler);
@@ -42,4 +42,4 @@ void seal_nvm_image(bytes& image) {
   image.patch_u32(4, static_cast<uint32_t>(image.size())).patch_u32(8, sum);
 }
 
-}  // namespace kit
+}  // namespace writer

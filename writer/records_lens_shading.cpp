@@ -1,9 +1,9 @@
 // Kinds 10, 11, 28 and 33: one block of planes a light.
 #include <algorithm>
 
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
-namespace kit {
+namespace writer {
 namespace {
 
 uint16_t fixed_point(float value, float scale) {
@@ -94,4 +94,4 @@ bytes record_11(const fixed_grid_fields& fields) {
 bytes record_28(const mapped_grid_fields& fields) { return mapped_grid(28, fields); }
 bytes record_33(const mapped_grid_fields& fields) { return mapped_grid(33, fields); }
 
-}  // namespace kit
+}  // namespace writer

@@ -1,9 +1,9 @@
-#include "tests/kit/container_writer.h"
+#include "writer/container_writer.h"
 
 #include <bit>
 #include <stdexcept>
 
-namespace kit {
+namespace writer {
 namespace {
 
 void require(bool inside) {
@@ -132,4 +132,4 @@ qo_blob blob_of(const std::vector<uint8_t>& image) {
   return {image.data(), static_cast<uint32_t>(image.size())};
 }
 
-}  // namespace kit
+}  // namespace writer

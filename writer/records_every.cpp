@@ -1,7 +1,7 @@
 // The lists of records that sweeps run over.
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
-namespace kit {
+namespace writer {
 namespace {
 
 constexpr uint8_t each_version[] = {99, 100, 101, 102, 103, 104};
@@ -122,4 +122,4 @@ std::vector<named_record> every_slotless_record() {
   return all;
 }
 
-}  // namespace kit
+}  // namespace writer

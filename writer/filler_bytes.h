@@ -4,9 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "tests/kit/container_writer.h"
+#include "writer/container_writer.h"
 
-namespace kit {
+namespace writer {
 
 /// Stands in header byte 5 of built records, which nothing interprets.
 inline constexpr uint8_t reserved_byte = 0x5a;
@@ -37,4 +37,4 @@ class filler_bytes {
   uint32_t next_;
 };
 
-}  // namespace kit
+}  // namespace writer

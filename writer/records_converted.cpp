@@ -1,9 +1,9 @@
 // Kinds of which the parsed CMC holds a converted form: 22, 24 to 27, 29, 30, 35 and 36.
 #include <algorithm>
 
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
-namespace kit {
+namespace writer {
 namespace {
 
 bytes padded(uint16_t id, uint8_t version, const bytes& body) {
@@ -119,4 +119,4 @@ bytes record_36(const record_36_fields& fields) {
   return exact(36, fields.version, body);
 }
 
-}  // namespace kit
+}  // namespace writer

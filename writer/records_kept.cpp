@@ -1,7 +1,7 @@
 // Kinds whose copy the parsed CMC keeps, those that the container library decodes, and kind 722.
-#include "tests/kit/records.h"
+#include "writer/records.h"
 
-namespace kit {
+namespace writer {
 namespace {
 
 bytes padded(uint16_t id, uint8_t version, const bytes& body) {
@@ -182,4 +182,4 @@ bytes record_722(const record_722_fields& fields) {
   return padded(722, fields.version, body);
 }
 
-}  // namespace kit
+}  // namespace writer

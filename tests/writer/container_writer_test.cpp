@@ -1,4 +1,4 @@
-#include "tests/kit/container_writer.h"
+#include "writer/container_writer.h"
 
 #include <gtest/gtest.h>
 
@@ -6,9 +6,9 @@
 
 namespace {
 
-using kit::bytes;
-using kit::checksum_rule;
-using kit::container;
+using writer::bytes;
+using writer::checksum_rule;
+using writer::container;
 using byte_vector = std::vector<uint8_t>;
 
 TEST(Bytes, AreLittleEndianInTheOrderOfTheCalls) {
@@ -59,22 +59,22 @@ TEST(Bytes, ArePaddedToAMultipleOrASize) {
 
 TEST(Record, StartsWithItsHeaderAndIsPaddedToEight) {
   EXPECT_EQ((byte_vector{16, 0, 0, 0, 101, 0, 0xd2, 2, 7, 0, 0, 0, 0, 0, 0, 0}),
-            kit::record(722, 101, bytes().u8(7)).vector());
+            writer::record(722, 101, bytes().u8(7)).vector());
 }
 
 TEST(Record, TakesAnUnpaddedSizeAForeignSizeAndAReservedByte) {
   EXPECT_EQ((byte_vector{9, 0, 0, 0, 100, 0, 5, 0, 7}),
-            kit::record(5, 100, bytes().u8(7), {.padded = false}).vector());
+            writer::record(5, 100, bytes().u8(7), {.padded = false}).vector());
   EXPECT_EQ((byte_vector{0xff, 0xff, 0, 0, 100, 3, 5, 0}),
-            kit::record(5, 100, {}, {.size = 0xffff, .reserved = 3}).vector());
+            writer::record(5, 100, {}, {.size = 0xffff, .reserved = 3}).vector());
 }
 
 TEST(Record, IsResizedTogetherWithItsSizeField) {
-  const bytes whole = kit::record(5, 100, bytes().u32(0x04030201), {.padded = false});
-  EXPECT_EQ((byte_vector{10, 0, 0, 0, 100, 0, 5, 0, 1, 2}), kit::resized(whole, 10).vector());
+  const bytes whole = writer::record(5, 100, bytes().u32(0x04030201), {.padded = false});
+  EXPECT_EQ((byte_vector{10, 0, 0, 0, 100, 0, 5, 0, 1, 2}), writer::resized(whole, 10).vector());
   EXPECT_EQ((byte_vector{13, 0, 0, 0, 100, 0, 5, 0, 1, 2, 3, 4, 0}),
-            kit::resized(whole, 13).vector());
-  EXPECT_EQ((byte_vector{12, 0}), kit::resized(whole, 2).vector());
+            writer::resized(whole, 13).vector());
+  EXPECT_EQ((byte_vector{12, 0}), writer::resized(whole, 2).vector());
 }
 
 // One record of 11 bytes: the words from byte 24 on are 11 and 0x00020065, and three bytes are left
@@ -82,7 +82,7 @@ TEST(Record, IsResizedTogetherWithItsSizeField) {
 container small() {
   container result;
   for (const size_t index : {0u, 2u, 3u, 4u}) result.header_word(index, 0x10000000);
-  result.add(kit::record(2, 101, bytes().u8(0xaa).u8(0xbb).u8(0xcc), {.padded = false}));
+  result.add(writer::record(2, 101, bytes().u8(0xaa).u8(0xbb).u8(0xcc), {.padded = false}));
   return result;
 }
 
@@ -126,7 +126,7 @@ TEST(Container, WritesAForeignChecksum) {
 }
 
 TEST(Container, KnowsWhereItsRecordsStand) {
-  const container two = small().add(kit::record(5, 100, bytes().u32(1)));
+  const container two = small().add(writer::record(5, 100, bytes().u32(1)));
   EXPECT_EQ(2u, two.record_count());
   EXPECT_EQ(24u, two.offset_of(0));
   EXPECT_EQ(35u, two.offset_of(1));
@@ -136,16 +136,16 @@ TEST(Container, KnowsWhereItsRecordsStand) {
 TEST(Container, IsSealedAgainAfterAChange) {
   byte_vector image = small().image();
   image.resize(image.size() + 1);  // completes the last word: 0x00ccbbaa
-  kit::seal(image);
+  writer::seal(image);
   EXPECT_EQ(36u, bytes(image).u32_at(4));
   EXPECT_EQ(0x40020094u + 0x00ccbbaau, bytes(image).u32_at(20));
-  kit::seal(image, checksum_rule::rule_b);
+  writer::seal(image, checksum_rule::rule_b);
   EXPECT_EQ(0x00020070u + 0x00ccbbaau, bytes(image).u32_at(20));
 }
 
 TEST(Container, TheBlobOfAnImageIsItsBytes) {
   const byte_vector image = small().image();
-  const qo_blob blob = kit::blob_of(image);
+  const qo_blob blob = writer::blob_of(image);
   EXPECT_EQ(image.data(), blob.data);
   EXPECT_EQ(35u, blob.size);
 }

@@ -5,7 +5,7 @@
 /// What a version does not store is not written, whatever its member says. `filler` starts the
 /// bytes that nothing determines; records with different fillers differ in all of them.
 /// Every result has exactly the size that its kind's check asks for at least: most are padded to a
-/// multiple of 8, kinds without a check end with their last byte. kit::resized() makes a record
+/// multiple of 8, kinds without a check end with their last byte. writer::resized() makes a record
 /// shorter or longer. Header byte 5, which nothing interprets, is never 0 here.
 #pragma once
 
@@ -15,10 +15,10 @@
 #include <utility>
 #include <vector>
 
-#include "tests/kit/container_writer.h"
-#include "tests/kit/filler_bytes.h"
+#include "writer/container_writer.h"
+#include "writer/filler_bytes.h"
 
-namespace kit {
+namespace writer {
 
 // ------------------------------------------------------- kinds whose copy is kept as it stands
 
@@ -381,4 +381,4 @@ std::vector<named_record> every_good_record();
 /// Records that no slot takes: kinds without a decoder below 64, and foreign kinds, 722 among them.
 std::vector<named_record> every_slotless_record();
 
-}  // namespace kit
+}  // namespace writer

@@ -6,9 +6,9 @@
 #include <optional>
 #include <vector>
 
-#include "tests/kit/container_writer.h"
+#include "writer/container_writer.h"
 
-namespace kit {
+namespace writer {
 
 /// One lens-shading set; elements are u8 up to 8 fractional bits and u16 from 9 on.
 struct nvm_set {
@@ -39,4 +39,4 @@ bytes nvm_image(const nvm_fields& fields = {});
 /// Writes the true size and checksum into an image of 12 bytes or more that was altered.
 void seal_nvm_image(bytes& image);
 
-}  // namespace kit
+}  // namespace writer

@@ -9,7 +9,7 @@
 
 #include "qo_cmc/parser.h"
 
-namespace kit {
+namespace writer {
 
 /// A growing little-endian byte string. Calls that append or change return the string itself, so
 /// that a layout reads as one chain: `bytes().u16(2).u16(3).f32(0.5f)`.
@@ -139,4 +139,4 @@ class container {
 qo_blob blob_of(const std::vector<uint8_t>& image);
 qo_blob blob_of(std::vector<uint8_t>&& image) = delete;
 
-}  // namespace kit
+}  // namespace writer
