@@ -1,21 +1,23 @@
 # libqo_cmc_parser.so: its objects, its link, its installation.
 
 # The objects stand apart from the shared library so that tests can link the functions it hides.
+set(qo_library_flags -fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
+    -fvisibility-inlines-hidden -fstack-protector-strong)
 add_library(qo_cmc_objects OBJECT)
 add_subdirectory(${PROJECT_SOURCE_DIR}/cmc_parser)
 add_subdirectory(${PROJECT_SOURCE_DIR}/lsc)
 add_subdirectory(${PROJECT_SOURCE_DIR}/image_utils)
+add_subdirectory(${PROJECT_SOURCE_DIR}/rows)
 target_include_directories(qo_cmc_objects
   PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/platform/include
   PRIVATE ${PROJECT_SOURCE_DIR})
-set(qo_library_flags -fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
-    -fvisibility-inlines-hidden -fstack-protector-strong)
 target_compile_options(qo_cmc_objects PRIVATE ${qo_library_flags})
 if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT QO_SANITIZE)
   target_compile_options(qo_cmc_objects PRIVATE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()
 
-add_library(qo_cmc_parser SHARED $<TARGET_OBJECTS:qo_cmc_objects>)
+add_library(qo_cmc_parser SHARED $<TARGET_OBJECTS:qo_cmc_objects>
+            $<TARGET_PROPERTY:qo_cmc_objects,INTERFACE_SOURCES>)
 target_include_directories(qo_cmc_parser PUBLIC
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)

@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "base/load.h"
+#include "rows/row_table.h"
 
 namespace qo {
 namespace {
@@ -15,10 +16,7 @@ constexpr uint32_t checksum_offset = 20;
 
 /// Wrapping sum of the whole words in `size` bytes; a rest of up to 3 bytes does not count.
 uint32_t sum_of_words(const uint8_t* bytes, uint32_t size) {
-  uint32_t sum = 0;
-  const size_t words = size / sizeof(uint32_t);
-  for (size_t i = 0; i < words; ++i) sum += load<uint32_t>(bytes, sizeof(uint32_t) * i);
-  return sum;
+  return rows().words.sum(bytes, size / sizeof(uint32_t));
 }
 
 }  // namespace
@@ -31,8 +29,11 @@ bool is_valid_container(const qo_blob& container) {
   if (total < container_header_size || stated_total(image) != total) return false;
   const uint32_t checksum = load<uint32_t>(image, checksum_offset);
   // Writers follow either of two rules: the sum of every other word, or of the records alone.
-  if (checksum == sum_of_words(image, total) - checksum) return true;
-  return checksum == sum_of_words(image + container_header_size, total - container_header_size);
+  // The second sum is the first one less the header.
+  const uint32_t header = sum_of_words(image, container_header_size);
+  const uint32_t records =
+      sum_of_words(image + container_header_size, total - container_header_size);
+  return checksum == header + records - checksum || checksum == records;
 }
 
 std::optional<record_view> record_walk::next() {

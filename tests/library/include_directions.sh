@@ -25,10 +25,11 @@ allow() {
 name='[a-z0-9_.]+'
 # The numeric folders know nothing of containers and records.
 allow base "base/$name"
-allow image_utils "base/$name|image_utils/$name|qo_cmc/(image_utils|status)\.h"
-allow lsc "base/$name|image_utils/$name|lsc/$name|qo_cmc/(image_utils|lens_shading|lsc|status)\.h|qo_nvm\.h"
+allow rows "base/$name|rows/$name"
+allow image_utils "base/$name|rows/$name|image_utils/$name|qo_cmc/(image_utils|status)\.h"
+allow lsc "base/$name|rows/$name|image_utils/$name|lsc/$name|qo_cmc/(image_utils|lens_shading|lsc|status)\.h|qo_nvm\.h"
 allow cmc_parser \
-  "base/$name|image_utils/$name|lsc/$name|cmc_parser/(records/)?$name|qo_cmc/$name|qo_(log|nvm|vexb_parser)\.h"
+  "base/$name|rows/$name|image_utils/$name|lsc/$name|cmc_parser/(records/)?$name|qo_cmc/$name|qo_(log|nvm|vexb_parser)\.h"
 allow include/qo_cmc "$name"
 allow platform/include "qo_cmc/$name"
 allow platform/standin "qo_cmc/$name|qo_(log|nvm|vexb_parser)\.h"

@@ -1,0 +1,31 @@
+// Sums of words.
+
+#include "rows/word_rows.h"
+
+#include "rows/lanes.h"
+
+namespace qo::QO_ROWS_NS {
+namespace {
+
+uint32_t sum(const uint8_t* bytes, size_t count) {
+  // A sum modulo 2^32 is the same in any order: four accumulators keep the loads busy.
+  using words = vector<uint32_t>;
+  constexpr size_t step = 4 * lanes_of<uint32_t>;
+  words partial[4] = {};
+  size_t done = 0;
+  for (; count - done >= step; done += step)
+    for (size_t i = 0; i < 4; ++i)
+      partial[i] += load_vector<words>(bytes + 4 * (done + i * lanes_of<uint32_t>));
+  const words lanes = (partial[0] + partial[1]) + (partial[2] + partial[3]);
+  uint32_t total = 0;
+  for (size_t i = 0; i < lanes_of<uint32_t>; ++i) total += lanes[i];
+  for (; done < count; ++done) total += load_vector<uint32_t>(bytes + 4 * done);
+  return total;
+}
+
+}  // namespace
+
+extern const word_rows words;
+constinit const word_rows words = {sum};
+
+}  // namespace qo::QO_ROWS_NS
