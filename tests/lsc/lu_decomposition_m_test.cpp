@@ -68,6 +68,57 @@ TEST(LuDecompositionM, MayReplaceItsSource) {
   }
 }
 
+TEST(LuDecompositionM, OfRowsThatStepBackIntoTheCopyIsRefused) {
+  // Element (1, 1) lies inside the copy of four elements, (1, 0) four bytes before it.
+  const float src[4] = {1, 2, 3, 4};
+  float dst[4] = {7.0f, 7.0f, 7.0f, 7.0f};
+  int32_t index[2] = {-5, -5};
+  EXPECT_EQ(32u, lu_decomposition_m(src, -4, 8, index, dst, 8, 4, 2));
+  EXPECT_EQ(plain::floats(4, 7.0f), plain::floats(dst, dst + 4));
+  EXPECT_EQ(-5, index[0]);
+}
+
+/// The strides of a result of n x n, packed in memory from its lowest byte on.
+struct result_layout {
+  const char* name;
+  int32_t stride1, stride2;
+  int32_t base;  ///< of the first element, from the lowest byte
+};
+
+TEST(LuDecompositionM, MayLieOnItsSourceAtAnyDistance) {
+  std::mt19937 random(14);
+  std::uniform_real_distribution<float> value(-4.0f, 4.0f);
+  for (int32_t n = 1; n <= 5; ++n) {
+    const int32_t row = 4 * n, size = row * n, reach = size + 8;
+    for (const result_layout& to : {result_layout{"packed", row, 4, 0},
+                                    {"transposed", 4, row, 0},
+                                    {"rows reversed", -row, 4, size - row},
+                                    {"elements reversed", row, -4, row - 4}}) {
+      for (int32_t shift = -reach; shift <= reach; ++shift) {
+        std::vector<uint8_t> memory(size_t(size + 2 * reach), 0xa5);
+        plain::floats values(size_t(n * n));
+        for (float& element : values) element = value(random);
+        // The source is whole floats; the result stands at odd bytes as well.
+        uint8_t* const source = memory.data() + reach;
+        std::memcpy(source, values.data(), size_t(size));
+        std::vector<uint8_t> expected = memory;
+        const plain::floats factors = plain::factors(values, size_t(n));
+        for (int32_t i = 0; i < n; ++i)
+          for (int32_t j = 0; j < n; ++j)
+            std::memcpy(expected.data() + reach + shift + to.base + i * to.stride1 + j * to.stride2,
+                        &factors[size_t(i * n + j)], sizeof(float));
+        std::vector<int32_t> index(size_t(n), -1);
+        ASSERT_EQ(0u,
+                  lu_decomposition_m(reinterpret_cast<const float*>(source), row, 4, index.data(),
+                                     reinterpret_cast<float*>(source + shift + to.base), to.stride1,
+                                     to.stride2, n));
+        ASSERT_EQ(expected, memory) << to.name << ", size " << n << ", shift " << shift;
+        ASSERT_EQ(counting(size_t(n)), index);
+      }
+    }
+  }
+}
+
 TEST(LuDecompositionM, GivesFactorsWhoseProductIsTheSource) {
   constexpr size_t n = 12;
   std::mt19937 random(12);
