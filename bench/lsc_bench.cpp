@@ -65,7 +65,8 @@ std::vector<plain::floats> plain_tables() {
   return planes;
 }
 
-/// All twelve grids in one product, solved by Cholesky, sampled as a product of monomials.
+/// The four grids of a set in one product, solved by LU with partial pivoting, sampled as a product
+/// of monomials.
 std::vector<matrix> eigen_tables() {
   const auto monomial_rows = [](size_t width, size_t height, float step_x, float step_y) {
     matrix rows(width * height, terms);
@@ -173,7 +174,7 @@ void correct_plainly(lens_shading& set) {
             set.source_values[light][site][i], set.gain_values[light][site * samples + i]);
 }
 
-/// No rule for values beyond 32 bits: the cast alone.
+/// No rule for values beyond 32 bits: only the cast.
 void correct_with_eigen(lens_shading& set) {
   using words = Eigen::Array<uint16_t, Eigen::Dynamic, 1>;
   for (size_t light = 0; light < lights; ++light) {

@@ -1,12 +1,14 @@
-// Reduction of planes by area averaging, to 16-bit fixed point.
+// image_downscale_32f_to_u16p10() and image_downscale_u16_to_u16(): reduction of planes by area
+// averaging, to 16-bit fixed point.
 
 #include "qo_cmc/image_utils.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 
 #include "base/float_to_int.h"
-#include "image_utils/held_samples.h"
+#include "image_utils/clamped_samples.h"
 #include "image_utils/plane_arrays.h"
 #include "image_utils/signed_power.h"
 #include "qo_cmc/status.h"
@@ -30,6 +32,7 @@ struct coverage {
 
   /// A sample that is first and last has the weight of the first.
   [[nodiscard]] float weight(uint32_t i) const {
+    assert(i < count);
     if (i == 0) return first_weight;
     return i + 1 == count ? last_weight : 1.0f;
   }
@@ -38,8 +41,8 @@ struct coverage {
 /// Walks an axis from one output sample to the next.
 class coverage_walk {
  public:
-  /// Contract: positions are held to the side of the whole plane, also in a region. There the last
-  /// one may be rounded past the region's edge, and covers a sliver of the sample behind it.
+  /// Contract: positions are clamped to the side of the whole plane, also in a region. There the
+  /// last one may be rounded past the region's edge, and covers a sliver of the sample after it.
   coverage_walk(float step, uint32_t plane_side)
       : step_(step), limit_(static_cast<float>(plane_side)) {}
 

@@ -1,12 +1,14 @@
-// Bicubic resize to 16-bit samples at any ratio: sizes, positions and memory. The arithmetic is in
-// catmull_rom_kernel.
+// bicubic_resize_32f_to_u16p10() and bicubic_resize_u16_to_u16(): sizes, positions and memory. The
+// arithmetic is in catmull_rom_kernel.
 
+#include "qo_cmc/image_utils.h"
+
+#include <cassert>
 #include <cstring>
 
 #include "base/float_to_int.h"
 #include "image_utils/catmull_rom_kernel.h"
 #include "image_utils/extrapolated_buffer.h"
-#include "qo_cmc/image_utils.h"
 #include "qo_cmc/status.h"
 
 namespace qo {
@@ -30,6 +32,7 @@ struct spline_position {
 /// takes the first.
 [[nodiscard]] spline_position spline_position_of(size_t index, uint16_t in_side,
                                                  uint16_t out_side) {
+  assert(in_side >= 1 && index < out_side);
   if (out_side == 1) return {0, 0.0f};
   const float position = static_cast<float>(index) / static_cast<float>(out_side - 1) *
                          static_cast<float>(in_side - 1);
@@ -59,7 +62,7 @@ template <typename FillBuffer>
   if (src == nullptr || dst == nullptr) return QO_CMC_INVALID_SIZE;
 
   const heap_array<float> buffer = new_extrapolated_buffer(size.in_width, size.in_height);
-  if (!buffer) return QO_CMC_NO_MEMORY;
+  if (buffer == nullptr) return QO_CMC_NO_MEMORY;
   fill_buffer(buffer.get());
   const size_t stride = extrapolated_stride(size.in_width);
   for (size_t row = 0; row < size.out_height; ++row) {

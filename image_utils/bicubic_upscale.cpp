@@ -1,11 +1,12 @@
-// Bicubic enlargement of 8- and 16-bit planes to float: sizes, positions and memory. The arithmetic
-// is in catmull_rom_patch.
+// image_bicubic_upscale_uint8_to_float() and image_bicubic_upscale_uint16_to_float(): sizes,
+// positions and memory. The arithmetic is in catmull_rom_patch.
+
+#include "qo_cmc/image_utils.h"
 
 #include "image_utils/catmull_rom_patch.h"
 #include "image_utils/corner_alignment.h"
 #include "image_utils/extrapolated_buffer.h"
 #include "image_utils/plane_arrays.h"
-#include "qo_cmc/image_utils.h"
 #include "qo_cmc/status.h"
 
 namespace qo {
@@ -51,7 +52,7 @@ template <typename Sample>
 
   const heap_array<float> rows(c_new_array<float>(size_t{4} * size.out_width));
   const heap_array<float> buffer = new_extrapolated_buffer(size.in_width, size.in_height);
-  if (!rows || !buffer) return QO_CMC_NO_MEMORY;
+  if (rows == nullptr || buffer == nullptr) return QO_CMC_NO_MEMORY;
   for (size_t plane = 0; plane < n_planes; ++plane) {
     fill_extrapolated_buffer(src_planes[plane], buffer.get(), size.in_width, size.in_height);
     upscale_plane(buffer.get(), size, rows.get(), dst_planes[plane]);

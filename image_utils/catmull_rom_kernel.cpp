@@ -1,5 +1,6 @@
 #include "image_utils/catmull_rom_kernel.h"
 
+#include <cassert>
 #include <cstddef>
 
 #include "base/float_to_int.h"
@@ -33,6 +34,7 @@ namespace {
 }  // namespace
 
 int32_t bicubic_kernel_4x4_p10(const float block[16], float fy, float fx) {
+  assert(0 <= fy && fy < 1 && 0 <= fx && fx < 1);
   float rows[4];
   for (size_t row = 0; row < 4; ++row) rows[row] = row_spline(block + 4 * row, fx);
   // Deliberate: truncated, neither rounded nor clamped. Callers keep the low 16 bits.

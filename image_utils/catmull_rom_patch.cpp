@@ -1,5 +1,7 @@
 #include "image_utils/catmull_rom_patch.h"
 
+#include <cassert>
+
 #include "base/float_to_int.h"
 
 namespace qo {
@@ -67,6 +69,7 @@ constexpr sample_weights weights = [] {
 }  // namespace
 
 patch_position patch_position_of(size_t index, float step) {
+  assert(step >= 0.0f);
   const float position = static_cast<float>(index) * step;
   const int32_t cell = truncate_to_i32(position);
   return {static_cast<size_t>(cell), position - static_cast<float>(cell)};

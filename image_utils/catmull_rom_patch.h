@@ -5,7 +5,7 @@
 ///   sum over m, n of a[m][n] ty^m tx^n = sum over m of R_m ty^m
 ///   R_m = sum over n of a[m][n] tx^n
 ///
-/// R_m depends on the row of cells and on the output column alone. So one pass along a row of cells
+/// R_m depends only on the row of cells and on the output column. So one pass along a row of cells
 /// leaves four rows of R, which serve every output row that falls into these cells.
 #pragma once
 
@@ -13,7 +13,7 @@
 
 namespace qo {
 
-/// Where an output sample falls on the source: in which cell, and how far behind its first sample.
+/// Where an output sample falls on the source: in which cell, and how far after its first sample.
 struct patch_position {
   size_t cell;
   float fraction;
@@ -28,8 +28,8 @@ struct patch_position {
 void evaluate_patch_rows(const float* border_row, size_t stride, float step, size_t out_width,
                          float* rows);
 
-/// One output row from the four rows of R: dst[x] = R_0 + R_1 ty + R_2 ty^2 + R_3 ty^3, held to the
-/// range from -255 to 65535. A NaN becomes -255.
+/// One output row from the four rows of R: dst[x] = R_0 + R_1 ty + R_2 ty^2 + R_3 ty^3, clamped to
+/// the range from -255 to 65535. A NaN becomes -255.
 void evaluate_output_row(const float* rows, float ty, size_t out_width, float* dst);
 
 }  // namespace qo

@@ -1,3 +1,6 @@
+// interpolate_gain_value(), create_extrapolated_buffer_for_bicubic_u16(), and the fill of the
+// working copy that they share with the bicubic family.
+
 #include "image_utils/extrapolated_buffer.h"
 
 #include <cassert>

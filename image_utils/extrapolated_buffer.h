@@ -11,7 +11,7 @@
 ///            +----------+-------------+-----------+
 ///
 /// Deliberate: the border is asymmetric. A neighbourhood begins one sample before its cell and ends
-/// two behind it.
+/// two after it.
 #pragma once
 
 #include <cstddef>

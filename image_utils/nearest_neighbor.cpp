@@ -1,12 +1,14 @@
-// Nearest-neighbour scaling: whole samples are copied, none is blended.
+// image_nearest_neighbor_scale_uint32(), image_upscale_nearest_neighbor_uint16() and
+// image_downscale_nearest_neighbor_int32(): whole samples are copied, none is blended.
 
 #include "qo_cmc/image_utils.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 
 #include "base/float_to_int.h"
-#include "image_utils/held_samples.h"
+#include "image_utils/clamped_samples.h"
 #include "qo_cmc/status.h"
 
 namespace qo {
@@ -32,6 +34,7 @@ namespace {
 /// `position` counts output samples from 1. The index is in_side, one past the last, where the
 /// product is rounded up.
 [[nodiscard]] uint16_t far_edge_index(uint32_t position, float scale) {
+  assert(position >= 1);
   const float far_edge = static_cast<float>(position) * scale;
   const auto index = static_cast<uint16_t>(truncate_to_i32(far_edge));
   const bool at_boundary = static_cast<float>(index) == far_edge && index >= 1;
@@ -40,7 +43,7 @@ namespace {
 
 /// dst[i] = row[column_of(i)]
 template <typename Sample, typename OutSample, typename ColumnOf>
-void copy_columns(const held_samples<Sample>& row, ColumnOf column_of, OutSample* dst,
+void copy_columns(const clamped_samples<Sample>& row, ColumnOf column_of, OutSample* dst,
                   uint64_t width) {
   for (uint64_t i = 0; i < width; ++i) dst[i] = static_cast<OutSample>(row[column_of(i)]);
 }

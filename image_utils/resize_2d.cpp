@@ -1,10 +1,13 @@
-// Bilinear resize of integer arrays in fixed point, corner-aligned.
+// resize_2d_array_uint32(), resize_2d_array_uint16(), resize_2d_array_uint8(), the two `_v1` with a
+// step in the output, and crop_resize_2d_array_uint16(): bilinear resize of integer arrays in fixed
+// point, corner-aligned.
 
 #include "qo_cmc/image_utils.h"
 
+#include <cassert>
 #include <cstddef>
 
-#include "image_utils/held_samples.h"
+#include "image_utils/clamped_samples.h"
 #include "qo_cmc/status.h"
 
 namespace qo {
@@ -21,6 +24,7 @@ struct axis_walk {
 /// accumulator passes (in_side - 1) << FractionBits, also where that wraps.
 template <uint32_t FractionBits>
 [[nodiscard]] axis_walk walk_axis(uint32_t in_side, uint32_t out_side, uint32_t margin) {
+  assert(in_side >= 2 && out_side >= 2);
   const uint32_t step = ((in_side - 1) << FractionBits) / (out_side - 1);
   // Contract: the margin is scaled by the step, so the region that is sampled starts at
   // margin * step, not at margin << FractionBits.
@@ -38,7 +42,7 @@ struct cell_position {
 template <uint32_t FractionBits>
 [[nodiscard]] cell_position cell_position_of(uint32_t accumulator) {
   // Contract: an accumulator that falls on a sample belongs to the cell before it, with the whole
-  // weight on the far side, so that the last output reads nothing behind the last sample.
+  // weight on the far side, so that the last output reads nothing after the last sample.
   const uint32_t cell = accumulator != 0 ? (accumulator - 1) >> FractionBits : 0;
   return {cell, ((cell + 1) << FractionBits) - accumulator, accumulator - (cell << FractionBits)};
 }
@@ -147,14 +151,14 @@ uint32_t crop_resize_2d_array_uint16(const uint16_t* src, uint32_t in_w, uint32_
   const uint32_t region_height = in_h - (top + static_cast<uint32_t>(crop_end.y));
   if (region_width < 2 || region_height < 2) return QO_CMC_INVALID_SIZE;
   if (out_w < 2 || out_h < 2) return QO_CMC_INVALID_SIZE;
-  if (in_w == 0 || in_h == 0) return QO_CMC_INVALID_SIZE;  // no sample to hold to
+  if (in_w == 0 || in_h == 0) return QO_CMC_INVALID_SIZE;  // no sample to clamp to
   if (src == nullptr || dst == nullptr) return QO_CMC_INVALID_SIZE;
 
   // The scaled origin can point past the array. The rows are addressed linearly: a row past the
   // last is not the last row but the last sample.
   const qo::plane_size source{in_w, in_h};
   const auto row_at = [src, &source](uint64_t row) {
-    return qo::held_samples<uint16_t>(src, source, row * source.width);
+    return qo::clamped_samples<uint16_t>(src, source, row * source.width);
   };
   qo::blend_all_rows<fraction_bits>(row_at, qo::walk_axis<fraction_bits>(region_width, out_w, left),
                                     qo::walk_axis<fraction_bits>(region_height, out_h, top), dst,

@@ -1,4 +1,4 @@
-// Bilinear resize of float arrays in single precision, corner-aligned.
+// resize_2d_array_float(): bilinear resize of float arrays in single precision, corner-aligned.
 
 #include "qo_cmc/image_utils.h"
 

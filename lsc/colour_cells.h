@@ -106,4 +106,16 @@ struct plane_numbers {
   return planes;
 }
 
+/// Whether the colours of every order stand on four different planes of a table, so that no plane
+/// is averaged with itself or counts for two.
+[[nodiscard]] constexpr bool planes_are_distinct() {
+  for (uint32_t order = 0; order < 4; ++order) {
+    uint32_t seen = 0;
+    for (const uint8_t plane : find_plane_numbers(order).of) seen |= 1u << plane;
+    if (seen != 0xf) return false;
+  }
+  return true;
+}
+static_assert(planes_are_distinct());
+
 }  // namespace qo

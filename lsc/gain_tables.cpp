@@ -1,4 +1,8 @@
+// deinit_computed_upscale_lsc_tables(), and how the two builders make what it releases.
+
 #include "lsc/gain_tables.h"
+
+#include <cassert>
 
 #include "qo_nvm.h"
 
@@ -6,7 +10,7 @@ namespace qo {
 
 gain_tables_ptr new_gain_tables(uint8_t count) {
   gain_tables_ptr tables(c_new<computed_upscale_lsc_tables>());
-  if (!tables) return nullptr;
+  if (tables == nullptr) return nullptr;
   tables->gain_tables = c_new_array<float*>(count);
   if (tables->gain_tables == nullptr) return nullptr;
   tables->table_count = count;
@@ -14,6 +18,7 @@ gain_tables_ptr new_gain_tables(uint8_t count) {
 }
 
 float* add_gain_block(computed_upscale_lsc_tables& tables, uint8_t index, size_t plane_samples) {
+  assert(index < tables.table_count && tables.gain_tables[index] == nullptr);
   // Zeroed although the builders mean to fill it: samples that a builder leaves out read as 0.
   tables.gain_tables[index] = c_new_array<float>(planes_per_block * plane_samples);
   return tables.gain_tables[index];

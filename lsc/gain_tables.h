@@ -2,11 +2,13 @@
 /// and where a mirrored sample lands.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 
 #include "base/c_heap.h"
+#include "lsc/byte_range.h"
 #include "qo_cmc/lsc.h"
 
 namespace qo {
@@ -14,15 +16,15 @@ namespace qo {
 /// Planes in one block, one for each colour channel.
 inline constexpr size_t planes_per_block = 4;
 
-/// Owner of a record and everything behind it.
+/// Owner of a record and of every block it names.
 using gain_tables_ptr =
     std::unique_ptr<computed_upscale_lsc_tables, deleter<deinit_computed_upscale_lsc_tables>>;
 
 /// A record of `count` blocks that are still null, or null when there is no memory.
 [[nodiscard]] gain_tables_ptr new_gain_tables(uint8_t count);
 
-/// Allocates block `index`: four planes of `plane_samples` zeros. Returns the block, which the
-/// record owns, or null when there is no memory.
+/// Allocates block `index`, which is still null: four planes of `plane_samples` zeros. Returns the
+/// block, which the record owns, or null when there is no memory.
 [[nodiscard]] float* add_gain_block(computed_upscale_lsc_tables& tables, uint8_t index,
                                     size_t plane_samples);
 
@@ -55,6 +57,7 @@ struct grid_mirror {
 template <typename Raw>
 void place_gains(const Raw* raw, size_t width, size_t height, float divisor, uint32_t orientation,
                  float* gains) {
+  assert(!overlap(bytes_of(gains, width * height), bytes_of(raw, width * height)));
   const grid_mirror mirror = mirror_of(orientation);
   if (!mirror.known) return;
   for (size_t row = 0; row < height; ++row) {

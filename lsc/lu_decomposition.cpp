@@ -1,67 +1,84 @@
-// Doolittle factorisation without pivoting.
+// lu_decomposition(): the left side of the surface fit's normal equations, and its factors.
+
+#include "qo_cmc/lsc.h"
+
+#include <cassert>
 
 #include "base/c_heap.h"
-#include "lsc/strided_matrix.h"
-#include "qo_cmc/lsc.h"
+#include "lsc/quartic_surface.h"
 #include "qo_cmc/status.h"
 
 namespace qo {
 namespace {
 
-/// Whether every element of a `size` x `size` matrix with these strides lies in the size * size * 4
-/// bytes from its base.
-[[nodiscard]] bool stays_inside(int32_t size, int32_t stride1, int32_t stride2) {
-  const int64_t bytes = int64_t{size} * size * int64_t{sizeof(float)};
-  const int64_t last_row = element_offset(size - 1, 0, stride1, stride2);
-  const int64_t last_column = element_offset(0, size - 1, stride1, stride2);
-  const int64_t lowest = (last_row < 0 ? last_row : 0) + (last_column < 0 ? last_column : 0);
-  const int64_t highest = (last_row > 0 ? last_row : 0) + (last_column > 0 ? last_column : 0);
-  return lowest >= 0 && highest + int64_t{sizeof(float)} <= bytes;
+/// The powers of a grid coordinate. Square and cube are exact integers that are rounded once.
+struct coordinate_powers {
+  explicit coordinate_powers(uint64_t coordinate)
+      : first(static_cast<float>(coordinate)),
+        second(static_cast<float>(coordinate * coordinate)),
+        third(static_cast<float>(coordinate * coordinate * coordinate)),
+        fourth(first * third) {}
+  float first;
+  float second;
+  float third;
+  float fourth;
+};
+
+/// One row of the design matrix: the monomials at one grid sample.
+void write_monomials(const coordinate_powers& x, const coordinate_powers& y, float* row) {
+  row[0] = 1.0f;
+  row[1] = x.first;
+  row[2] = y.first;
+  row[3] = x.second;
+  row[4] = x.first * y.first;
+  row[5] = y.second;
+  row[6] = x.third;
+  row[7] = x.second * y.first;
+  row[8] = x.first * y.second;
+  row[9] = y.third;
+  row[10] = x.fourth;
+  row[11] = x.third * y.first;
+  row[12] = x.second * y.second;
+  row[13] = x.first * y.third;
+  row[14] = y.fourth;
 }
 
-/// Factorises `work`, which is used up. Row and column k of both factors are taken from what is
-/// left of it, then their product is taken off the rest.
-void factorise(const strided_result& work, const strided_result& result, int32_t* dst_index,
-               int32_t size) {
-  result.set(0, 0, work.at(0, 0));
-  for (int32_t k = 0; k < size - 1; ++k) {
-    for (int32_t j = k + 1; j < size; ++j) {
-      result.set(j, k, work.at(j, k) / result.at(k, k));
-      result.set(k, j, work.at(k, j));
-    }
-    for (int32_t i = k + 1; i < size; ++i)
-      for (int32_t j = k + 1; j < size; ++j)
-        work.set(i, j, work.at(i, j) - result.at(i, k) * result.at(k, j));
-    dst_index[k] = k;
-    result.set(k + 1, k + 1, work.at(k + 1, k + 1));
+/// Samples count from 1 in both directions and follow one another row by row.
+void fill_design(float* design, uint32_t width, uint32_t height, size_t term_count) {
+  assert(term_count >= surface_terms);
+  for (uint32_t y = 1; y <= height; ++y) {
+    const coordinate_powers y_powers(y);
+    for (uint32_t x = 1; x <= width; ++x, design += term_count)
+      write_monomials(coordinate_powers(x), y_powers, design);
   }
-  dst_index[size - 1] = size - 1;
 }
 
 }  // namespace
 }  // namespace qo
 
-uint32_t lu_decomposition_m(const float* src, int32_t src_stride1, int32_t src_stride2,
-                            int32_t* dst_index, float* dst, int32_t dst_stride1,
-                            int32_t dst_stride2, int32_t width_height) {
-  // A negative size has a square too, and its working copy is asked for like any other.
-  const int64_t elements = int64_t{width_height} * width_height;
-  if (elements > INT32_MAX / int64_t{sizeof(float)}) return QO_CMC_NO_MEMORY;
-  if (dst_index == nullptr || dst == nullptr) return QO_CMC_INVALID_SIZE;
-  if (width_height >= 1 && !qo::stays_inside(width_height, src_stride1, src_stride2))
-    return QO_CMC_INVALID_SIZE;
-  const qo::heap_array<float> copy(qo::c_new_array<float>(static_cast<size_t>(elements)));
-  if (!copy) return QO_CMC_NO_MEMORY;
+uint32_t lu_decomposition(float* design, float* design_t, float* lu, int32_t* dst_index,
+                          uint16_t width, uint16_t height, uint16_t term_count) {
+  constexpr int32_t element = sizeof(float);
+  if (term_count < qo::surface_terms) return QO_CMC_STEP_FAILED;
+  const size_t normal_elements = size_t{term_count} * term_count;
+  if (!qo::is_addressable_grid(width, height) || normal_elements * sizeof(float) > INT32_MAX)
+    return QO_CMC_STEP_FAILED;
+  if (design == nullptr || design_t == nullptr || lu == nullptr || dst_index == nullptr)
+    return QO_CMC_STEP_FAILED;
+  const qo::heap_array<float> normal(qo::c_new_array<float>(normal_elements));
+  if (normal == nullptr) return QO_CMC_NO_MEMORY;
 
-  // The source is copied before anything is written, so that it may be factorised in place.
-  const bool has_source = width_height >= 1 && src != nullptr;
-  if (has_source) memcpy(copy.get(), src, static_cast<size_t>(elements) * sizeof(float));
-  // Contract: the first element is marked with the low byte of the element count. Only a size below
-  // 1 leaves the mark in place.
-  memset(dst, static_cast<int>(elements & 0xff), sizeof(float));
-  if (width_height < 1) return QO_CMC_OK;
-
-  qo::factorise(qo::strided_result(copy.get(), src_stride1, src_stride2),
-                qo::strided_result(dst, dst_stride1, dst_stride2), dst_index, width_height);
+  qo::fill_design(design, width, height, term_count);
+  const int32_t samples = static_cast<int32_t>(uint32_t{width} * height);
+  const int32_t terms = term_count;
+  if (transpose_m(design, terms * element, element, terms, samples, design_t, samples * element,
+                  element) != QO_CMC_OK)
+    return QO_CMC_STEP_FAILED;
+  if (mul_mm(design_t, samples * element, element, samples, terms, design, terms * element, element,
+             terms, samples, normal.get(), terms * element, element) != QO_CMC_OK)
+    return QO_CMC_STEP_FAILED;
+  if (lu_decomposition_m(normal.get(), terms * element, element, dst_index, lu, terms * element,
+                         element, terms) != QO_CMC_OK)
+    return QO_CMC_STEP_FAILED;
   return QO_CMC_OK;
 }

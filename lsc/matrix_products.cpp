@@ -1,7 +1,10 @@
-// Transpose and products of small matrices.
+// transpose_m(), mul_mm() and mul_mv(): transpose and products of small matrices.
+
+#include "qo_cmc/lsc.h"
+
+#include <cstring>
 
 #include "lsc/strided_matrix.h"
-#include "qo_cmc/lsc.h"
 #include "qo_cmc/status.h"
 
 namespace qo {
@@ -40,12 +43,12 @@ void dot_lanes(sum_operand a, sum_operand b, LaneStep lane_step, int32_t count,
 }
 
 struct packed_lanes {
-  constexpr ptrdiff_t operator()() const { return sizeof(float); }
+  [[nodiscard]] constexpr ptrdiff_t operator()() const { return sizeof(float); }
 };
 
 struct spaced_lanes {
   ptrdiff_t step;
-  constexpr ptrdiff_t operator()() const { return step; }
+  [[nodiscard]] constexpr ptrdiff_t operator()() const { return step; }
 };
 
 /// A row (or column) of results: dst[j] = dot(a, b moved by j * lane_step), j below `results`.

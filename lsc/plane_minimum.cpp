@@ -1,5 +1,6 @@
 #include "lsc/plane_minimum.h"
 
+#include <cassert>
 #include <cstdint>
 
 namespace qo {
@@ -15,6 +16,7 @@ namespace {
 }  // namespace
 
 float running_minimum(const float* values, size_t count) {
+  assert(count >= 1);
   constexpr size_t lanes = 32;
   if (count < lanes) return minimum_in_order(values, count);
 

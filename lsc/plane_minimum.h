@@ -7,7 +7,7 @@ namespace qo {
 
 /// The running minimum from the first of `count` >= 1 values: m = m < v ? m : v.
 ///
-/// Contract: a NaN replaces the minimum, and the value behind it replaces the NaN, so the result is
+/// Contract: a NaN replaces the minimum, and the value after it replaces the NaN, so the result is
 /// the minimum of what follows the last NaN, and a NaN only when that stands last. The sign of a
 /// zero is not defined.
 [[nodiscard]] float running_minimum(const float* values, size_t count);

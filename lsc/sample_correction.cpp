@@ -1,16 +1,22 @@
-// The correction of lens-shading tables by the gain planes of one camera module.
+// ratio_based_sample_to_sample_correction(): lens-shading tables times the gain planes of one
+// camera module.
 
+#include "qo_cmc/lsc.h"
+
+#include <cassert>
 #include <cstddef>
+#include <cstring>
 
 #include "base/float_to_int.h"
+#include "base/load.h"
+#include "lsc/byte_range.h"
 #include "lsc/colour_cells.h"
-#include "qo_cmc/lsc.h"
 #include "qo_cmc/status.h"
 
 namespace qo {
 namespace {
 
-/// Replaces both green planes by their mean.
+/// Replaces both green planes by their mean. They never are one plane (colour_cells.h).
 void average_greens(float* green_1, float* green_2, size_t count) {
   for (size_t i = 0; i < count; ++i) {
     const float mean = (green_1[i] + green_2[i]) * 0.5f;
@@ -19,17 +25,48 @@ void average_greens(float* green_1, float* green_2, size_t count) {
   }
 }
 
-/// target[i] = source[i] * gains[i]. Contract: no clamp, the low 16 bits are kept.
-void scale_table(const uint16_t* source, const float* gains, uint16_t* target, size_t count) {
-  // In groups, through 32-bit values: in a loop that narrows as it goes compilers narrow every mask
-  // of the saturation as well, which costs more than the product.
+/// source[i] * gains[i]. Contract: no clamp, the low 16 bits are what counts.
+[[nodiscard]] uint32_t product_at(const uint16_t* source, const float* gains, size_t i) {
+  return truncate_for_low_16(static_cast<float>(load<uint16_t>(source, i * sizeof *source)) *
+                             load<float>(gains, i * sizeof *gains));
+}
+
+void store_sample(uint32_t product, uint16_t* target, size_t i) {
+  const auto sample = static_cast<uint16_t>(product);
+  memcpy(reinterpret_cast<uint8_t*>(target) + i * sizeof sample, &sample, sizeof sample);
+}
+
+/// The rule itself. Samples and gains go through memcpy: a compiler takes it that no store of a
+/// sample changes a gain, and tables may stand at odd addresses.
+void scale_in_order(const uint16_t* source, const float* gains, uint16_t* target, size_t count) {
+  for (size_t i = 0; i < count; ++i) store_sample(product_at(source, gains, i), target, i);
+}
+
+/// The same for a target that no load can see before its group is stored.
+void scale_in_groups(const uint16_t* source, const float* gains, uint16_t* target, size_t count) {
+  // Through 32-bit values: in a loop that narrows as it goes compilers narrow every mask of the
+  // saturation as well, which costs more than the product.
   constexpr size_t group = 64;
   uint32_t products[group];
   for (size_t done = 0; done < count; done += group) {
     const size_t left = count - done < group ? count - done : group;
-    for (size_t i = 0; i < left; ++i)
-      products[i] = truncate_for_low_16(static_cast<float>(source[done + i]) * gains[done + i]);
-    for (size_t i = 0; i < left; ++i) target[done + i] = static_cast<uint16_t>(products[i]);
+    for (size_t i = 0; i < left; ++i) products[i] = product_at(source, gains, done + i);
+    for (size_t i = 0; i < left; ++i) store_sample(products[i], target, done + i);
+  }
+}
+
+/// target[i] = source[i] * gains[i], for i ascending.
+/// Contract: whatever overlaps what, sample i and its gain are loaded after the two bytes of
+/// target[i - 1] are stored.
+void scale_table(const uint16_t* source, const float* gains, uint16_t* target, size_t count) {
+  const byte_range written = bytes_of(target, count);
+  const bool groups_see_no_store =
+      (target == source || !overlap(written, bytes_of(source, count))) &&
+      !overlap(written, bytes_of(gains, count));
+  if (groups_see_no_store) {
+    scale_in_groups(source, gains, target, count);
+  } else {
+    scale_in_order(source, gains, target, count);
   }
 }
 
@@ -50,6 +87,7 @@ class colour_planes {
       : table_(table), numbers_(numbers), plane_samples_(plane_samples) {}
 
   [[nodiscard]] float* operator[](colour site) const {
+    assert(site != colour::no);
     return table_ + numbers_.of[static_cast<size_t>(site)] * plane_samples_;
   }
 
@@ -100,7 +138,7 @@ uint64_t ratio_based_sample_to_sample_correction(lens_shading_set* target,
     if (from.aux == 0 || from.aux > gains->table_count) return QO_CMC_INVALID;
     float* const table = gains->gain_tables[from.aux - 1];
     if (table == nullptr) return QO_CMC_INVALID_SIZE;
-    // The codes are tested behind the light's table, whose faults come first.
+    // The codes are tested after the light's table, whose faults come first.
     if (!numbers.known || cell.side == 0) return QO_CMC_INVALID;
 
     const qo::colour_planes planes(table, numbers, samples);

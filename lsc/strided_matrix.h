@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #include "base/load.h"
 
@@ -21,30 +22,16 @@ inline void store_float(uint8_t* address, float value) { memcpy(address, &value,
   return ptrdiff_t{row} * stride1 + ptrdiff_t{column} * stride2;
 }
 
-class strided_source {
+/// `Byte` is const for a matrix that is only read.
+template <typename Byte>
+class strided_matrix {
  public:
-  strided_source(const void* base, int32_t stride1, int32_t stride2)
-      : base_(static_cast<const uint8_t*>(base)), stride1_(stride1), stride2_(stride2) {}
+  using void_type = std::conditional_t<std::is_const_v<Byte>, const void, void>;
 
-  [[nodiscard]] const uint8_t* address(int32_t row, int32_t column) const {
-    return base_ + element_offset(row, column, stride1_, stride2_);
-  }
-  [[nodiscard]] float at(int32_t row, int32_t column) const {
-    return load_float(address(row, column));
-  }
+  strided_matrix(void_type* base, int32_t stride1, int32_t stride2)
+      : base_(static_cast<Byte*>(base)), stride1_(stride1), stride2_(stride2) {}
 
- private:
-  const uint8_t* base_;
-  int32_t stride1_;
-  int32_t stride2_;
-};
-
-class strided_result {
- public:
-  strided_result(void* base, int32_t stride1, int32_t stride2)
-      : base_(static_cast<uint8_t*>(base)), stride1_(stride1), stride2_(stride2) {}
-
-  [[nodiscard]] uint8_t* address(int32_t row, int32_t column) const {
+  [[nodiscard]] Byte* address(int32_t row, int32_t column) const {
     return base_ + element_offset(row, column, stride1_, stride2_);
   }
   [[nodiscard]] float at(int32_t row, int32_t column) const {
@@ -55,9 +42,12 @@ class strided_result {
   }
 
  private:
-  uint8_t* base_;
+  Byte* base_;
   int32_t stride1_;
   int32_t stride2_;
 };
+
+using strided_source = strided_matrix<const uint8_t>;
+using strided_result = strided_matrix<uint8_t>;
 
 }  // namespace qo

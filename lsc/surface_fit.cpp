@@ -1,10 +1,12 @@
-// Fits a surface to each of four grids, with the factors of their common normal matrix.
+// lsc_polynomial_upscale_float(): fits a surface to each of four grids, with the factors of their
+// common normal matrix, and samples it.
+
+#include "qo_cmc/lsc.h"
 
 #include <cstring>
 
 #include "base/c_heap.h"
 #include "lsc/quartic_surface.h"
-#include "qo_cmc/lsc.h"
 #include "qo_cmc/status.h"
 
 namespace qo {
@@ -49,7 +51,7 @@ uint32_t lsc_polynomial_upscale_float(const float* design_t, const float* lu,
   const size_t coefficient_count = term_count < qo::surface_terms ? qo::surface_terms : term_count;
   const qo::heap_array<float> right_side(qo::c_new_array<float>(term_count));
   const qo::heap_array<float> coefficients(qo::c_new_array<float>(coefficient_count));
-  if (!right_side || !coefficients) return QO_CMC_STEP_FAILED;
+  if (right_side == nullptr || coefficients == nullptr) return QO_CMC_STEP_FAILED;
 
   constexpr int32_t element = sizeof(float);
   const int32_t samples = static_cast<int32_t>(uint32_t{grid_width} * grid_height);
@@ -58,7 +60,7 @@ uint32_t lsc_polynomial_upscale_float(const float* design_t, const float* lu,
                samples, right_side.get(), element) != QO_CMC_OK)
       return QO_CMC_STEP_FAILED;
     const qo::heap_array<float> y(qo::c_new_array<float>(term_count));
-    if (!y) return QO_CMC_STEP_FAILED;
+    if (y == nullptr) return QO_CMC_STEP_FAILED;
     // Contract: the factorisation's mark; the substitution's first step replaces it.
     memset(y.get(), term_count & 0xff, sizeof(float));
     qo::substitute_forward(lu, right_side.get(), y.get(), term_count);

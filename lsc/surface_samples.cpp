@@ -1,9 +1,10 @@
-// Samples a quartic surface on a grid of another size.
+// do_polynomial_upscale(): samples a quartic surface on a grid of another size.
+
+#include "qo_cmc/lsc.h"
 
 #include <cstddef>
 
 #include "image_utils/corner_alignment.h"
-#include "qo_cmc/lsc.h"
 
 namespace qo {
 namespace {
@@ -13,7 +14,7 @@ struct row_quartic {
   float k0, k1, k2, k3, k4;
 };
 
-/// Gathers the terms by power of x. What depends on y alone is summed here, once for each row.
+/// Gathers the terms by power of x. What depends only on y is summed here, once for each row.
 [[nodiscard]] row_quartic quartic_at(const float* c, float y) {
   const float y2 = y * y;
   const float y3 = y * y2;

@@ -1,4 +1,6 @@
-// Gain tables of one camera module by bicubic interpolation.
+// compute_upscaled_lsc_tables_bicubic(): gain tables of one camera module by bicubic interpolation.
+
+#include "qo_cmc/lsc.h"
 
 #include "lsc/gain_tables.h"
 #include "qo_cmc/image_utils.h"
@@ -19,7 +21,7 @@ struct interpolated_planes {
 
   [[nodiscard]] bool is_complete() const {
     for (const heap_array<float>& plane : planes)
-      if (!plane) return false;
+      if (plane == nullptr) return false;
     return true;
   }
 
@@ -68,7 +70,7 @@ void convert_to_gains(const interpolated_planes& work, uint8_t fraction_bits, ui
   const interpolated_planes work(out_width, out_height);
   if (!work.is_complete()) return nullptr;
   gain_tables_ptr tables = new_gain_tables(module.lsc_set_count);
-  if (!tables) return nullptr;
+  if (tables == nullptr) return nullptr;
   for (uint8_t index = 0; index < module.lsc_set_count; ++index) {
     const lsc_calibration_set& set = module.lsc_sets[index];
     float* const block = add_gain_block(*tables, index, work.samples());

@@ -1,4 +1,7 @@
-// Gain tables of one camera module by the quartic surface.
+// compute_upscaled_lsc_tables_polynom4th(): gain tables of one camera module by the quartic
+// surface.
+
+#include "qo_cmc/lsc.h"
 
 #include "lsc/gain_tables.h"
 #include "lsc/plane_minimum.h"
@@ -25,8 +28,8 @@ struct surface_workspace {
 
   [[nodiscard]] bool is_complete() const {
     for (const heap_array<float>& grid : grids)
-      if (!grid) return false;
-    return design && design_t && lu && index;
+      if (grid == nullptr) return false;
+    return design != nullptr && design_t != nullptr && lu != nullptr && index != nullptr;
   }
 
   uint8_t width;
@@ -78,9 +81,9 @@ void load_gains(const lsc_calibration_set& set, uint32_t orientation, surface_wo
                                                const calibration& module, uint32_t orientation) {
   surface_workspace work(module.lsc_grid_width, module.lsc_grid_height);
   gain_tables_ptr tables = new_gain_tables(module.lsc_set_count);
-  if (!work.is_complete() || !tables) return nullptr;
+  if (!work.is_complete() || tables == nullptr) return nullptr;
 
-  // The factors depend on the grid's size alone and serve every set and channel.
+  // The factors depend only on the grid's size and serve every set and channel.
   if (lu_decomposition(work.design.get(), work.design_t.get(), work.lu.get(), work.index.get(),
                        work.width, work.height, surface_terms) != QO_CMC_OK)
     return nullptr;

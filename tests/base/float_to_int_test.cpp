@@ -33,6 +33,18 @@ TYPED_TEST(TruncateToI32, SaturatesBeyondTheRange) {
     EXPECT_EQ(INT32_MIN, truncate_to_i32(value));
 }
 
+TYPED_TEST(TruncateToI32, SaturatesExactlyAtTheEndsOfTheRange) {
+  constexpr TypeParam end = 2147483648.0;
+  // While compiling, a cast that leaves the range is an error.
+  static_assert(truncate_to_i32(end) == INT32_MAX);
+  static_assert(truncate_to_i32(-end) == INT32_MIN);
+  // At run time the value is one that no compiler can know, and has folded its own way.
+  const volatile TypeParam unknown_end = end;
+  const volatile TypeParam unknown_start = -end;
+  EXPECT_EQ(INT32_MAX, truncate_to_i32(static_cast<TypeParam>(unknown_end)));
+  EXPECT_EQ(INT32_MIN, truncate_to_i32(static_cast<TypeParam>(unknown_start)));
+}
+
 TYPED_TEST(TruncateToI32, KeepsTheLastValuesInsideTheRange) {
   const TypeParam highest = std::nextafter(TypeParam{2147483648.0}, TypeParam{0});
   EXPECT_EQ(static_cast<int32_t>(static_cast<int64_t>(highest)), truncate_to_i32(highest));
@@ -57,6 +69,10 @@ TEST(TruncateForLow16, HasTheLow16BitsOfTheSaturatedValue) {
     EXPECT_EQ(0xffff, static_cast<uint16_t>(truncate_for_low_16(value)));
   for (const float value : {-0x1p31f, -1e30f, -infinity, nan, -nan})
     EXPECT_EQ(0, static_cast<uint16_t>(truncate_for_low_16(value)));
+  const volatile float unknown_end = 0x1p31f;
+  const volatile float unknown_start = -0x1p31f;
+  EXPECT_EQ(0xffff, static_cast<uint16_t>(truncate_for_low_16(unknown_end)));
+  EXPECT_EQ(0, static_cast<uint16_t>(truncate_for_low_16(unknown_start)));
   EXPECT_EQ(24464, static_cast<uint16_t>(truncate_for_low_16(90000.5f)));
   EXPECT_EQ(65535, static_cast<uint16_t>(truncate_for_low_16(-1.5f)));
 }

@@ -141,7 +141,7 @@ INSTANTIATE_TEST_SUITE_P(Table, Merge, testing::ValuesIn(merge_cases),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(CalibrationMerge, MultipliesTheSourceByThePlanesOfTheLightsSet) {
-  // Records 28 and 33 store a light's set less 1 in `aux`; the default heads number them from 1.
+  // Record 33 stores a light's set less 1 in `aux`; the default heads number the sets from 1.
   const std::vector<uint8_t> image = container_of({}).image();
   kit::fake_platform platform;
   kit::module_calibration module = sloping_module();

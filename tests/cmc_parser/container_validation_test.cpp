@@ -10,7 +10,7 @@ using writer::container;
 
 bool accepted(const std::vector<uint8_t>& image) { return kit::parse(image) != nullptr; }
 
-/// An image of `size` bytes, at least 24: a record 5 that fills it, rule A by hand.
+/// A container of one record 5, then `tail`, of which its size and its checksum know nothing yet.
 std::vector<uint8_t> image_with_tail(const std::vector<uint8_t>& tail) {
   std::vector<uint8_t> image = container().add(writer::record_5()).image();
   image.insert(image.end(), tail.begin(), tail.end());

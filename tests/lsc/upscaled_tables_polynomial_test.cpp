@@ -174,6 +174,16 @@ TEST(PolynomialTables, FailWhenASizeIsZero) {
   EXPECT_EQ(build(10, 10, module), nullptr);
 }
 
+TEST(PolynomialTables, FailWithAnEmptyGridAlsoWhenThereAreNoSets) {
+  module_calibration module(0, 9, 9, 8, shading);
+  module.object().lsc_grid_width = 5;
+  module.object().lsc_grid_height = 0;
+  EXPECT_EQ(nullptr, build(12, 10, module));
+  module.object().lsc_grid_width = 0;
+  module.object().lsc_grid_height = 5;
+  EXPECT_EQ(nullptr, build(12, 10, module));
+}
+
 TEST(PolynomialTables, FailWithoutACalibrationItsSetsOrOneOfItsGrids) {
   EXPECT_EQ(compute_upscaled_lsc_tables_polynom4th(10, 10, nullptr, 0), nullptr);
   module_calibration module(2, 9, 9, 8, shading);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 
@@ -20,16 +21,17 @@ struct plane_size {
 /// Contract: an index inside the plane is never altered. One past the end of its row reads the
 /// next.
 template <typename Sample>
-class held_samples {
+class clamped_samples {
  public:
-  held_samples(const Sample* plane, const plane_size& size, uint64_t start) {
+  clamped_samples(const Sample* plane, const plane_size& size, uint64_t start) {
+    assert(size.width >= 1 && size.height >= 1);
     const uint64_t plane_last = size.width * size.height - 1;
-    const uint64_t held_start = std::min(start, plane_last);
-    first_ = plane + held_start;
-    last_ = plane_last - held_start;
+    const uint64_t clamped_start = std::min(start, plane_last);
+    first_ = plane + clamped_start;
+    last_ = plane_last - clamped_start;
   }
 
-  Sample operator[](uint64_t index) const { return first_[std::min(index, last_)]; }
+  [[nodiscard]] Sample operator[](uint64_t index) const { return first_[std::min(index, last_)]; }
 
  private:
   const Sample* first_;
@@ -38,8 +40,8 @@ class held_samples {
 
 /// The samples from (row, column) on, where a row past the last is the last.
 template <typename Sample>
-[[nodiscard]] held_samples<Sample> samples_from(const Sample* plane, const plane_size& size,
-                                                uint64_t row, uint64_t column) {
+[[nodiscard]] clamped_samples<Sample> samples_from(const Sample* plane, const plane_size& size,
+                                                   uint64_t row, uint64_t column) {
   return {plane, size, std::min(row, size.height - 1) * size.width + column};
 }
 
