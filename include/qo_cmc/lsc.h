@@ -259,15 +259,17 @@ void do_polynomial_upscale(float* destination, const float* coefficients, uint16
  *
  * A grid of fewer than five columns or rows does not determine the surface, and rounding decides
  * whether every minimum is above 0, that is whether there is a result. With a side of 1 or 2 there
- * was none in any trial. With a side of 3 or 4 it depends on the pair of sides; of 800 smooth grids
- * for each pair up to 20 (columns x rows), each at seven output sizes, the call gave null
+ * was none in any trial. With a side of 3 or 4 it depends on the pair of sides. Of 800 smooth grids
+ * for each pair up to 20, half of them with a little noise, each at seven output sizes, the call
+ * gave null (columns x rows)
  *
  *     always     3 x 3, 3 x 6, 3 x 12, 6 x 3, 4 x 5, 4 x 10, 4 x 20, 5 x 4, 10 x 4
  *     at times   3 x 7, 3 x 8, 3 x 11, 3 x 13 to 3 x 16, 7 x 3 to 9 x 3, 12 x 3 to 15 x 3, 17 x 3,
  *                18 x 3, 20 x 4
  *     never      all other pairs
  *
- * Grids of random values give null more often, and larger ones too then: their surface dips to 0.
+ * Grids of random values give null more often, and can from five columns and rows on too: their
+ * surface may dip to 0.
  *
  * @param[in] out_width, out_height  size of the gain planes; the low 16 bits count
  * @param[in] module       the module's calibration; only read
