@@ -14,10 +14,11 @@
  * `lens_shading_ext` from kind 11 and `record_31` from kind 3 the first; otherwise the last.
  *
  * Layout: little-endian, 64-bit pointers. A copy starts at an address that is aligned for every
- * type, but a pointer into it is aligned only as its offset is. Where that can be less than the
- * elements need, the pointer is one to bytes and its comment says how far it is aligned: copy such
- * an element into a variable with memcpy, as examples/parse_container.c does, instead of casting
- * the pointer. Blocks that a slot owns are aligned for their type.
+ * type, but a pointer into it is aligned only as its offset is. Such a pointer is one to bytes,
+ * except in the tables of records 31 and 34, and its comment says how far it is aligned. Where that
+ * is less than an element needs, the element is copied into a variable with memcpy, as
+ * examples/parse_container.c does; it is not read through the pointer. Blocks that a slot owns are
+ * aligned for their type.
  *
  * Members whose meaning is not fixed are named for their place: `value_12` is the value at byte 12
  * of the record or entry, `bytes_18` the bytes from byte 18 on, unless the comment gives another
@@ -66,7 +67,7 @@ typedef struct module_properties_record {
 /** One entry of the sub-table of record 15. */
 typedef struct record_15_entry {
   uint64_t value_0;       /**< entry byte 0, u64 */
-  uint32_t value_8;       /**< its upper half is the number of elements of both arrays */
+  uint32_t value_8;       /**< entry byte 8, u32; its upper half counts both arrays' elements */
   uint32_t padding_12;    /**< 0 */
   uint16_t* array_first;  /**< owned */
   uint16_t* array_second; /**< owned */
