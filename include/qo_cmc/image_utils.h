@@ -6,11 +6,15 @@
  * index r * w + c. Several planes are passed as an array of plane pointers and their number. All
  * arrays are the caller's; no function keeps a pointer. Every function may run on several threads
  * at once, and gives the same bits on every processor (the sign and payload of a NaN excepted).
+ *
+ * A function that returns a value returns one of the status codes of status.h.
  */
 #ifndef QO_CMC_IMAGE_UTILS_H
 #define QO_CMC_IMAGE_UTILS_H
 
 #include <stdint.h>
+
+#include "status.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -21,8 +25,8 @@ extern "C" {
 
 /** A pair of signed 32-bit values, passed by value: columns, then rows. */
 struct size_pair_i32 {
-  int32_t x;
-  int32_t y;
+  int32_t x; /**< columns */
+  int32_t y; /**< rows */
 };
 
 /* ---- Border extrapolation and bicubic upscale to float ---- */
@@ -30,12 +34,12 @@ struct size_pair_i32 {
 /**
  * Extrapolates one border cell of a buffer of floats: writes *cell from its neighbours inward.
  *
- *   mode                    value; s is `stride`, c[k] the float k places from `cell`
- *   0, 1  top, bottom       2 c[+s] - c[+2s],  2 c[-s] - c[-2s]
- *   2, 3  left, right       2 c[+1] - c[+2],   2 c[-1] - c[-2]
- *   4, 5  top left, right   the mean of the values of 0 and 2, of 0 and 3
- *   6, 7  bottom left, right  the mean of the values of 1 and 2, of 1 and 3
- *   else                    0
+ *     mode                      value; s is `stride`, c[k] the float k places from `cell`
+ *     0, 1  top, bottom         2 c[+s] - c[+2s],  2 c[-s] - c[-2s]
+ *     2, 3  left, right         2 c[+1] - c[+2],   2 c[-1] - c[-2]
+ *     4, 5  top left, right     the mean of the values of 0 and 2, of 0 and 3
+ *     6, 7  bottom left, right  the mean of the values of 1 and 2, of 1 and 3
+ *     else                      0
  *
  * Single precision; 2 a is a + a, a mean is (((2 v1 - v2) + 2 h1) - h2) * 0.5 with v1, v2 the cells
  * above or below, h1, h2 those beside.
@@ -52,37 +56,39 @@ void interpolate_gain_value(float* cell, uint16_t stride, uint32_t mode);
  * Enlarges planes of 8-bit samples to float planes by bicubic interpolation (the Catmull-Rom
  * spline, that is cubic convolution with a = -1/2).
  *
- *   dst(y, x) = sum over m, n of a[m][n] ty^m tx^n,  held to -255 ... 65535; a NaN becomes -255
- *   Y = y sy,  j = trunc(Y),  ty = Y - j,  sy = (in_h - 1) / (out_h - 1)
- *   X = x sx,  i = trunc(X),  tx = X - i,  sx = (in_w - 1) / (out_w - 1)
- *   a[m][n] = sum over r, c of M[m][r] M[n][c] P(j - 1 + r, i - 1 + c),  r, c = 0 ... 3
+ *     dst(y, x) = sum over m, n of a[m][n] ty^m tx^n,  clamped to -255 ... 65535
+ *     Y = y sy,  j = trunc(Y),  ty = Y - j,  sy = (in_h - 1) / (out_h - 1)
+ *     X = x sx,  i = trunc(X),  tx = X - i,  sx = (in_w - 1) / (out_w - 1)
+ *     a[m][n] = sum over r, c of M[m][r] M[n][c] P(j - 1 + r, i - 1 + c),  r, c = 0 ... 3
  *
- *        |  0     1     0     0   |
- *   M =  | -0.5   0     0.5   0   |
- *        |  1    -2.5   2    -0.5 |
- *        | -0.5   1.5  -1.5   0.5 |
+ *          |  0     1     0     0   |
+ *     M =  | -0.5   0     0.5   0   |
+ *          |  1    -2.5   2    -0.5 |
+ *          | -0.5   1.5  -1.5   0.5 |
  *
  * P is the source plane, continued as create_extrapolated_buffer_for_bicubic_u16() does it. The
  * mapping is corner-aligned: the first and last output samples fall on the first and last source
- * samples. A sample that falls on a source sample equals it.
+ * samples. A sample that falls on a source sample equals it. Integer samples cannot give a NaN.
  *
  * Single precision throughout, in this order: the sums of a[m][n] ascend over r, then c; then
  * R_m = ((a[m][0] + a[m][1] tx) + a[m][2] tx^2) + a[m][3] tx^3, and the value is
  * ((R_0 + R_1 ty) + R_2 ty^2) + R_3 ty^3, with t^2 = t t and t^3 = t^2 t.
  *
- * @param[in]  src_planes  `n_planes` planes of in_h x in_w samples
- * @param[out] dst_planes  `n_planes` planes of out_h x out_w floats, in units of the source, none
- *                         overlapping a source
+ * @param[in]  src_planes    `n_planes` planes of in_h x in_w samples
+ * @param[out] dst_planes    `n_planes` planes of out_h x out_w floats, in units of the source, none
+ *                           overlapping a source
  * @param[in]  in_w, in_h    columns and rows of a source plane, each 2 to 65532
- * @param[in]  out_w, out_h  columns and rows of an output plane, none below its source's
+ * @param[in]  out_w, out_h  columns and rows of an output plane: out_w at least in_w, out_h at
+ *                           least in_h
  * @param[in]  n_planes      number of planes
- * @return, in the order of the tests:
- *         32 a side of the source is below 2 or above 65532, or an output side below its source's;
- *         0 there are no planes, no pointer is looked at;
- *         32 an array or a plane in it is null;
- *         4 the working memory of (in_w + 3) (in_h + 3) + 4 out_w floats cannot be allocated;
- *         0 done.
- *         With 32 and 4 nothing is written
+ * @return in the order of the tests:
+ *         - QO_CMC_INVALID_SIZE (32): a side of the source is below 2 or above 65532, or an output
+ *           side is below its source's; nothing is written
+ *         - QO_CMC_OK (0): there are no planes; no pointer is looked at
+ *         - QO_CMC_INVALID_SIZE (32): an array or a plane in it is null; nothing is written
+ *         - QO_CMC_NO_MEMORY (4): the working memory of (in_w + 3) (in_h + 3) + 4 out_w floats
+ *           cannot be allocated; nothing is written
+ *         - QO_CMC_OK (0): done
  */
 uint32_t image_bicubic_upscale_uint8_to_float(const uint8_t* const* src_planes,
                                               float* const* dst_planes, uint16_t in_w,
@@ -90,14 +96,26 @@ uint32_t image_bicubic_upscale_uint8_to_float(const uint8_t* const* src_planes,
                                               uint16_t n_planes);
 
 /**
- * Enlarges planes of 16-bit samples to float planes: image_bicubic_upscale_uint8_to_float() in
- * every other respect. Where the surface leaves the range -255 ... 65535, as beside steep edges,
- * it is cut off there.
+ * Enlarges planes of 16-bit samples to float planes by bicubic interpolation: the formula and the
+ * order of image_bicubic_upscale_uint8_to_float(), corner-aligned, single precision, clamped to
+ * -255 ... 65535. Where the surface leaves that range, as beside steep edges, it is cut off there.
+ * Integer samples cannot give a NaN.
  *
- * @param[in]  src_planes  `n_planes` planes of in_h x in_w samples
- * @param[out] dst_planes  `n_planes` planes of out_h x out_w floats, none overlapping a source
- * @param[in]  in_w, in_h, out_w, out_h, n_planes  as there
- * @return as there
+ * @param[in]  src_planes    `n_planes` planes of in_h x in_w samples
+ * @param[out] dst_planes    `n_planes` planes of out_h x out_w floats, in units of the source, none
+ *                           overlapping a source
+ * @param[in]  in_w, in_h    columns and rows of a source plane, each 2 to 65532
+ * @param[in]  out_w, out_h  columns and rows of an output plane: out_w at least in_w, out_h at
+ *                           least in_h
+ * @param[in]  n_planes      number of planes
+ * @return in the order of the tests:
+ *         - QO_CMC_INVALID_SIZE (32): a side of the source is below 2 or above 65532, or an output
+ *           side is below its source's; nothing is written
+ *         - QO_CMC_OK (0): there are no planes; no pointer is looked at
+ *         - QO_CMC_INVALID_SIZE (32): an array or a plane in it is null; nothing is written
+ *         - QO_CMC_NO_MEMORY (4): the working memory of (in_w + 3) (in_h + 3) + 4 out_w floats
+ *           cannot be allocated; nothing is written
+ *         - QO_CMC_OK (0): done
  */
 uint32_t image_bicubic_upscale_uint16_to_float(const uint16_t* const* src_planes,
                                                float* const* dst_planes, uint16_t in_w,
@@ -111,7 +129,7 @@ uint32_t image_bicubic_upscale_uint16_to_float(const uint16_t* const* src_planes
  * functions need it: by one row above and one column to the left, two rows below and two columns to
  * the right.
  *
- *   buffer(r + 1, c + 1) = src(r, c)
+ *     buffer(r + 1, c + 1) = src(r, c)
  *
  * The border cells get the values of interpolate_gain_value(), in this order: with each row of
  * samples its cell to the left and its two cells to the right; the row above, from mode 0, then its
@@ -134,14 +152,14 @@ void create_extrapolated_buffer_for_bicubic_u16(const uint16_t* src, float* buff
  * Resizes a float plane to 16-bit samples with 10 fractional bits by bicubic interpolation (the
  * Catmull-Rom spline), at any ratio: a smaller output takes points of the surface.
  *
- *   dst(i, k) = low 16 bits of trunc(1024 S(y, x)),
- *   y = i / (out_h - 1) * (in_h - 1),  x = k / (out_w - 1) * (in_w - 1)
+ *     dst(i, k) = low 16 bits of trunc(1024 S(y, x))
+ *     y = i / (out_h - 1) * (in_h - 1),  x = k / (out_w - 1) * (in_w - 1)
  *
  * Corner-aligned, single precision, divided before multiplied: so also at equal sizes a position
  * can fall a rounding short of its sample. An output side of 1 takes position 0. S runs the spline
  * through p0 ... p3,
  *
- *   p1 + t/2 ((p2 - p0) + t ((2 p0 - 5 p1 + 4 p2 - p3) + t (3 (p1 - p2) + p3 - p0))),
+ *     p1 + t/2 ((p2 - p0) + t ((2 p0 - 5 p1 + 4 p2 - p3) + t (3 (p1 - p2) + p3 - p0))),
  *
  * along the rows floor(y) - 1 ... floor(y) + 2 of the source with t = x - floor(x), then through
  * the four row values with t = y - floor(y). The source is continued on all sides as
@@ -151,35 +169,44 @@ void create_extrapolated_buffer_for_bicubic_u16(const uint16_t* src, float* buff
  * Contract: the product 1024 S is truncated toward zero to a signed 32-bit value; beyond its range
  * it saturates, and a NaN gives 0. There is no clamp to 16 bits: -1 becomes 65535, 65536 becomes 0.
  *
- * @param[in]  src  in_h x in_w floats; 1.0 gives 1024
+ * @param[in]  src           in_h x in_w floats; 1.0 gives 1024
  * @param[in]  in_h, in_w    rows and columns of `src`, each 1 to 65532: rows come first. With a
- * side of 1 border cells that are read before they are written count as 0
- * @param[out] dst  out_h x out_w samples, not overlapping `src`
+ *                           side of 1, border cells that are read before they are written count
+ *                           as 0
+ * @param[out] dst           out_h x out_w samples, not overlapping `src`
  * @param[in]  out_h, out_w  rows and columns of `dst`
- * @return, in the order of the tests:
- *         32 in_h or in_w is 0 or above 65532;
- *         0 out_h or out_w is 0, no pointer is looked at;
- *         32 a pointer is null;
- *         4 the working memory of (in_h + 3) (in_w + 3) floats cannot be allocated;
- *         0 done.
- *         With 32 and 4 nothing is written
+ * @return in the order of the tests:
+ *         - QO_CMC_INVALID_SIZE (32): in_h or in_w is 0 or above 65532; nothing is written
+ *         - QO_CMC_OK (0): out_h or out_w is 0; no pointer is looked at
+ *         - QO_CMC_INVALID_SIZE (32): a pointer is null; nothing is written
+ *         - QO_CMC_NO_MEMORY (4): the working memory of (in_h + 3) (in_w + 3) floats cannot be
+ *           allocated; nothing is written
+ *         - QO_CMC_OK (0): done
  */
 uint32_t bicubic_resize_32f_to_u16p10(const float* src, uint16_t in_h, uint16_t in_w, uint16_t* dst,
                                       uint16_t out_h, uint16_t out_w);
 
 /**
  * Resizes a plane of 16-bit samples with any number of fractional bits to 16-bit samples with 10:
- * bicubic_resize_32f_to_u16p10() of the plane src / 2^in_frac_bits, except that an output side of 1
- * is refused.
+ * the result of bicubic_resize_32f_to_u16p10() for the plane src / 2^in_frac_bits, except that an
+ * output side of 1 is refused. The low 16 bits of the truncated value are stored, without a clamp.
  *
- * @param[in]  src  in_h x in_w samples
- * @param[in]  in_h, in_w    rows and columns of `src`, as there
+ * @param[in]  src           in_h x in_w samples
+ * @param[in]  in_h, in_w    rows and columns of `src`, each 1 to 65532: rows come first. With a
+ *                           side of 1, border cells that are read before they are written count
+ *                           as 0
  * @param[in]  in_frac_bits  fractional bits of the samples, modulo 32: with 10, 1024 gives 1024.
  *                           Contract: 2^31 is the negative number that a signed 32-bit shift makes
- * @param[out] dst  out_h x out_w samples, not overlapping `src`
- * @param[in]  out_h, out_w  rows and columns of `dst`
- * @return, in the order of the tests: 32 out_h or out_w is 1, nothing is allocated or written; the
- *         rest as there
+ * @param[out] dst           out_h x out_w samples, not overlapping `src`
+ * @param[in]  out_h, out_w  rows and columns of `dst`, neither of them 1
+ * @return in the order of the tests:
+ *         - QO_CMC_INVALID_SIZE (32): out_h or out_w is 1; nothing is allocated or written
+ *         - QO_CMC_INVALID_SIZE (32): in_h or in_w is 0 or above 65532; nothing is written
+ *         - QO_CMC_OK (0): out_h or out_w is 0; no pointer is looked at
+ *         - QO_CMC_INVALID_SIZE (32): a pointer is null; nothing is written
+ *         - QO_CMC_NO_MEMORY (4): the working memory of (in_h + 3) (in_w + 3) floats cannot be
+ *           allocated; nothing is written
+ *         - QO_CMC_OK (0): done
  */
 uint32_t bicubic_resize_u16_to_u16(const uint16_t* src, uint16_t in_h, uint16_t in_w,
                                    uint16_t in_frac_bits, uint16_t* dst, uint16_t out_h,
@@ -191,20 +218,23 @@ uint32_t bicubic_resize_u16_to_u16(const uint16_t* src, uint16_t in_h, uint16_t 
  * Scales a plane of 32-bit samples to any size by copying samples, left-aligned, in fixed point
  * with 16 fractional bits:
  *
- *   dst(y, x) = src((y step_y) >> 16, (x step_x) >> 16)
- *   step_x = (in_w << 16) / out_w + 1,  step_y = (in_h << 16) / out_h + 1,  divisions truncated
+ *     dst(y, x) = src((y step_y) >> 16, (x step_x) >> 16)
+ *     step_x = (in_w << 16) / out_w + 1,  step_y = (in_h << 16) / out_h + 1,  divisions truncated
  *
- * Output 0 takes source sample 0. Contract: the added 1 biases the mapping forward. Equal sides up
- * to 65536 still copy, but with many output samples to a source sample (1 to 257, 64 to 2049) the
- * far outputs take the sample behind their own, which can lie behind the plane. A row
- * past the last is the last; a column past the end of its row is the next row's, and behind the
- * plane its last sample. All is formed in 64 bits: sides of 32768 and more are exact.
+ * Output 0 takes source sample 0. Contract: the added 1 biases the mapping forward. Along an axis
+ * of up to 256 outputs each still takes sample floor(x in_w / out_w). From 257 outputs on some can
+ * take the sample after that one: in enlargements (1 to 257, 64 to 2049), where it can lie after
+ * the plane, and in reductions (258 to 257). Equal sides up to 65536 still copy. A row past the
+ * last is the last; a column past the end of its row is the next row's, and after the plane its
+ * last sample. All is formed in 64 bits: sides of 32768 and more are exact.
  *
- * @param[in]  src  in_h x in_w samples
+ * @param[in]  src           in_h x in_w samples
  * @param[in]  in_w, in_h    columns and rows of `src`, each at least 1
- * @param[out] dst  out_h x out_w samples, not overlapping `src`
+ * @param[out] dst           out_h x out_w samples, not overlapping `src`
  * @param[in]  out_w, out_h  columns and rows of `dst`, each at least 1
- * @return 0 done; 32 a side is below 1 or a pointer is null, and nothing is written
+ * @return one of
+ *         - QO_CMC_INVALID_SIZE (32): a side is below 1 or a pointer is null; nothing is written
+ *         - QO_CMC_OK (0): done
  *
  * Allocates nothing.
  */
@@ -215,18 +245,21 @@ uint32_t image_nearest_neighbor_scale_uint32(const uint32_t* src, int32_t in_w, 
  * Scales a plane of 16-bit samples by copying samples. An output sample takes the source sample in
  * which its far edge lies:
  *
- *   dst(y, x) = src(index(y + 1, in_h / out_h), index(x + 1, in_w / out_w))
- *   index(k, s) = ceil(k s) - 1,  s and k s in single precision
+ *     dst(y, x) = src(index(y + 1, in_h / out_h), index(x + 1, in_w / out_w))
+ *     index(k, s) = ceil(k s) - 1,  s and k s in single precision
  *
  * Contract: despite the name the output may be smaller. Where k s is rounded up past the source (3
  * to 21 samples, say), a row past the last is the last; a column past the end of its row is the
- * next row's first, and behind the plane its last sample.
+ * next row's first, and after the plane its last sample.
  *
- * @param[in]  src  in_h x in_w samples
- * @param[out] dst  out_h x out_w samples, not overlapping `src`
+ * @param[in]  src           in_h x in_w samples
+ * @param[out] dst           out_h x out_w samples, not overlapping `src`
  * @param[in]  in_w, in_h    columns and rows of `src`, each at least 2
  * @param[in]  out_w, out_h  columns and rows of `dst`, each at least 2
- * @return 0 done; 32 a side is below 2 or, tested after that, a pointer is null: nothing is written
+ * @return one of
+ *         - QO_CMC_INVALID_SIZE (32): a side is below 2 or, tested after that, a pointer is null;
+ *           nothing is written
+ *         - QO_CMC_OK (0): done
  *
  * Allocates nothing.
  */
@@ -236,23 +269,29 @@ uint32_t image_upscale_nearest_neighbor_uint16(const uint16_t* src, uint16_t* ds
 /**
  * Scales a plane of signed 32-bit samples by copying samples, or by taking maxima.
  *
- *   use_max 0:  dst(y, x) = src(row(y), col(x)), the 32 bits unchanged
- *   otherwise:  dst(y, x) = the largest of 0 and src(r, c), compared as signed values, over
- *               row(y - 1) < r <= row(y) and col(x - 1) < c <= col(x); row(-1) = col(-1) = 0
+ *     use_max 0:  dst(y, x) = src(row(y), col(x)), the 32 bits unchanged
+ *     otherwise:  dst(y, x) = the largest of 0 and src(r, c), compared as signed values, over
+ *                 row(y - 1) < r <= row(y) and col(x - 1) < c <= col(x); row(-1) = col(-1) = 0
+ *     row(y) = index(y + 1, in_h / out_h),  col(x) = index(x + 1, in_w / out_w)
+ *     index(k, s) = ceil(k s) - 1,  s and k s in single precision
  *
- * row and col are the index of image_upscale_nearest_neighbor_uint16(), held alike; larger outputs
- * are accepted here too.
+ * Larger outputs are accepted too. Where k s is rounded up past the source, a row past the last is
+ * the last; a column past the end of its row is the next row's first, and after the plane its last
+ * sample.
  *
  * Contract: row 0 and column 0 of the source are in no maximum, since every block begins one past
  * the index before it, the first ones one past 0. A block that is empty, or has only negative
  * samples, gives 0.
  *
- * @param[in]  src  in_h x in_w samples
- * @param[out] dst  out_h x out_w samples, not overlapping `src`
+ * @param[in]  src           in_h x in_w samples
+ * @param[out] dst           out_h x out_w samples, not overlapping `src`
  * @param[in]  in_w, in_h    columns and rows of `src`, each at least 2
  * @param[in]  out_w, out_h  columns and rows of `dst`, each at least 2
  * @param[in]  use_max       0 copies, any other value takes maxima
- * @return 0 done; 32 a side is below 2 or, tested after that, a pointer is null: nothing is written
+ * @return one of
+ *         - QO_CMC_INVALID_SIZE (32): a side is below 2 or, tested after that, a pointer is null;
+ *           nothing is written
+ *         - QO_CMC_OK (0): done
  *
  * Allocates nothing.
  */
@@ -266,83 +305,139 @@ uint32_t image_downscale_nearest_neighbor_int32(const int32_t* src, uint32_t* ds
  * Resizes an array of 16-bit samples by bilinear interpolation in fixed point with F = 8 fractional
  * bits, corner-aligned:
  *
- *   dst(y, x) = ((src(r, c) u0 + src(r, c + 1) u1) v0 +
- *                (src(r + 1, c) u0 + src(r + 1, c + 1) u1) v1 + 2^(2F - 1)) >> 2F
- *   X = x step_x,  c = (X - 1) >> F, or 0 for X = 0,  u1 = X - (c << F),  u0 = 2^F - u1
- *   Y = y step_y,  r = (Y - 1) >> F, or 0 for Y = 0,  v1 = Y - (r << F),  v0 = 2^F - v1
- *   step_x = ((in_w - 1) << F) / (out_w - 1),  step_y = ((in_h - 1) << F) / (out_h - 1)
+ *     dst(y, x) = ((src(r, c) u0 + src(r, c + 1) u1) v0 +
+ *                  (src(r + 1, c) u0 + src(r + 1, c + 1) u1) v1 + 2^(2F - 1)) >> 2F
+ *     X = x step_x,  c = (X - 1) >> F, or 0 for X = 0,  u1 = X - (c << F),  u0 = 2^F - u1
+ *     Y = y step_y,  r = (Y - 1) >> F, or 0 for Y = 0,  v1 = Y - (r << F),  v0 = 2^F - v1
+ *     step_x = ((in_w - 1) << F) / (out_w - 1),  step_y = ((in_h - 1) << F) / (out_h - 1)
  *
  * All is unsigned and modulo 2^32, divisions are truncated, the result rounds half up. Output 0
  * falls on source sample 0, the last output on the last source sample or before it, by what the
  * truncated step loses in out_w - 1 steps. With more than 2^F times as many intervals as the source
  * has the step is 0, and every output is the first sample.
- * Contract: a position on a sample is the far end of the cell before it, so nothing behind the last
+ * Contract: a position on a sample is the far end of the cell before it, so nothing after the last
  * sample is read. Contract: with 2^24 + 1 samples to a side and more the step wraps.
  *
- * @param[in]  src  in_h x in_w samples, dense row-major
+ * @param[in]  src           in_h x in_w samples, dense row-major
  * @param[in]  in_w, in_h    columns and rows of `src`, each above 1 as a signed value
- * @param[out] dst  out_h x out_w samples, dense row-major, not overlapping `src`
+ * @param[out] dst           out_h x out_w samples, dense row-major, not overlapping `src`
  * @param[in]  out_w, out_h  columns and rows of `dst`, each above 1 as a signed value
- * @return 0 done; 32 a size is out of range or, tested after that, a pointer is null: nothing is
- *         written
+ * @return one of
+ *         - QO_CMC_INVALID_SIZE (32): a size is out of range or, tested after that, a pointer is
+ *           null; nothing is written
+ *         - QO_CMC_OK (0): done
  *
  * Allocates nothing.
  */
 uint32_t resize_2d_array_uint16(const uint16_t* src, uint32_t in_w, int32_t in_h, uint16_t* dst,
                                 uint32_t out_w, uint32_t out_h);
 
-/** resize_2d_array_uint16() for 8-bit samples, the same in every other respect. */
+/**
+ * Resizes an array of 8-bit samples by bilinear interpolation in fixed point: the formula of
+ * resize_2d_array_uint16(), with F = 8 fractional bits, corner-aligned, rounding half up.
+ * Contract: with 2^24 + 1 samples to a side and more the step wraps.
+ *
+ * @param[in]  src           in_h x in_w samples, dense row-major
+ * @param[in]  in_w, in_h    columns and rows of `src`, each above 1 as a signed value
+ * @param[out] dst           out_h x out_w samples, dense row-major, not overlapping `src`
+ * @param[in]  out_w, out_h  columns and rows of `dst`, each above 1 as a signed value
+ * @return one of
+ *         - QO_CMC_INVALID_SIZE (32): a size is out of range or, tested after that, a pointer is
+ *           null; nothing is written
+ *         - QO_CMC_OK (0): done
+ *
+ * Allocates nothing.
+ */
 uint32_t resize_2d_array_uint8(const uint8_t* src, uint32_t in_w, int32_t in_h, uint8_t* dst,
                                uint32_t out_w, uint32_t out_h);
 
 /**
- * resize_2d_array_uint16() for 32-bit samples, with F = 12 fractional bits.
+ * Resizes an array of 32-bit samples by bilinear interpolation in fixed point: the formula of
+ * resize_2d_array_uint16(), with F = 12 fractional bits, corner-aligned, rounding half up.
  *
- * Contract: the products and sums are formed modulo 2^32 here too, so results are exact for samples
- * below 256 alone, and wrap with larger ones. The step wraps with 2^20 + 1 samples to a side and
- * more. The rest as there.
+ * Contract: the products and sums are formed modulo 2^32 here too, so results are exact only for
+ * samples below 256, and wrap with larger ones. The step wraps with 2^20 + 1 samples to a side and
+ * more.
+ *
+ * @param[in]  src           in_h x in_w samples, dense row-major
+ * @param[in]  in_w, in_h    columns and rows of `src`, each above 1 as a signed value
+ * @param[out] dst           out_h x out_w samples, dense row-major, not overlapping `src`
+ * @param[in]  out_w, out_h  columns and rows of `dst`, each above 1 as a signed value
+ * @return one of
+ *         - QO_CMC_INVALID_SIZE (32): a size is out of range or, tested after that, a pointer is
+ *           null; nothing is written
+ *         - QO_CMC_OK (0): done
+ *
+ * Allocates nothing.
  */
 uint32_t resize_2d_array_uint32(const uint32_t* src, uint32_t in_w, int32_t in_h, uint32_t* dst,
                                 uint32_t out_w, uint32_t out_h);
 
 /**
- * resize_2d_array_uint16() into one channel of an interleaved array: output (y, x) is written to
- * dst[(y out_w + x) dst_step], what lies between stays untouched.
+ * Resizes an array of 16-bit samples into one channel of an interleaved array, by the formula of
+ * resize_2d_array_uint16() with F = 8 fractional bits. Output (y, x) is written to
+ * dst[(y out_w + x) dst_step]; what lies between stays untouched.
+ * Contract: with 2^24 + 1 samples to a side and more the step of the source positions wraps.
  *
- * @param[in]  src, in_w, in_h  as there
- * @param[out] dst  ((out_h out_w - 1) dst_step + 1) elements at least
- * @param[in]  out_w, out_h     as there
- * @param[in]  dst_step  elements from one output to the next, above 0; 1 is the dense array
- * @return 0 done; 32 a size or the step is out of range or, tested after that, a pointer is null:
- *         nothing is written
+ * @param[in]  src           in_h x in_w samples, dense row-major
+ * @param[in]  in_w, in_h    columns and rows of `src`, each above 1 as a signed value
+ * @param[out] dst           (out_h out_w - 1) dst_step + 1 elements at least, not overlapping `src`
+ * @param[in]  out_w, out_h  columns and rows of the output, each above 1 as a signed value
+ * @param[in]  dst_step      elements from one output to the next, above 0; 1 is the dense array
+ * @return one of
+ *         - QO_CMC_INVALID_SIZE (32): a size or the step is out of range or, tested after that, a
+ *           pointer is null; nothing is written
+ *         - QO_CMC_OK (0): done
+ *
+ * Allocates nothing.
  */
 uint32_t resize_2d_array_uint16_v1(const uint16_t* src, uint32_t in_w, int32_t in_h, uint16_t* dst,
                                    uint32_t out_w, uint32_t out_h, int32_t dst_step);
 
-/** resize_2d_array_uint16_v1() for 8-bit samples, the same in every other respect. */
+/**
+ * Resizes an array of 8-bit samples into one channel of an interleaved array, by the formula of
+ * resize_2d_array_uint16() with F = 8 fractional bits. Output (y, x) is written to
+ * dst[(y out_w + x) dst_step]; what lies between stays untouched.
+ * Contract: with 2^24 + 1 samples to a side and more the step of the source positions wraps.
+ *
+ * @param[in]  src           in_h x in_w samples, dense row-major
+ * @param[in]  in_w, in_h    columns and rows of `src`, each above 1 as a signed value
+ * @param[out] dst           (out_h out_w - 1) dst_step + 1 elements at least, not overlapping `src`
+ * @param[in]  out_w, out_h  columns and rows of the output, each above 1 as a signed value
+ * @param[in]  dst_step      elements from one output to the next, above 0; 1 is the dense array
+ * @return one of
+ *         - QO_CMC_INVALID_SIZE (32): a size or the step is out of range or, tested after that, a
+ *           pointer is null; nothing is written
+ *         - QO_CMC_OK (0): done
+ *
+ * Allocates nothing.
+ */
 uint32_t resize_2d_array_uint8_v1(const uint8_t* src, uint32_t in_w, int32_t in_h, uint8_t* dst,
                                   uint32_t out_w, uint32_t out_h, int32_t dst_step);
 
 /**
  * Resizes an array of floats by bilinear interpolation in single precision, corner-aligned:
  *
- *   dst(y, x) = fx s11 fy + ((s01 fx (1 - fy) + s00 (1 - fx) (1 - fy)) + (1 - fx) s10 fy)
- *   s00 = src(r0, c0),  s01 = src(r0, c1),  s10 = src(r1, c0),  s11 = src(r1, c1)
- *   Y = y sy,  r0 = low 16 bits of trunc(Y),  fy = Y - r0,  sy = (in_h - 1) / (out_h - 1)
- *   X = x sx,  c0 = low 16 bits of trunc(X),  fx = X - c0,  sx = (in_w - 1) / (out_w - 1)
- *   r1 = r0 + 1, in the last row r0;  c1 = c0 + 1, in the last column c0
+ *     dst(y, x) = fx s11 fy + ((s01 fx (1 - fy) + s00 (1 - fx) (1 - fy)) + (1 - fx) s10 fy)
+ *     s00 = src(r0, c0),  s01 = src(r0, c1),  s10 = src(r1, c0),  s11 = src(r1, c1)
+ *     Y = y sy,  r0 = low 16 bits of trunc(Y),  fy = Y - r0,  sy = (in_h - 1) / (out_h - 1)
+ *     X = x sx,  c0 = low 16 bits of trunc(X),  fx = X - c0,  sx = (in_w - 1) / (out_w - 1)
+ *     r1 = r0 + 1, in the last row r0;  c1 = c0 + 1, in the last column c0
  *
  * Products run from left to right. trunc saturates as a signed 32-bit value. Contract: of the
- * widths the low 16 bits alone count, also as row lengths; with more than 65536 source rows the row
+ * widths only the low 16 bits count, also as row lengths; with more than 65536 source rows the row
  * index starts over while fy keeps the whole distance.
  *
- * @param[in]  src  in_h x in_w floats, dense row-major, in_w modulo 65536
+ * @param[in]  src           in_h x in_w floats, dense row-major, in_w modulo 65536
  * @param[in]  in_w, in_h    columns (low 16 bits at least 2) and rows (at least 2) of `src`
- * @param[out] dst  out_h x out_w floats, likewise, not overlapping `src`
+ * @param[out] dst           out_h x out_w floats, dense row-major, out_w modulo 65536, not
+ *                           overlapping `src`
  * @param[in]  out_w, out_h  columns (low 16 bits at least 2) and rows (at least 2 as a signed
  *                           value) of `dst`
- * @return 0 done; 32 a size is out of range or, tested after that, a pointer is null: nothing is
- *         written
+ * @return one of
+ *         - QO_CMC_INVALID_SIZE (32): a size is out of range or, tested after that, a pointer is
+ *           null; nothing is written
+ *         - QO_CMC_OK (0): done
  *
  * Allocates nothing.
  */
@@ -350,27 +445,30 @@ uint32_t resize_2d_array_float(const float* src, uint32_t in_w, int32_t in_h, fl
                                uint32_t out_w, uint32_t out_h);
 
 /**
- * Resizes a region of an array of 16-bit samples: resize_2d_array_uint16() with
+ * Resizes a region of an array of 16-bit samples: the formula of resize_2d_array_uint16() with
+ * F = 8 fractional bits and
  *
- *   rw = in_w - (left + right),  step_x = ((rw - 1) << 8) / (out_w - 1),  X = (left + x) step_x
- *   rh = in_h - (top + bottom),  step_y = ((rh - 1) << 8) / (out_h - 1),  Y = (top + y) step_y
+ *     rw = in_w - (left + right),  step_x = ((rw - 1) << 8) / (out_w - 1),  X = (left + x) step_x
+ *     rh = in_h - (top + bottom),  step_y = ((rh - 1) << 8) / (out_h - 1),  Y = (top + y) step_y
  *
  * and the whole `in_w` as the row length; region, steps, positions and weights are modulo 2^32.
  *
  * Contract: the origin is scaled by the step, so the sampled region starts at column
- * left step_x / 256 of the source, which is `left` at equal sizes alone. Contract: margins that
+ * left step_x / 256 of the source, which is `left` only at equal sizes. Contract: margins that
  * exceed the array, or are negative, are not refused, they wrap. Where either leads past the array,
- * source sample (r, c) is still the one at r in_w + c, and behind the array its last sample.
+ * source sample (r, c) is still the one at r in_w + c, and after the array its last sample.
  * Without margins the result is that of resize_2d_array_uint16().
  *
- * @param[in]  src  in_h x in_w samples, dense row-major
+ * @param[in]  src           in_h x in_w samples, dense row-major
  * @param[in]  in_w, in_h    columns and rows of `src`, each at least 1
  * @param[in]  crop_origin   {left, top}: columns and rows cut off before the region
- * @param[in]  crop_end      {right, bottom}: columns and rows cut off behind it
- * @param[out] dst  out_h x out_w samples, dense row-major, not overlapping `src`
+ * @param[in]  crop_end      {right, bottom}: columns and rows cut off after it
+ * @param[out] dst           out_h x out_w samples, dense row-major, not overlapping `src`
  * @param[in]  out_w, out_h  columns and rows of `dst`, each at least 2, unsigned
- * @return 0 done; 32 a side of the region or the output is below 2 (unsigned), a side of the array
- *         is 0 or, tested after that, a pointer is null: nothing is written
+ * @return one of
+ *         - QO_CMC_INVALID_SIZE (32): a side of the region or the output is below 2 (unsigned), a
+ *           side of the array is 0 or, tested after that, a pointer is null; nothing is written
+ *         - QO_CMC_OK (0): done
  *
  * Allocates nothing.
  */
@@ -385,40 +483,39 @@ uint32_t crop_resize_2d_array_uint16(const uint16_t* src, uint32_t in_w, uint32_
  * Reduces float planes, or one region of them, to 16-bit samples with 10 fractional bits, by area
  * averaging: an output sample is the mean of the source area that it covers.
  *
- *   dst(r, c) = low 16 bits of trunc((n sum + 2^-11) 1024),  n = 1 / (sx sy),
- *   sx = w / out_w,  sy = h / out_h
+ *     dst(r, c) = low 16 bits of trunc((n sum + 2^-11) 1024),  n = 1 / (sx sy)
+ *     sx = w / out_w,  sy = h / out_h
  *
  * sum is over the samples that meet rows r sy ... (r + 1) sy and columns c sx ... (c + 1) sx of the
- * region, times their weights. Along an axis an output reaches to E = min((k + 1) s, side), `side`
- * being the plane's; its first sample is floor of the E before (0 at first) with weight
- * 1 - (E before - its floor), its last one floor(E) with weight E - floor(E), or the one before
- * with weight 1 when E is whole, all between have 1; the only sample has the weight of the first. A
- * sample's weight is its column's times its row's. Single precision, one accumulator, rows outer,
- * columns inner, ascending.
+ * region, times their weights. Along an axis output k reaches to E = min((k + 1) s, side), `side`
+ * being the plane's. Its first sample is the floor of E', the E of output k - 1 (0 for k = 0), with
+ * weight 1 - (E' - floor(E')). Its last sample is floor(E) with weight E - floor(E) or, when E is
+ * whole, the sample before that with weight 1. Samples between have weight 1; a sample that is both
+ * first and last has the weight of the first. A sample's weight is its column's times its row's.
+ * Single precision, one accumulator, rows outer, columns inner, ascending.
  *
  * Contract: no clamp to 16 bits, the low bits of the truncated value are stored; out of the signed
- * 32-bit range it saturates, a NaN gives 0. Contract: positions are held to the side of the whole
- * plane, also in a region; rounding can thus lead past the region's far edge (14 to 13 samples,
- * say). There a row past the plane's last is the last; a column past the end of its row is the next
- * row's, and behind the plane its last sample.
+ * 32-bit range it saturates, a NaN gives 0. Contract: positions are clamped to the side of the
+ * whole plane, also in a region; rounding can thus lead past the region's far edge (14 to 13
+ * samples, say). There a row past the plane's last is the last; a column past the end of its row is
+ * the next row's, and after the plane its last sample.
  *
- * @param[in]  src_planes  `n_planes` planes of in_h x in_w floats; 1.0 gives 1024
- * @param[out] dst_planes  `n_planes` planes of out_h x out_w samples, none overlapping a source
+ * @param[in]  src_planes    `n_planes` planes of in_h x in_w floats; 1.0 gives 1024
+ * @param[out] dst_planes    `n_planes` planes of out_h x out_w samples, none overlapping a source
  * @param[in]  in_w, in_h    columns and rows of a source plane
- * @param[in]  out_w, out_h  columns and rows of an output plane, each at least 3 and below in_w or
- *                           in_h
+ * @param[in]  out_w, out_h  columns and rows of an output plane: out_w at least 3 and below in_w,
+ *                           out_h at least 3 and below in_h
  * @param[in]  n_planes      number of planes
  * @param[in]  roi           four values: first column x, first row y, width w, height h of the
  *                           region; null: the whole plane. The region may be smaller than the
- *                           output, where the formula is followed literally, or empty, which gives
- * 0
- * @return, in the order of the tests:
- *         32 an output side is not below the source's, or below 3; the region begins or ends
- *         outside the plane;
- *         0 there are no planes, no plane pointer is looked at;
- *         32 an array or a plane in it is null;
- *         0 done.
- *         With 32 nothing is written
+ *                           output, where the formula is followed literally, or empty, which
+ *                           gives 0
+ * @return in the order of the tests:
+ *         - QO_CMC_INVALID_SIZE (32): an output side is not below the source's, or is below 3; the
+ *           region begins or ends outside the plane; nothing is written
+ *         - QO_CMC_OK (0): there are no planes; no plane pointer is looked at
+ *         - QO_CMC_INVALID_SIZE (32): an array or a plane in it is null; nothing is written
+ *         - QO_CMC_OK (0): done
  *
  * Allocates nothing.
  */
@@ -427,21 +524,42 @@ uint32_t image_downscale_32f_to_u16p10(const float* const* src_planes, uint16_t*
                                        uint16_t n_planes, const uint16_t* roi);
 
 /**
- * Reduces 16-bit planes with any number of fractional bits to 16-bit planes with any number:
- * image_downscale_32f_to_u16p10() except for the value that is stored,
+ * Reduces 16-bit planes with any number of fractional bits, or one region of them, to 16-bit planes
+ * with any number, by area averaging: the sum and the n of image_downscale_32f_to_u16p10(), and
  *
- *   dst(r, c) = low 16 bits of trunc((n sum / 2^in_frac_bits + 2^-11) 2^out_frac_bits),
+ *     dst(r, c) = low 16 bits of trunc((n sum / 2^in_frac_bits + 2^-11) 2^out_frac_bits),
  *
- * the division being a product with the rounded reciprocal. Contract: the rounding term stays
- * 2^-11, so results are rounded half up with 10 fractional bits of output alone.
+ * the division being a product with the rounded reciprocal. Single precision.
  *
- * @param[in]  src_planes, dst_planes, in_w, in_h  as there
+ * Contract: the rounding term stays 2^-11, so results are rounded half up only with 10 fractional
+ * bits of output. Contract: no clamp to 16 bits, the low bits of the truncated value are stored;
+ * out of the signed 32-bit range it saturates, a NaN gives 0. Contract: positions are clamped to
+ * the side of the whole plane, also in a region, so rounding can lead past the region's far edge.
+ * There a row past the plane's last is the last; a column past the end of its row is the next
+ * row's, and after the plane its last sample.
+ *
+ * @param[in]  src_planes     `n_planes` planes of in_h x in_w samples
+ * @param[out] dst_planes     `n_planes` planes of out_h x out_w samples, none overlapping a source
+ * @param[in]  in_w, in_h     columns and rows of a source plane
  * @param[in]  in_frac_bits   fractional bits of the source samples, modulo 32. Contract: 2^31 is
  *                            the negative number that a signed 32-bit shift makes
- * @param[in]  out_w, out_h  as there
- * @param[in]  out_frac_bits  fractional bits of the output samples, likewise
- * @param[in]  n_planes, roi  as there
- * @return as there
+ * @param[in]  out_w, out_h   columns and rows of an output plane: out_w at least 3 and below in_w,
+ *                            out_h at least 3 and below in_h
+ * @param[in]  out_frac_bits  fractional bits of the output samples, modulo 32. Contract: 2^31 is
+ *                            the negative number that a signed 32-bit shift makes
+ * @param[in]  n_planes       number of planes
+ * @param[in]  roi            four values: first column x, first row y, width w, height h of the
+ *                            region; null: the whole plane. The region may be smaller than the
+ *                            output, where the formula is followed literally, or empty, which
+ *                            gives 0
+ * @return in the order of the tests:
+ *         - QO_CMC_INVALID_SIZE (32): an output side is not below the source's, or is below 3; the
+ *           region begins or ends outside the plane; nothing is written
+ *         - QO_CMC_OK (0): there are no planes; no plane pointer is looked at
+ *         - QO_CMC_INVALID_SIZE (32): an array or a plane in it is null; nothing is written
+ *         - QO_CMC_OK (0): done
+ *
+ * Allocates nothing.
  */
 uint32_t image_downscale_u16_to_u16(const uint16_t* const* src_planes, uint16_t* const* dst_planes,
                                     uint16_t in_w, uint16_t in_h, uint16_t in_frac_bits,

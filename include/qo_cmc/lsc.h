@@ -4,18 +4,18 @@
  * tables for one camera module, and the correction of lens-shading tables by them.
  *
  * Numbers are IEEE single precision. Sums run in ascending index order in one accumulator that
- * starts at 0, and no product is fused with the sum behind it, so every processor gives the same
+ * starts at 0, and no product is fused with the sum after it, so every processor gives the same
  * bits (the sign and payload of a NaN excepted).
  *
  * Matrices: element (row i, column j) stands at base + i * stride1 + j * stride2. Both strides are
  * in bytes and signed: a packed matrix of n columns has strides 4 n and 4, its transpose 4 and 4 n,
  * and a negative stride walks backwards from the base. An element may stand at any byte address.
- * The width is the number of columns, the height the number of rows. A vector has the element
- * stride alone. A result must not overlap a source, unless its function says so.
+ * The width is the number of columns, the height the number of rows. A vector has only the element
+ * stride. A result must not overlap a source, unless its function says so.
  *
  * Unless a function says otherwise all arrays are the caller's, no pointer is kept, working memory
  * is released before the return, and concurrent calls are safe as long as no call writes what
- * another one uses. A status is one of the QO_CMC_ values of parser.h.
+ * another one uses. A status is one of the QO_CMC_ values of status.h.
  */
 #ifndef QO_CMC_LSC_H
 #define QO_CMC_LSC_H
@@ -23,6 +23,7 @@
 #include <stdint.h>
 
 #include "lens_shading.h"
+#include "status.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -32,12 +33,15 @@ extern "C" {
 /** The NVM library's calibration object, see qo_nvm.h of that library. */
 typedef struct calibration calibration;
 
-/** Gain planes for each calibration set, 16 bytes. */
+/**
+ * Gain planes for each calibration set, 16 bytes. The size of the planes is not stored: whoever
+ * reads them keeps the out_width and out_height (their low 16 bits) that the builder was given.
+ */
 typedef struct computed_upscale_lsc_tables {
-  uint8_t table_count;
+  uint8_t table_count; /**< blocks, one for each calibration set */
   /**
-   * `table_count` blocks of four planes of out width x out height floats, one behind the other:
-   * plane c (of channel c) starts at float c * out width * out height, dense row-major.
+   * `table_count` blocks of four planes of out_height x out_width floats, one after the other:
+   * plane c (of channel c) starts at float c * out_width * out_height, dense row-major.
    */
   float** gain_tables;
 } computed_upscale_lsc_tables;
@@ -47,11 +51,17 @@ typedef struct computed_upscale_lsc_tables {
 /**
  * Transposes a matrix: dst(j, i) = src(i, j), written row by row of the source.
  *
- * @param[in]  src     height x width elements
- * @param[out] dst     width x height elements
+ * @param[in]  src            height x width elements
+ * @param[in]  src_stride1, src_stride2  bytes from a row of `src` to the next, and from a column to
+ *                            the next; may be negative
  * @param[in]  width, height  columns and rows of `src`; below 1: there is nothing to transpose
- * @return 0 done, or nothing to transpose (then no pointer is looked at and nothing is written);
- *         32 `src` or `dst` is null, nothing is written
+ * @param[out] dst            width x height elements
+ * @param[in]  dst_stride1, dst_stride2  bytes from a row of `dst` to the next, and from a column to
+ *                            the next; may be negative
+ * @return in the order of the tests:
+ *         - QO_CMC_OK (0): there is nothing to transpose; no pointer is looked at
+ *         - QO_CMC_INVALID_SIZE (32): `src` or `dst` is null; nothing is written
+ *         - QO_CMC_OK (0): done
  *
  * Allocates nothing.
  */
@@ -61,14 +71,25 @@ uint32_t transpose_m(const float* src, int32_t src_stride1, int32_t src_stride2,
 /**
  * Multiplies two matrices:
  *
- *   dst(i, j) = sum over k of src1(i, k) * src2(k, j),  k = 0 ... src1_width - 1
+ *     dst(i, j) = sum over k of src1(i, k) * src2(k, j),  k = 0 ... src1_width - 1
  *
  * @param[in]  src1  src1_height x src1_width elements
+ * @param[in]  src1_stride1, src1_stride2  bytes from a row of `src1` to the next, and from a column
+ *                   to the next; may be negative
+ * @param[in]  src1_width, src1_height     columns and rows of `src1`
  * @param[in]  src2  src2_height x src2_width elements
+ * @param[in]  src2_stride1, src2_stride2  bytes from a row of `src2` to the next, and from a column
+ *                   to the next; may be negative
+ * @param[in]  src2_width, src2_height     columns and rows of `src2`; src2_height is src1_width
  * @param[out] dst   src1_height x src2_width elements, written row by row
- * @return 0 done, or an empty product (src1_height or src2_width below 1: no pointer is looked at
- *         and nothing is written);
- *         32 src1_width differs from src2_height, or else a pointer is null, nothing is written
+ * @param[in]  dst_stride1, dst_stride2    bytes from a row of `dst` to the next, and from a column
+ *                   to the next; may be negative
+ * @return in the order of the tests:
+ *         - QO_CMC_INVALID_SIZE (32): src1_width differs from src2_height; nothing is written
+ *         - QO_CMC_OK (0): the product is empty, src1_height or src2_width being below 1; no
+ *           pointer is looked at
+ *         - QO_CMC_INVALID_SIZE (32): a pointer is null; nothing is written
+ *         - QO_CMC_OK (0): done
  *
  * With src1_width below 1 every element of a product that is not empty is 0. Allocates nothing.
  */
@@ -80,14 +101,22 @@ uint32_t mul_mm(const float* src1, int32_t src1_stride1, int32_t src1_stride2, i
 /**
  * Multiplies a matrix by a vector:
  *
- *   dst[i] = sum over k of src1(i, k) * src2[k],  k = 0 ... src1_width - 1
+ *     dst[i] = sum over k of src1(i, k) * src2[k],  k = 0 ... src1_width - 1
  *
- * @param[in]  src1  src1_height x src1_width elements
- * @param[in]  src2  src2_length elements, src2_stride bytes apart
- * @param[out] dst   src1_height elements, dst_stride bytes apart
- * @return 0 done, or an empty product (src1_height below 1: no pointer is looked at and nothing is
- *         written);
- *         32 src1_width differs from src2_length, or else a pointer is null, nothing is written
+ * @param[in]  src1         src1_height x src1_width elements
+ * @param[in]  src1_stride1, src1_stride2  bytes from a row of `src1` to the next, and from a column
+ *                          to the next; may be negative
+ * @param[in]  src1_width, src1_height     columns and rows of `src1`
+ * @param[in]  src2         src2_length elements
+ * @param[in]  src2_stride  bytes from an element of `src2` to the next; may be negative
+ * @param[in]  src2_length  elements of `src2`, which is src1_width
+ * @param[out] dst          src1_height elements
+ * @param[in]  dst_stride   bytes from an element of `dst` to the next; may be negative
+ * @return in the order of the tests:
+ *         - QO_CMC_INVALID_SIZE (32): src1_width differs from src2_length; nothing is written
+ *         - QO_CMC_OK (0): the product is empty, src1_height being below 1; no pointer is looked at
+ *         - QO_CMC_INVALID_SIZE (32): a pointer is null; nothing is written
+ *         - QO_CMC_OK (0): done
  *
  * With src1_width below 1 every element of a product that is not empty is 0. Allocates nothing.
  */
@@ -108,15 +137,23 @@ uint32_t mul_mv(const float* src1, int32_t src1_stride1, int32_t src1_stride2, i
  * source's strides: so the source is packed, row by row (strides 4 N and 4) or column by column
  * (4 and 4 N).
  *
- * @param[in]  src        N x N elements, or null for a matrix of zeros; not read when N is below 1
- * @param[out] dst_index  N values: 0, 1, ... N - 1, since rows are never exchanged
- * @param[out] dst        N x N elements; may be `src`. With N below 1 its first four bytes are
- *                        written, each with the low byte of N * N
+ * @param[in]  src           N x N elements, or null for a matrix of zeros; not read when N is below
+ *                           1
+ * @param[in]  src_stride1, src_stride2  bytes from a row of `src` to the next, and from a column to
+ *                           the next; neither may lead out of the 4 N N bytes
+ * @param[out] dst_index     N values: 0, 1, ... N - 1, since rows are never exchanged
+ * @param[out] dst           N x N elements; may overlap the source in any way, since the source is
+ *                           copied first. With N below 1 its first four bytes are written, each
+ *                           with the low byte of N * N
+ * @param[in]  dst_stride1, dst_stride2  bytes from a row of `dst` to the next, and from a column to
+ *                           the next; may be negative
  * @param[in]  width_height  N
- * @return 0 done; a zero pivot is not detected and leaves infinities and NaNs;
- *         4 the working copy cannot be allocated or exceeds 2^31 - 1 bytes, nothing is written;
- *         32 `dst` or `dst_index` is null, or N is at least 1 and the source's strides lead out of
- *         the 4 N N bytes, nothing is written
+ * @return in the order of the tests:
+ *         - QO_CMC_NO_MEMORY (4): the working copy exceeds 2^31 - 1 bytes; nothing is written
+ *         - QO_CMC_INVALID_SIZE (32): `dst` or `dst_index` is null, or N is at least 1 and the
+ *           source's strides lead out of the 4 N N bytes; nothing is written
+ *         - QO_CMC_NO_MEMORY (4): the working copy cannot be allocated; nothing is written
+ *         - QO_CMC_OK (0): done; a zero pivot is not detected and leaves infinities and NaNs
  */
 uint32_t lu_decomposition_m(const float* src, int32_t src_stride1, int32_t src_stride2,
                             int32_t* dst_index, float* dst, int32_t dst_stride1,
@@ -130,20 +167,23 @@ uint32_t lu_decomposition_m(const float* src, int32_t src_stride1, int32_t src_s
  * Row (y - 1) * width + (x - 1) of A belongs to the grid sample in column x and row y, both counted
  * from 1, and holds the monomials
  *
- *   1, x, y, x^2, xy, y^2, x^3, x^2 y, x y^2, y^3, x^4, x^3 y, x^2 y^2, x y^3, y^4
+ *     1, x, y, x^2, xy, y^2, x^3, x^2 y, x y^2, y^3, x^4, x^3 y, x^2 y^2, x y^3, y^4
  *
- * @param[out] design     width * height rows of `term_count` packed floats. The first 15 columns
+ * @param[in,out] design  width * height rows of `term_count` packed floats. The first 15 columns
  *                        are written; later ones are read as the caller has filled them
  * @param[out] design_t   `term_count` rows of width * height packed floats
  * @param[out] lu         `term_count` rows of `term_count` packed floats
- * @param[out] dst_index  `term_count` values, as lu_decomposition_m() gives them
+ * @param[out] dst_index  `term_count` values: 0, 1, ... term_count - 1
  * @param[in]  width, height  size of the grid; with a side of 0 the normal matrix is zero
  * @param[in]  term_count     15, or more to carry columns of the caller's own
- * @return 0 done; a singular normal matrix (fewer than five columns or rows) is not detected;
- *         2 a pointer is null, `term_count` is below 15, or a matrix row of width * height floats
- *         or the normal matrix exceeds 2^31 - 1 bytes: nothing is written;
- *         2 the factorisation finds no memory: `design` and `design_t` are written;
- *         4 the normal matrix cannot be allocated: nothing is written
+ * @return in the order of the tests:
+ *         - QO_CMC_STEP_FAILED (2): `term_count` is below 15, a matrix row of width * height floats
+ *           or the normal matrix exceeds 2^31 - 1 bytes, or a pointer is null; nothing is written
+ *         - QO_CMC_NO_MEMORY (4): the normal matrix cannot be allocated; nothing is written
+ *         - QO_CMC_STEP_FAILED (2): the factorisation finds no memory; `design` and `design_t` are
+ *           written
+ *         - QO_CMC_OK (0): done; a singular normal matrix (fewer than five columns or rows) is not
+ *           detected
  */
 uint32_t lu_decomposition(float* design, float* design_t, float* lu, int32_t* dst_index,
                           uint16_t width, uint16_t height, uint16_t term_count);
@@ -164,13 +204,15 @@ uint32_t lu_decomposition(float* design, float* design_t, float* lu, int32_t* ds
  *                          overlapping a source
  * @param[in]  grid_width, grid_height  size of the grids
  * @param[in]  out_width, out_height    size of the planes
- * @param[in]  term_count   as for lu_decomposition(): 15. Coefficients above are not sampled; those
- *                          that a smaller count leaves out are 0
- * @return 0 done, or an output side is 0 (then no pointer is looked at and nothing is written). A
- *         singular fit is not detected and leaves infinities and NaNs;
- *         2 a pointer other than `dst_index` is null, or a grid exceeds 2^31 - 1 bytes: nothing is
- *         written;
- *         2 an allocation failed: the planes of earlier channels are written
+ * @param[in]  term_count   the one that lu_decomposition() was given: 15. Coefficients above are
+ *                          not sampled; those that a smaller count leaves out are 0
+ * @return in the order of the tests:
+ *         - QO_CMC_STEP_FAILED (2): a grid exceeds 2^31 - 1 bytes; nothing is written
+ *         - QO_CMC_OK (0): an output side is 0; no pointer is looked at
+ *         - QO_CMC_STEP_FAILED (2): a pointer other than `dst_index` is null; nothing is written
+ *         - QO_CMC_STEP_FAILED (2): an allocation failed; the planes of earlier channels are
+ *           written
+ *         - QO_CMC_OK (0): done; a singular fit is not detected and leaves infinities and NaNs
  */
 uint32_t lsc_polynomial_upscale_float(const float* design_t, const float* lu,
                                       const int32_t* dst_index, const float* const source[4],
@@ -181,10 +223,11 @@ uint32_t lsc_polynomial_upscale_float(const float* design_t, const float* lu,
 /**
  * Samples a quartic surface:
  *
- *   destination(r, k) = c0 + c1 x + c2 y + c3 x^2 + c4 xy + c5 y^2 + c6 x^3 + c7 x^2 y + c8 x y^2
- *                       + c9 y^3 + c10 x^4 + c11 x^3 y + c12 x^2 y^2 + c13 x y^3 + c14 y^4
- *   x = 1 + k * (grid_width - 1) / (out_width - 1)
- *   y = 1 + r * (grid_height - 1) / (out_height - 1)
+ *     destination(r, k) = c0 + c1 x + c2 y + c3 x^2 + c4 xy + c5 y^2 + c6 x^3 + c7 x^2 y
+ *                         + c8 x y^2 + c9 y^3 + c10 x^4 + c11 x^3 y + c12 x^2 y^2 + c13 x y^3
+ *                         + c14 y^4
+ *     x = 1 + k * (grid_width - 1) / (out_width - 1)
+ *     y = 1 + r * (grid_height - 1) / (out_height - 1)
  *
  * so that the corner samples of the output fall on the corner samples of the grid. The terms are
  * added per power of x: ((((c0 + c2 y) + c5 y^2) + c9 y^3) + c14 y^4) first, then those of x to
@@ -207,12 +250,26 @@ void do_polynomial_upscale(float* destination, const float* coefficients, uint16
  * Builds gain tables from the module's calibration with the quartic surface: each coarse grid is
  * turned into gains, mirrored, fitted, sampled at the output size and divided by its minimum.
  *
- *   gain = raw / 2^fraction_bits + 1      (raw: u8 up to 8 fraction bits, u16 from 9 on; the
- *                                          exponent modulo 32)
- *   table sample = max(surface / m, 1)    (m: smallest sample of its plane)
+ *     gain = raw / 2^fraction_bits + 1      (raw: u8 up to 8 fraction bits, u16 from 9 on; the
+ *                                            exponent modulo 32)
+ *     table sample = max(surface / m, 1)    (m: smallest sample of its plane)
  *
  * m is a running minimum from the plane's first sample, m = m < v ? m : v, so a NaN replaces it and
- * the sample behind the NaN replaces the NaN. A NaN quotient becomes 1.
+ * the sample after the NaN replaces the NaN. A NaN quotient becomes 1.
+ *
+ * A grid of fewer than five columns or rows does not determine the surface, and rounding decides
+ * whether every minimum is above 0, that is whether there is a result. With a side of 1 or 2 there
+ * was none in any trial. With a side of 3 or 4 it depends on the pair of sides. Of 800 smooth grids
+ * for each pair up to 20, half of them with a little noise, each at seven output sizes, the call
+ * gave null (columns x rows)
+ *
+ *     always     3 x 3, 3 x 6, 3 x 12, 6 x 3, 4 x 5, 4 x 10, 4 x 20, 5 x 4, 10 x 4
+ *     at times   3 x 7, 3 x 8, 3 x 11, 3 x 13 to 3 x 16, 7 x 3 to 9 x 3, 12 x 3 to 15 x 3, 17 x 3,
+ *                18 x 3, 20 x 4
+ *     never      all other pairs
+ *
+ * Grids of random values give null more often, and can from five columns and rows on too: their
+ * surface may dip to 0.
  *
  * @param[in] out_width, out_height  size of the gain planes; the low 16 bits count
  * @param[in] module       the module's calibration; only read
@@ -222,8 +279,8 @@ void do_polynomial_upscale(float* destination, const float* coefficients, uint16
  * @return the tables, one block for each calibration set, every sample at least 1, which the caller
  *         releases with deinit_computed_upscale_lsc_tables(); or null when an output or grid side
  *         is 0, `module` is null, its sets or one of their grids is null although the
- *         set count is not 0, a minimum is not above 0 (so also with an output side of 1, and
- *         mostly with a grid side below 5), or an allocation fails. Nothing is kept then
+ *         set count is not 0, a minimum is not above 0 (so also with an output side of 1), or an
+ *         allocation fails. Nothing is kept then
  */
 computed_upscale_lsc_tables* compute_upscaled_lsc_tables_polynom4th(uint32_t out_width,
                                                                     uint32_t out_height,
@@ -235,18 +292,19 @@ computed_upscale_lsc_tables* compute_upscaled_lsc_tables_polynom4th(uint32_t out
  * enlarged as by image_bicubic_upscale_uint8_to_float() or, from 9 fraction bits on,
  * image_bicubic_upscale_uint16_to_float(), turned into gains and mirrored. Nothing is normalised.
  *
- *   table sample = interpolated raw / 2^fraction_bits + 1      (the exponent modulo 32)
+ *     table sample = interpolated raw / 2^fraction_bits + 1      (the exponent modulo 32)
  *
  * An interpolated raw value may lie below 0, its gain then lies below 1.
  *
  * Contract: the conversion takes the plane's sides modulo 256, w8 and h8. It converts w8 * h8
  * samples, which stand row by row of length w8 at the start of the interpolated plane and of the
- * table plane; samples behind them are 0. Sides up to 255 are converted whole.
+ * table plane; samples after them are 0. Sides up to 255 are converted whole. A side that is a
+ * multiple of 256 converts nothing: 256 x 256 succeeds, and every sample is 0.
  *
  * @param[in] out_width, out_height  size of the gain planes; the low 16 bits count
  * @param[in] module       the module's calibration; only read
- * @param[in] orientation  as for compute_upscaled_lsc_tables_polynom4th(), mirroring the output;
- *                         with a code above 3 every sample is 0
+ * @param[in] orientation  how the output is mirrored: 0 not at all, 1 left to right, 2 top to
+ *                         bottom, 3 both. With any other code every sample is 0
  * @return the tables, one block for each calibration set, which the caller releases with
  *         deinit_computed_upscale_lsc_tables(); or null when an output side is 0, `module` or
  *         its sets are null, a grid is null, the upscaler refuses the sizes while there is a set
@@ -271,35 +329,36 @@ void deinit_computed_upscale_lsc_tables(computed_upscale_lsc_tables* tables);
  * Rewrites lens-shading tables for one camera module: every table of `target` becomes the table of
  * `source` times the gain plane of its colour.
  *
- *   target[i] = low 16 bits of trunc(source[i] * gain[i])
+ *     target[i] = low 16 bits of trunc(source[i] * gain[i])
  *
  * The product is single precision and truncated toward zero to a signed 32-bit value; beyond its
  * range it saturates, and a NaN gives 0. Contract: there is no clamp to 16 bits, a product of 65536
- * or more wraps.
+ * or more wraps. Scaling a table is as if, for each i ascending, source[i] and gain[i] are loaded
+ * and then the two bytes of target[i] are stored, whatever overlaps what.
  *
  * Light by light, with gain table number `aux` (counted from 1) of the source light: the leading
  * fields `light_id`, `gains`, `coords` and `fraction_bits` are copied, then every site of the
  * colour-filter cell is rewritten that has a colour, a target table and a source table. With a cell
  * of 4 x 4 sites both green planes of the gain table are first replaced by their mean,
  * (G1 + G2) * 0.5, in place. With a cell of 2 x 2 sites tables other than [0][0], [0][1], [1][0]
- * and [1][1] are left alone.
+ * and [1][1] are untouched.
  *
  * The codes 0 to 3 name cells of 2 x 2 sites, G1 and G2 being the greens, C1 and C2 the others:
  *
- *   0: G2 C2   1: C2 G2   2: C1 G1   3: G1 C1
- *      C1 G1      G1 C1      G2 C2      C2 G2
+ *     0: G2 C2   1: C2 G2   2: C1 G1   3: G1 C1
+ *        C1 G1      G1 C1      G2 C2      C2 G2
  *
- * and 256 to 263 cells of 4 x 4 sites, in which a site without a colour (--) is left alone:
+ * and 256 to 263 cells of 4 x 4 sites, in which a site without a colour (`--`) is untouched:
  *
- *   256: C1 G2 C2 G2   257: G2 C2 G2 C1   258: C2 G2 C1 G2   259: G2 C1 G2 C2
- *        G1 -- G1 --        -- G1 -- G1        G1 -- G1 --        -- G1 -- G1
- *        C2 G2 C1 G2        G2 C1 G2 C2        C1 G2 C2 G2        G2 C2 G2 C1
- *        G1 -- G1 --        -- G1 -- G1        G1 -- G1 --        -- G1 -- G1
+ *     256: C1 G2 C2 G2   257: G2 C2 G2 C1   258: C2 G2 C1 G2   259: G2 C1 G2 C2
+ *          G1 -- G1 --        -- G1 -- G1        G1 -- G1 --        -- G1 -- G1
+ *          C2 G2 C1 G2        G2 C1 G2 C2        C1 G2 C2 G2        G2 C2 G2 C1
+ *          G1 -- G1 --        -- G1 -- G1        G1 -- G1 --        -- G1 -- G1
  *
- *   260: G1 -- G1 --   261: -- G1 -- G1   262: G1 -- G1 --   263: -- G1 -- G1
- *        C2 G2 C1 G2        G2 C1 G2 C2        C1 G2 C2 G2        G2 C2 G2 C1
- *        G1 -- G1 --        -- G1 -- G1        G1 -- G1 --        -- G1 -- G1
- *        C1 G2 C2 G2        G2 C2 G2 C1        C2 G2 C1 G2        G2 C1 G2 C2
+ *     260: G1 -- G1 --   261: -- G1 -- G1   262: G1 -- G1 --   263: -- G1 -- G1
+ *          C2 G2 C1 G2        G2 C1 G2 C2        C1 G2 C2 G2        G2 C2 G2 C1
+ *          G1 -- G1 --        -- G1 -- G1        G1 -- G1 --        -- G1 -- G1
+ *          C1 G2 C2 G2        G2 C2 G2 C1        C2 G2 C1 G2        G2 C1 G2 C2
  *
  * @param[in,out] target  `lens_shading`: `lights` of 152 bytes, whose tables have width x height
  *                        samples
@@ -310,19 +369,22 @@ void deinit_computed_upscale_lsc_tables(computed_upscale_lsc_tables* tables);
  * @param[in] cfa_layout   the sensor's cell: 0 to 3, or 256 to 263
  * @param[in] plane_order  0 to 3: the four planes of a gain table are the sites of this cell of
  *                         2 x 2, row by row
- * @return, in the order of the tests:
- *         32 `target`, `source` or `gains` is null, nothing is touched;
- *         0 the target has no lights, nothing is touched;
- *         32 the lights of a set or `gain_tables` are null, nothing is touched;
- *         8 the source has fewer lights than the target or fewer samples in a table, nothing is
- *         touched;
- *         8 `aux` of a light is 0 or above `table_count`, lights before it are rewritten;
- *         32 the gain table of a light is null, lights before it are rewritten;
- *         8 `plane_order` or `cfa_layout` is none of the above, nothing is touched;
- *         0 done
+ * @return in the order of the tests:
+ *         - QO_CMC_INVALID_SIZE (32): `target`, `source` or `gains` is null; nothing is touched
+ *         - QO_CMC_OK (0): the target has no lights; nothing is touched
+ *         - QO_CMC_INVALID_SIZE (32): the lights of a set or `gain_tables` are null; nothing is
+ *           touched
+ *         - QO_CMC_INVALID (8): the source has fewer lights than the target or fewer samples in a
+ *           table; nothing is touched
+ *         - QO_CMC_INVALID (8): `aux` of a light is 0 or above `table_count`; lights before it are
+ *           rewritten
+ *         - QO_CMC_INVALID_SIZE (32): the gain table of a light is null; lights before it are
+ *           rewritten
+ *         - QO_CMC_INVALID (8): `plane_order` or `cfa_layout` is none of the above; nothing is
+ *           touched
+ *         - QO_CMC_OK (0): done
  *
- * Allocates nothing. A table of the target and one of the source may be the same array, but must
- * not overlap in part.
+ * Allocates nothing.
  */
 uint64_t ratio_based_sample_to_sample_correction(lens_shading_set* target,
                                                  const lens_shading_set* source,

@@ -38,8 +38,12 @@ typedef struct calibration calibration;
 /**
  * Parses a container without module calibration: qo_cmc_parser_init_v1() with a null `nvm`.
  *
- * @param[in] container  as for qo_cmc_parser_init_v1()
- * @return as for qo_cmc_parser_init_v1()
+ * @param[in] container  the container; its `size` must equal the total size that it declares. It is
+ *                       not referenced after the call
+ * @return the parsed CMC, which the caller releases with qo_cmc_parser_deinit(); or null when
+ *         `container` or its `data` is null, its size is below 24 or differs from the total size,
+ *         neither checksum holds, or the parsed CMC cannot be allocated. A record that is
+ *         malformed, or for which there is no memory, leaves its slot empty and is no failure
  */
 parsed_cmc* qo_cmc_parser_init(const qo_blob* container);
 
@@ -67,8 +71,8 @@ parsed_cmc* qo_cmc_parser_init(const qo_blob* container);
  *
  * Neither image is referenced after the call.
  *
- * Heap. At any time at most 24 bytes for each byte of the container and 4 KiB are held, and, with a
- * record 20, another 8 x 65535 bytes for the derived record. An NVM image adds the size of its
+ * Heap. At any time at most 24 bytes for each byte of the container and 4 KiB are in use, and, with
+ * a record 20, another 8 x 65535 bytes for the derived record. An NVM image adds the size of its
  * calibration grid, and, while the tables of a set of width x height samples are rebuilt, 16 x
  * width x height bytes for each of its calibration sets and 136 bytes for each sample of their
  * grids.
@@ -104,20 +108,21 @@ void qo_vexb_others_parser_init(const qo_blob* container, parsed_cmc* cmc);
  * Decodes one CMC record into its slot.
  *
  * @param[in]     record       the record: a C-heap block of exactly `size` bytes that starts with a
- *                             record_header. 0 hands it over (kept by the slot, or released);
- *                             after any other result the caller releases it.
+ *                             record_header. QO_CMC_OK (0) hands it over (kept by the slot, or
+ *                             released); after any other result the caller releases it
  * @param[in,out] cmc          the parsed CMC to fill
  * @param[in]     module       the module calibration that record 30 blends in, or null; only read,
  *                             and not referenced after the call
- * @return 0 handled, also when the record was malformed and its slot is left empty;
- *         8 `record` or `cmc` is null, `size` is below 8, the kind has no decoder (0, 4, 12 and
- *         above 36), or a record 24 is malformed;
- *         4 no memory for a record 24;
- *         any other value: what qo_vexb_parse_record() returned for kinds 9, 31, 32 and 34.
+ * @return one of
+ *         - QO_CMC_OK (0): handled, also when the record was malformed and its slot is left empty
+ *         - QO_CMC_INVALID (8): `record` or `cmc` is null, `size` is below 8, the kind has no
+ *           decoder (0, 4, 12 and above 36), or a record 24 is malformed
+ *         - QO_CMC_NO_MEMORY (4): no memory for a record 24
+ *         - any value but 0 that qo_vexb_parse_record() returned for kinds 9, 31, 32 and 34
  *
- * Contract: a kind that keeps its copy (1, 5, 6, 7, 10, 13, 15 to 21, 23) answers 0 to a record
- * that fails its size check and neither stores nor releases it. Nor are the first of two records 34
- * and the copy of a record 22 without memory for its items ever released.
+ * Contract: a kind that keeps its copy (1, 5, 6, 7, 10, 13, 15 to 21, 23) answers QO_CMC_OK (0) to
+ * a record that fails its size check and neither stores nor releases it. Nor are the first of two
+ * records 34 and the copy of a record 22 without memory for its items ever released.
  *
  * Heap. Whatever its counts say, a record makes the library hold at most 24 times its `size` and
  * 2 KiB, the record itself included; beside a calibration grid of w x h values, record 30 may take

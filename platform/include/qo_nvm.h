@@ -61,7 +61,7 @@ struct calibration {
 uint32_t qo_nvm_parse(const qo_blob* image, calibration** result);
 
 /**
- * Releases a calibration object and everything behind it.
+ * Releases a calibration object and everything it points to.
  *
  * @param[in] handle  a result of qo_nvm_parse(), not null
  */
