@@ -7,6 +7,7 @@
 #include "base/c_heap.h"
 #include "lsc/quartic_surface.h"
 #include "qo_cmc/status.h"
+#include "rows/row_table.h"
 
 namespace qo {
 namespace {
@@ -24,32 +25,30 @@ struct coordinate_powers {
   float fourth;
 };
 
-/// One row of the design matrix: the monomials at one grid sample.
-void write_monomials(const coordinate_powers& x, const coordinate_powers& y, float* row) {
-  row[0] = 1.0f;
-  row[1] = x.first;
-  row[2] = y.first;
-  row[3] = x.second;
-  row[4] = x.first * y.first;
-  row[5] = y.second;
-  row[6] = x.third;
-  row[7] = x.second * y.first;
-  row[8] = x.first * y.second;
-  row[9] = y.third;
-  row[10] = x.fourth;
-  row[11] = x.third * y.first;
-  row[12] = x.second * y.second;
-  row[13] = x.first * y.third;
-  row[14] = y.fourth;
+/// A monomial is one of these times one of those. A product with 1 is exact, so that each monomial
+/// is rounded as often as its powers and their product are, and no more.
+[[nodiscard]] monomial_factors factors_of_x(const coordinate_powers& x) {
+  return {{1.0f, x.first, 1.0f, x.second, x.first, 1.0f, x.third, x.second, x.first, 1.0f, x.fourth,
+           x.third, x.second, x.first, 1.0f, 0.0f}};
+}
+[[nodiscard]] monomial_factors factors_of_y(const coordinate_powers& y) {
+  return {{1.0f, 1.0f, y.first, 1.0f, y.first, y.second, 1.0f, y.first, y.second, y.third, 1.0f,
+           y.first, y.second, y.third, y.fourth, 0.0f}};
 }
 
 /// Samples count from 1 in both directions and follow one another row by row.
 void fill_design(float* design, uint32_t width, uint32_t height, size_t term_count) {
   assert(term_count >= surface_terms);
-  for (uint32_t y = 1; y <= height; ++y) {
-    const coordinate_powers y_powers(y);
-    for (uint32_t x = 1; x <= width; ++x, design += term_count)
-      write_monomials(coordinate_powers(x), y_powers, design);
+  constexpr uint32_t strip = 64;
+  monomial_factors columns[strip];
+  for (uint32_t first = 0; first < width; first += strip) {
+    const uint32_t count = width - first < strip ? width - first : strip;
+    for (uint32_t c = 0; c < count; ++c)
+      columns[c] = factors_of_x(coordinate_powers(uint64_t{first} + c + 1));
+    for (uint32_t row = 0; row < height; ++row)
+      rows().surface.multiply_factors(columns, factors_of_y(coordinate_powers(uint64_t{row} + 1)),
+                                      count, design + (size_t{row} * width + first) * term_count,
+                                      term_count);
   }
 }
 

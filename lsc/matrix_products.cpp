@@ -2,77 +2,81 @@
 
 #include "qo_cmc/lsc.h"
 
-#include <cstring>
-
 #include "lsc/strided_matrix.h"
 #include "qo_cmc/status.h"
+#include "rows/row_table.h"
+
+// The row kernels take packed rows, in results that share no bytes with what is read. Everything
+// else, and the rule, is plain loops.
 
 namespace qo {
 namespace {
 
-/// Sums formed side by side. One sum is a chain of dependent additions; several hide its latency.
-constexpr int32_t lanes = 8;
-
-/// One operand of a dot product: the bytes from one index of the sum to the next.
-struct sum_operand {
-  const uint8_t* base;
-  ptrdiff_t step;
+struct matrix_size {
+  int32_t rows;
+  int32_t columns;
 };
 
-/// The plain rule: from 0, in ascending order, one accumulator.
-[[nodiscard]] float dot(sum_operand a, sum_operand b, int32_t count) {
-  float sum = 0.0f;
-  for (int32_t k = 0; k < count; ++k)
-    sum += load_float(a.base + k * a.step) * load_float(b.base + k * b.step);
-  return sum;
+[[nodiscard]] matrix_view view_of(const strided_source& matrix) {
+  return {matrix.base(), matrix.stride1(), matrix.stride2()};
+}
+[[nodiscard]] packed_rows rows_of(const strided_source& matrix) {
+  return {matrix.base(), matrix.stride1()};
+}
+[[nodiscard]] packed_result rows_of(const strided_result& matrix) {
+  return {matrix.base(), matrix.stride1()};
 }
 
-/// sums[lane] = dot(a, b moved by lane * lane_step). Each lane has the accumulator of the plain
-/// rule, so each sum has its bits; the terms of one sum are never spread over accumulators.
-template <typename LaneStep>
-void dot_lanes(sum_operand a, sum_operand b, LaneStep lane_step, int32_t count,
-               float (&sums)[lanes]) {
-  float accumulators[lanes] = {};
-  for (int32_t k = 0; k < count; ++k) {
-    const float factor = load_float(a.base + k * a.step);
-    const uint8_t* const row = b.base + k * b.step;
-    for (int32_t lane = 0; lane < lanes; ++lane)
-      accumulators[lane] += factor * load_float(row + lane * lane_step());
-  }
-  memcpy(sums, accumulators, sizeof accumulators);
+/// What kernels may not be told: nothing is read where something is written, and nothing is written
+/// twice.
+[[nodiscard]] bool stands_apart(const strided_result& result, const matrix_size& size,
+                                const byte_range& read) {
+  return result.is_dense(size.rows, size.columns) &&
+         !overlap(result.span(size.rows, size.columns), read);
 }
 
-struct packed_lanes {
-  [[nodiscard]] constexpr ptrdiff_t operator()() const { return sizeof(float); }
-};
+void transpose_plain(const strided_source& source, const strided_result& result,
+                     const matrix_size& size) {
+  for (int32_t row = 0; row < size.rows; ++row)
+    for (int32_t column = 0; column < size.columns; ++column)
+      result.set(column, row, source.at(row, column));
+}
 
-struct spaced_lanes {
-  ptrdiff_t step;
-  [[nodiscard]] constexpr ptrdiff_t operator()() const { return step; }
-};
-
-/// A row (or column) of results: dst[j] = dot(a, b moved by j * lane_step), j below `results`.
-void dot_row(sum_operand a, sum_operand b, ptrdiff_t lane_step, int32_t count, uint8_t* dst,
-             ptrdiff_t dst_step, int32_t results) {
-  if (results < lanes) {
-    for (int32_t j = 0; j < results; ++j)
-      store_float(dst + j * dst_step, dot(a, {b.base + j * lane_step, b.step}, count));
-    return;
-  }
-  for (int32_t done = 0; done < results;) {
-    // The last group is moved back to be whole, and forms some results a second time.
-    const int32_t first = done <= results - lanes ? done : results - lanes;
-    const sum_operand group = {b.base + first * lane_step, b.step};
-    float sums[lanes];
-    if (lane_step == sizeof(float)) {
-      dot_lanes(a, group, packed_lanes{}, count, sums);
-    } else {
-      dot_lanes(a, group, spaced_lanes{lane_step}, count, sums);
+/// The rule: each sum from 0, in ascending order, in one accumulator.
+void multiply_plain(const strided_source& left, const strided_source& right,
+                    const strided_result& result, const matrix_size& size, int32_t inner) {
+  for (int32_t row = 0; row < size.rows; ++row) {
+    for (int32_t column = 0; column < size.columns; ++column) {
+      float sum = 0.0f;
+      for (int32_t k = 0; k < inner; ++k) sum += left.at(row, k) * right.at(k, column);
+      result.set(row, column, sum);
     }
-    for (int32_t lane = 0; lane < lanes; ++lane)
-      store_float(dst + (first + lane) * dst_step, sums[lane]);
-    done = first + lanes;
   }
+}
+
+/// Products of matrices whose rows are packed; false when this one is none.
+[[nodiscard]] bool multiply_rows(const strided_source& left, const strided_source& right,
+                                 const strided_result& result, const matrix_size& size,
+                                 int32_t inner) {
+  if (!right.has_packed_rows() || !result.has_packed_rows()) return false;
+  if (inner >= 1 && (!stands_apart(result, size, left.span(size.rows, inner)) ||
+                     !stands_apart(result, size, right.span(inner, size.columns))))
+    return false;
+  rows().matrix.multiply(view_of(left), rows_of(right), rows_of(result),
+                         {static_cast<size_t>(size.rows), static_cast<size_t>(inner),
+                          static_cast<size_t>(size.columns)});
+  return true;
+}
+
+void multiply(const strided_source& left, const strided_source& right, const strided_result& result,
+              const matrix_size& size, int32_t inner) {
+  if (multiply_rows(left, right, result, size, inner)) return;
+  // The same products and sums, with packed columns: transpose(left right) is
+  // transpose(right) transpose(left).
+  if (multiply_rows(right.transposed(), left.transposed(), result.transposed(),
+                    {size.columns, size.rows}, inner))
+    return;
+  multiply_plain(left, right, result, size, inner);
 }
 
 }  // namespace
@@ -85,9 +89,13 @@ uint32_t transpose_m(const float* src, int32_t src_stride1, int32_t src_stride2,
 
   const qo::strided_source source(src, src_stride1, src_stride2);
   const qo::strided_result result(dst, dst_stride1, dst_stride2);
-  for (int32_t row = 0; row < height; ++row)
-    for (int32_t column = 0; column < width; ++column)
-      result.set(column, row, source.at(row, column));
+  if (source.has_packed_rows() && result.has_packed_rows() &&
+      qo::stands_apart(result, {width, height}, source.span(height, width))) {
+    qo::rows().matrix.transpose(qo::rows_of(source), qo::rows_of(result),
+                                static_cast<size_t>(width), static_cast<size_t>(height));
+  } else {
+    qo::transpose_plain(source, result, {height, width});
+  }
   return QO_CMC_OK;
 }
 
@@ -99,12 +107,10 @@ uint32_t mul_mm(const float* src1, int32_t src1_stride1, int32_t src1_stride2, i
   if (src1_height < 1 || src2_width < 1) return QO_CMC_OK;
   if (src1 == nullptr || src2 == nullptr || dst == nullptr) return QO_CMC_INVALID_SIZE;
 
-  const qo::strided_source left(src1, src1_stride1, src1_stride2);
-  const qo::strided_source right(src2, src2_stride1, src2_stride2);
-  const qo::strided_result result(dst, dst_stride1, dst_stride2);
-  for (int32_t row = 0; row < src1_height; ++row)
-    qo::dot_row({left.address(row, 0), src1_stride2}, {right.address(0, 0), src2_stride1},
-                src2_stride2, src1_width, result.address(row, 0), dst_stride2, src2_width);
+  qo::multiply(qo::strided_source(src1, src1_stride1, src1_stride2),
+               qo::strided_source(src2, src2_stride1, src2_stride2),
+               qo::strided_result(dst, dst_stride1, dst_stride2), {src1_height, src2_width},
+               src1_width > 0 ? src1_width : 0);
   return QO_CMC_OK;
 }
 
@@ -115,10 +121,21 @@ uint32_t mul_mv(const float* src1, int32_t src1_stride1, int32_t src1_stride2, i
   if (src1_height < 1) return QO_CMC_OK;
   if (src1 == nullptr || src2 == nullptr || dst == nullptr) return QO_CMC_INVALID_SIZE;
 
+  constexpr int32_t packed = sizeof(float);
+  const int32_t inner = src1_width > 0 ? src1_width : 0;
   const qo::strided_source matrix(src1, src1_stride1, src1_stride2);
-  const qo::strided_source vector(src2, 0, src2_stride);
-  const qo::strided_result result(dst, dst_stride, 0);
-  qo::dot_row({vector.address(0, 0), src2_stride}, {matrix.address(0, 0), src1_stride2},
-              src1_stride1, src1_width, result.address(0, 0), dst_stride, src1_height);
+  const qo::strided_source vector(src2, src2_stride, packed);
+  const qo::strided_result result(dst, dst_stride, packed);
+  const bool is_packed = matrix.has_packed_rows() && src2_stride == packed && dst_stride == packed;
+  if (is_packed && inner >= 1 &&
+      qo::stands_apart(result, {src1_height, 1}, matrix.span(src1_height, inner)) &&
+      qo::stands_apart(result, {src1_height, 1}, vector.span(inner, 1))) {
+    qo::rows().matrix.multiply_vector(qo::rows_of(matrix), src2, static_cast<size_t>(src1_height),
+                                      static_cast<size_t>(inner), dst);
+  } else {
+    // As a row times a matrix: lanes are results, where these are packed.
+    qo::multiply(vector.transposed(), matrix.transposed(), result.transposed(), {1, src1_height},
+                 inner);
+  }
   return QO_CMC_OK;
 }

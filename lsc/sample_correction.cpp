@@ -12,18 +12,10 @@
 #include "lsc/byte_range.h"
 #include "lsc/colour_cells.h"
 #include "qo_cmc/status.h"
+#include "rows/row_table.h"
 
 namespace qo {
 namespace {
-
-/// Replaces both green planes by their mean. They never are one plane (colour_cells.h).
-void average_greens(float* green_1, float* green_2, size_t count) {
-  for (size_t i = 0; i < count; ++i) {
-    const float mean = (green_1[i] + green_2[i]) * 0.5f;
-    green_1[i] = mean;
-    green_2[i] = mean;
-  }
-}
 
 /// source[i] * gains[i]. Contract: no clamp, the low 16 bits are what counts.
 [[nodiscard]] uint32_t product_at(const uint16_t* source, const float* gains, size_t i) {
@@ -42,29 +34,16 @@ void scale_in_order(const uint16_t* source, const float* gains, uint16_t* target
   for (size_t i = 0; i < count; ++i) store_sample(product_at(source, gains, i), target, i);
 }
 
-/// The same for a target that no load can see before its group is stored.
-void scale_in_groups(const uint16_t* source, const float* gains, uint16_t* target, size_t count) {
-  // Through 32-bit values: in a loop that narrows as it goes compilers narrow every mask of the
-  // saturation as well, which costs more than the product.
-  constexpr size_t group = 64;
-  uint32_t products[group];
-  for (size_t done = 0; done < count; done += group) {
-    const size_t left = count - done < group ? count - done : group;
-    for (size_t i = 0; i < left; ++i) products[i] = product_at(source, gains, done + i);
-    for (size_t i = 0; i < left; ++i) store_sample(products[i], target, done + i);
-  }
-}
-
 /// target[i] = source[i] * gains[i], for i ascending.
 /// Contract: whatever overlaps what, sample i and its gain are loaded after the two bytes of
 /// target[i - 1] are stored.
 void scale_table(const uint16_t* source, const float* gains, uint16_t* target, size_t count) {
   const byte_range written = bytes_of(target, count);
-  const bool groups_see_no_store =
+  const bool no_load_sees_a_store =
       (target == source || !overlap(written, bytes_of(source, count))) &&
       !overlap(written, bytes_of(gains, count));
-  if (groups_see_no_store) {
-    scale_in_groups(source, gains, target, count);
+  if (no_load_sees_a_store) {
+    rows().gains.scale(source, gains, target, count);
   } else {
     scale_in_order(source, gains, target, count);
   }
@@ -144,7 +123,8 @@ uint64_t ratio_based_sample_to_sample_correction(lens_shading_set* target,
     const qo::colour_planes planes(table, numbers, samples);
     // Contract: in place, for each light. A table that serves two lights is averaged twice, which
     // changes nothing more.
-    if (cell.side == 4) qo::average_greens(planes[qo::colour::G1], planes[qo::colour::G2], samples);
+    if (cell.side == 4)
+      qo::rows().gains.average(planes[qo::colour::G1], planes[qo::colour::G2], samples);
     qo::copy_leading_fields(from, to);
     qo::correct_tables(cell, planes, from, to, samples);
   }

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "base/load.h"
+#include "lsc/byte_range.h"
 
 namespace qo {
 
@@ -40,6 +41,35 @@ class strided_matrix {
   void set(int32_t row, int32_t column, float value) const {
     store_float(address(row, column), value);
   }
+
+  /// Whether a row's elements follow one another, or a column's.
+  [[nodiscard]] bool has_packed_rows() const { return stride2_ == sizeof(float); }
+  [[nodiscard]] bool has_packed_columns() const { return stride1_ == sizeof(float); }
+
+  /// Whether no two of the first `rows` x `columns` elements share bytes, given that rows, or
+  /// columns, are packed.
+  [[nodiscard]] bool is_dense(int32_t rows, int32_t columns) const {
+    const int64_t run = int64_t{sizeof(float)} * (has_packed_rows() ? columns : rows);
+    const int64_t step = has_packed_rows() ? stride1_ : stride2_;
+    return (has_packed_rows() || has_packed_columns()) && (step >= run || step <= -run);
+  }
+
+  /// From the lowest to the highest byte of `rows` x `columns` elements, each count at least 1.
+  [[nodiscard]] byte_range span(int32_t rows, int32_t columns) const {
+    const ptrdiff_t last_row = element_offset(rows - 1, 0, stride1_, stride2_);
+    const ptrdiff_t last_column = element_offset(0, columns - 1, stride1_, stride2_);
+    const ptrdiff_t lowest = (last_row < 0 ? last_row : 0) + (last_column < 0 ? last_column : 0);
+    const ptrdiff_t highest = (last_row > 0 ? last_row : 0) + (last_column > 0 ? last_column : 0);
+    return {reinterpret_cast<uintptr_t>(base_) + static_cast<uintptr_t>(lowest),
+            static_cast<size_t>(highest - lowest) + sizeof(float)};
+  }
+
+  [[nodiscard]] Byte* base() const { return base_; }
+  [[nodiscard]] int32_t stride1() const { return stride1_; }
+  [[nodiscard]] int32_t stride2() const { return stride2_; }
+
+  /// Rows and columns exchanged, in place.
+  [[nodiscard]] strided_matrix transposed() const { return {base_, stride2_, stride1_}; }
 
  private:
   Byte* base_;

@@ -8,6 +8,7 @@
 #include "base/c_heap.h"
 #include "lsc/quartic_surface.h"
 #include "qo_cmc/status.h"
+#include "rows/row_table.h"
 
 namespace qo {
 namespace {
@@ -49,21 +50,25 @@ uint32_t lsc_polynomial_upscale_float(const float* design_t, const float* lu,
 
   // The surface always reads 15 coefficients; those that a smaller count leaves out are 0.
   const size_t coefficient_count = term_count < qo::surface_terms ? qo::surface_terms : term_count;
-  const qo::heap_array<float> right_side(qo::c_new_array<float>(term_count));
+  const qo::heap_array<float> right_sides(qo::c_new_array<float>(size_t{4} * term_count));
   const qo::heap_array<float> coefficients(qo::c_new_array<float>(coefficient_count));
-  if (right_side == nullptr || coefficients == nullptr) return QO_CMC_STEP_FAILED;
+  if (right_sides == nullptr || coefficients == nullptr) return QO_CMC_STEP_FAILED;
 
-  constexpr int32_t element = sizeof(float);
-  const int32_t samples = static_cast<int32_t>(uint32_t{grid_width} * grid_height);
-  for (int channel = 0; channel < 4; ++channel) {
-    if (mul_mv(design_t, samples * element, element, samples, term_count, source[channel], element,
-               samples, right_side.get(), element) != QO_CMC_OK)
-      return QO_CMC_STEP_FAILED;
+  // All four at once, because they share the matrix. A grid and a plane overlap nowhere, so that no
+  // plane which is written before changes a grid.
+  const size_t samples = size_t{grid_width} * grid_height;
+  float* side_of[4];
+  for (size_t channel = 0; channel < 4; ++channel)
+    side_of[channel] = right_sides.get() + channel * term_count;
+  qo::rows().matrix.multiply_four_vectors(
+      {reinterpret_cast<const uint8_t*>(design_t), static_cast<ptrdiff_t>(samples * sizeof(float))},
+      source, term_count, samples, side_of);
+  for (size_t channel = 0; channel < 4; ++channel) {
     const qo::heap_array<float> y(qo::c_new_array<float>(term_count));
     if (y == nullptr) return QO_CMC_STEP_FAILED;
     // Contract: the factorisation's mark; the substitution's first step replaces it.
     memset(y.get(), term_count & 0xff, sizeof(float));
-    qo::substitute_forward(lu, right_side.get(), y.get(), term_count);
+    qo::substitute_forward(lu, side_of[channel], y.get(), term_count);
     qo::substitute_back(lu, y.get(), coefficients.get(), term_count);
     do_polynomial_upscale(destination[channel], coefficients.get(), grid_width, grid_height,
                           out_width, out_height);

@@ -5,14 +5,10 @@
 #include <cstddef>
 
 #include "image_utils/corner_alignment.h"
+#include "rows/row_table.h"
 
 namespace qo {
 namespace {
-
-/// The surface along one row, as a quartic in x.
-struct row_quartic {
-  float k0, k1, k2, k3, k4;
-};
 
 /// Gathers the terms by power of x. What depends only on y is summed here, once for each row.
 [[nodiscard]] row_quartic quartic_at(const float* c, float y) {
@@ -28,19 +24,6 @@ struct row_quartic {
   };
 }
 
-/// The row's samples at x = 1, 1 + step, 1 + 2 step ...; no sample depends on another, so that a
-/// compiler forms several side by side.
-void sample_row(const row_quartic& row, float step, float* samples, int32_t width) {
-  const row_quartic q = row;  // a copy that the stores below cannot alias
-  for (int32_t column = 0; column < width; ++column) {
-    const float x = static_cast<float>(column) * step + 1.0f;
-    const float x2 = x * x;
-    const float x3 = x * x2;
-    const float x4 = x3 * x;
-    samples[column] = (((q.k0 + q.k1 * x) + q.k2 * x2) + q.k3 * x3) + q.k4 * x4;
-  }
-}
-
 }  // namespace
 }  // namespace qo
 
@@ -52,9 +35,21 @@ void do_polynomial_upscale(float* destination, const float* coefficients, uint16
   // An output side of 1 divides by zero: every coordinate is then 0 times an infinity or a NaN.
   const float step_x = qo::corner_aligned_step(grid_width, out_width);
   const float step_y = qo::corner_aligned_step(grid_height, out_height);
-  for (int32_t row = 0; row < out_height; ++row) {
-    const float y = static_cast<float>(row) * step_y + 1.0f;
-    qo::sample_row(qo::quartic_at(coefficients, y), step_x,
-                   destination + ptrdiff_t{row} * out_width, out_width);
+  const qo::surface_rows& kernels = qo::rows().surface;
+  qo::column_powers powers;
+  for (size_t first = 0; first < out_width; first += qo::surface_strip) {
+    const size_t left = out_width - first;
+    const size_t columns = left < qo::surface_strip ? left : qo::surface_strip;
+    kernels.fill_powers(step_x, first, columns, powers);
+    constexpr size_t row_group = 16;
+    qo::row_quartic quartics[row_group];
+    for (size_t row = 0; row < out_height; row += row_group) {
+      const size_t rows = out_height - row < row_group ? out_height - row : row_group;
+      for (size_t i = 0; i < rows; ++i)
+        quartics[i] = qo::quartic_at(
+            coefficients, static_cast<float>(static_cast<int32_t>(row + i)) * step_y + 1.0f);
+      kernels.sample(quartics, rows, powers, columns, destination + row * out_width + first,
+                     out_width);
+    }
   }
 }

@@ -9,6 +9,10 @@
 #include <stdint.h>
 #include <string.h>
 
+#if defined(__AVX2__)
+#include <immintrin.h>
+#endif
+
 #ifndef QO_ROWS_NS
 #define QO_ROWS_NS rows_base
 #endif
@@ -54,6 +58,13 @@ inline __attribute__((always_inline)) void store_vector(void* to, const Vector& 
   memcpy(to, &v, sizeof v);
 }
 
+/// The same register under another type, to and from what intrinsics take.
+template <typename To, typename From>
+[[nodiscard]] inline __attribute__((always_inline)) To same_bits(const From& from) {
+  static_assert(sizeof(To) == sizeof(From));
+  return load_vector<To>(&from);
+}
+
 /// Lane by lane what truncate_to_i32() of base/float_to_int.h gives: toward zero, saturating, 0 for
 /// a NaN. The conversion itself never sees a value out of range.
 template <size_t Lanes>
@@ -65,6 +76,31 @@ template <size_t Lanes>
   const auto in_range = __builtin_convertvector(load_vector<vector_n<float, Lanes>>(&safe_bits),
                                                 vector_n<int32_t, Lanes>);
   return in_range | ((v >= limit) & INT32_MAX) | ((v <= -limit) & INT32_MIN);
+}
+
+/// Lane by lane a value whose low 16 bits are those of truncate_lanes().
+template <size_t Lanes>
+[[nodiscard]] inline __attribute__((always_inline)) vector_n<int32_t, Lanes>
+truncate_lanes_for_low_16(vector_n<float, Lanes> v) {
+#if defined(__AVX2__)
+  // What is out of range, or no number, becomes INT32_MIN here, which ends in 16 zeros: right for
+  // a NaN and for what is too low. INT32_MAX ends in 16 ones.
+  vector_n<int32_t, Lanes> truncated;
+  if constexpr (Lanes == 8) {
+    truncated = same_bits<vector_n<int32_t, 8>>(_mm256_cvttps_epi32(same_bits<__m256>(v)));
+  } else if constexpr (Lanes == 4) {
+    truncated = same_bits<vector_n<int32_t, 4>>(_mm_cvttps_epi32(same_bits<__m128>(v)));
+#if defined(__AVX512F__)
+  } else if constexpr (Lanes == 16) {
+    truncated = same_bits<vector_n<int32_t, 16>>(_mm512_cvttps_epi32(same_bits<__m512>(v)));
+#endif
+  } else {
+    return truncate_lanes<Lanes>(v);
+  }
+  return truncated | (v >= 2147483648.0f);
+#else
+  return truncate_lanes<Lanes>(v);
+#endif
 }
 
 }  // namespace

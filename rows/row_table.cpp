@@ -8,25 +8,32 @@
 
 namespace qo {
 
-// The constants that the families leave, once for each instruction set that is compiled in.
-#define QO_DECLARE_ROWS(set)    \
-  namespace set {               \
-  extern const word_rows words; \
+// One table: the constants that the families leave in the namespace of an instruction set.
+#define QO_ROW_TABLE(set)             \
+  namespace set {                     \
+  extern const word_rows words;       \
+  extern const matrix_rows matrix;    \
+  extern const surface_rows surface;  \
+  extern const gain_rows gains;       \
+  namespace {                         \
+  constinit const row_table table = { \
+      words,                          \
+      matrix,                         \
+      surface,                        \
+      gains,                          \
+  };                                  \
+  }                                   \
   }
 
-QO_DECLARE_ROWS(rows_base)
-QO_DECLARE_ROWS(rows_avx2)
-QO_DECLARE_ROWS(rows_avx512)
-
-namespace {
-
-constinit const row_table base_table = {rows_base::words};
+QO_ROW_TABLE(rows_base)
 #if defined(QO_ROWS_HAVE_AVX2)
-constinit const row_table avx2_table = {rows_avx2::words};
+QO_ROW_TABLE(rows_avx2)
 #endif
 #if defined(QO_ROWS_HAVE_AVX512)
-constinit const row_table avx512_table = {rows_avx512::words};
+QO_ROW_TABLE(rows_avx512)
 #endif
+
+namespace {
 
 /// The only state of the library. Whoever asks first, on however many threads, stores the same
 /// answer, and the tables are constants: nothing has to be ordered.
@@ -35,7 +42,7 @@ constinit std::atomic<const row_table*> chosen = nullptr;
 [[nodiscard]] const row_table& best_rows() {
   for (const instruction_set set : {instruction_set::avx512, instruction_set::avx2})
     if (const row_table* const table = find_rows(set); table != nullptr) return *table;
-  return base_table;
+  return rows_base::table;
 }
 
 }  // namespace
@@ -43,15 +50,15 @@ constinit std::atomic<const row_table*> chosen = nullptr;
 const row_table* find_rows(instruction_set set) {
   switch (set) {
     case instruction_set::base:
-      return &base_table;
+      return &rows_base::table;
     case instruction_set::avx2:
 #if defined(QO_ROWS_HAVE_AVX2)
-      if (has_avx2()) return &avx2_table;
+      if (has_avx2()) return &rows_avx2::table;
 #endif
       return nullptr;
     case instruction_set::avx512:
 #if defined(QO_ROWS_HAVE_AVX512)
-      if (has_avx512()) return &avx512_table;
+      if (has_avx512()) return &rows_avx512::table;
 #endif
       return nullptr;
   }

@@ -8,6 +8,9 @@
 
 #include <cstdint>
 
+#include "rows/gain_rows.h"
+#include "rows/matrix_rows.h"
+#include "rows/surface_rows.h"
 #include "rows/word_rows.h"
 
 namespace qo {
@@ -15,6 +18,9 @@ namespace qo {
 /// The families of one instruction set.
 struct row_table {
   const word_rows& words;
+  const matrix_rows& matrix;
+  const surface_rows& surface;
+  const gain_rows& gains;
 };
 
 /// What a table may use: each set includes those before it.
