@@ -4,6 +4,7 @@
 
 #include "base/float_to_int.h"
 #include "base/load.h"
+#include "base/powers_of_two.h"
 
 namespace qo {
 namespace {
@@ -89,7 +90,7 @@ void blend_calibration_grid(const calibration_grid& grid, uint32_t centre, uint3
   const float mean =
       static_cast<float>(static_cast<int32_t>(interior_sum)) / static_cast<float>(interior_count);
 
-  const float unit = 1.0f / static_cast<float>(1u << (grid.shift % 32));
+  const float unit = 1.0f / unsigned_power_of_two(grid.shift);
   const float record_term = static_cast<float>(centre) * record_share;
   column_tallies columns(grid, range_around(mean));
   for (int y = 0; y < height; ++y) {
