@@ -27,8 +27,8 @@ bool is_worth_rebuilding(const lens_shading_set& set) {
 }  // namespace
 
 void merge_calibration(parsed_cmc& cmc, const calibration& module) {
-  if (!cmc.lens_shading || !cmc.lens_shading_ext) return;
-  if (!cmc.module_properties || !cmc.record_17.record) return;
+  if (cmc.lens_shading == nullptr || cmc.lens_shading_ext == nullptr) return;
+  if (cmc.module_properties == nullptr || cmc.record_17.record == nullptr) return;
   lens_shading_set& target = *cmc.lens_shading;
   if (!is_worth_rebuilding(target)) return;
 
@@ -37,7 +37,7 @@ void merge_calibration(parsed_cmc& cmc, const calibration& module) {
   const uint16_t plane_order = load<uint16_t>(record_17, record_17_layout::plane_order);
   computed_upscale_lsc_tables* const gains =
       compute_upscaled_lsc_tables_polynom4th(target.width, target.height, &module, orientation);
-  if (!gains) return;
+  if (gains == nullptr) return;
   // A correction that stops half-way leaves the lights before that corrected, on purpose.
   (void)ratio_based_sample_to_sample_correction(&target, cmc.lens_shading_ext, gains,
                                                 cmc.module_properties->cfa_layout, plane_order);

@@ -18,7 +18,7 @@ void log_null_destination() { qo_log(log_level, "memcpy_s: nullptr received\n");
 
 uint32_t copy_bounded(void* destination, size_t destination_size, const void* source,
                       size_t count) {
-  if (!destination) {
+  if (destination == nullptr) {
     log_null_destination();
     return null_argument;
   }
@@ -29,7 +29,7 @@ uint32_t copy_bounded(void* destination, size_t destination_size, const void* so
     count = destination_size;
     result = truncated;
   }
-  if (!source) {
+  if (source == nullptr) {
     memset(destination, 0, count);
     return null_argument;
   }

@@ -26,28 +26,30 @@ class record_copy {
   record_copy& operator=(const record_copy&) = delete;
   ~record_copy() { free(bytes_); }
 
-  uint32_t size() const { return header_.size; }
-  uint8_t version() const { return header_.version; }
+  [[nodiscard]] uint32_t size() const { return header_.size; }
+  [[nodiscard]] uint8_t version() const { return header_.version; }
   uint8_t* bytes() { return bytes_; }
-  const uint8_t* bytes() const { return bytes_; }
+  [[nodiscard]] const uint8_t* bytes() const { return bytes_; }
 
   /// Whether bytes 0 to `end` - 1 are the record's.
-  bool holds(uint64_t end) const { return end <= header_.size; }
+  [[nodiscard]] bool holds(uint64_t end) const { return end <= header_.size; }
   /// The same for an end that is padded up to a multiple of 8, as most layouts want it.
-  bool holds_padded(uint64_t end) const { return ((end + 7) & ~uint64_t{7}) <= header_.size; }
+  [[nodiscard]] bool holds_padded(uint64_t end) const {
+    return ((end + 7) & ~uint64_t{7}) <= header_.size;
+  }
 
   /// The little-endian value at `offset`, or 0 when the record ends before its last byte.
   template <typename T>
-  T read(uint64_t offset) const {
+  [[nodiscard]] [[nodiscard]] [[nodiscard]] [[nodiscard]] T read(uint64_t offset) const {
     return holds(offset + sizeof(T)) ? load<T>(bytes_, offset) : T{};
   }
 
   /// Length of the NUL-terminated string at `offset`, if its terminator is inside the record.
-  std::optional<uint64_t> string_length(uint64_t offset) const {
+  [[nodiscard]] std::optional<uint64_t> string_length(uint64_t offset) const {
     if (!holds(offset)) return std::nullopt;
     const uint8_t* const start = bytes_ + offset;
     const void* const end = memchr(start, 0, static_cast<size_t>(header_.size - offset));
-    if (!end) return std::nullopt;
+    if (end == nullptr) return std::nullopt;
     return static_cast<uint64_t>(static_cast<const uint8_t*>(end) - start);
   }
 

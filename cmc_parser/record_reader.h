@@ -17,7 +17,9 @@ class record_reader {
   }
 
   /// Whether the next `count` bytes are the record's.
-  bool holds(uint64_t count) const { return !failed_ && count <= record_.size() - offset_; }
+  [[nodiscard]] bool holds(uint64_t count) const {
+    return !failed_ && count <= record_.size() - offset_;
+  }
 
   /// The next `count` bytes, or null. `count` may be any product of 64-bit counts that cannot wrap.
   const uint8_t* take(uint64_t count) {
@@ -36,8 +38,8 @@ class record_reader {
     return taken ? load<T>(taken) : T{};
   }
 
-  uint64_t offset() const { return offset_; }
-  bool failed() const { return failed_; }
+  [[nodiscard]] uint64_t offset() const { return offset_; }
+  [[nodiscard]] bool failed() const { return failed_; }
 
  private:
   const record_copy& record_;

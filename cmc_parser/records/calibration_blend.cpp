@@ -22,7 +22,7 @@ uint32_t value_at(const calibration_grid& grid, int y, int x) {
 struct accepted_range {
   int32_t low;
   int32_t high;
-  bool holds(int32_t value) const { return low < value && value < high; }
+  [[nodiscard]] bool holds(int32_t value) const { return low < value && value < high; }
 };
 
 /// Half to one and a half times the mean; the bounds are swapped for a negative one.
@@ -66,7 +66,7 @@ class column_tallies {
     if (y < 0) return;
     for (int x = 0; x < grid_.width; ++x) columns_[x].remove(tally_of(y, x));
   }
-  tally tally_of(int y, int x) const {
+  [[nodiscard]] tally tally_of(int y, int x) const {
     const uint32_t value = value_at(grid_, y, x);
     return range_.holds(static_cast<int32_t>(value)) ? tally{value, 1} : tally{};
   }

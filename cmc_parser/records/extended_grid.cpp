@@ -31,7 +31,7 @@ lens_shading_ptr<lens_shading_light_ext> build_set(const record_copy& record) {
   if (!record.holds_padded(gains_offset + (has_gains ? 4 * uint64_t{light_count} : 0)))
     return nullptr;
   set->lights_ext = c_new_array<lens_shading_light_ext>(light_count);
-  if (!set->lights_ext) return nullptr;
+  if (set->lights_ext == nullptr) return nullptr;
   set->light_count = light_count;
 
   for (uint64_t i = 0; i < light_count; ++i) {
@@ -55,7 +55,7 @@ lens_shading_ptr<lens_shading_light_ext> build_set(const record_copy& record) {
 
 uint32_t decode_extended_grid(record_copy record, parsed_cmc& cmc, const calibration*) {
   // The first record wins, whichever kind it was.
-  if (!cmc.lens_shading_ext) cmc.lens_shading_ext = build_set(record).release();
+  if (cmc.lens_shading_ext == nullptr) cmc.lens_shading_ext = build_set(record).release();
   return QO_CMC_OK;
 }
 

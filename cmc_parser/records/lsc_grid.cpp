@@ -29,7 +29,7 @@ lens_shading_ptr<lens_shading_light> build_set(const record_copy& record, uint64
   set->id = 28;
   set_fixed_channel_map(*set);
   set->lights = c_new_array<lens_shading_light>(set->light_count);
-  if (!set->lights) return nullptr;
+  if (set->lights == nullptr) return nullptr;
 
   const uint64_t block_size = block_head_size + 4 * plane_size_of(*set);
   for (uint64_t i = 0; i < set->light_count; ++i) {
@@ -73,7 +73,7 @@ uint32_t decode_lsc_grid(record_copy record, parsed_cmc& cmc, const calibration*
       record.version() >= version_101 && record.holds_padded(end + 4 * light_count);
   const uint64_t gains_offset = has_gains ? end : 0;
   // The first record wins, whichever kind it was.
-  if (!cmc.lens_shading) cmc.lens_shading = build_set(record, gains_offset).release();
+  if (cmc.lens_shading == nullptr) cmc.lens_shading = build_set(record, gains_offset).release();
   cmc.lsc_grid.blocks = record.bytes() + blocks_offset;
   cmc.lsc_grid.first_table = address_at(record.bytes(), blocks_offset + block_head_size);
   cmc.lsc_grid.light_gains = has_gains ? record.bytes() + gains_offset : nullptr;

@@ -25,7 +25,7 @@ uint32_t decode_module_properties(record_copy record, parsed_cmc& cmc, const cal
   cmc.module_properties = properties;
   const uint8_t version = record.version();
   const uint32_t filled = bytes_filled(version);
-  if (!properties || filled == 0 || !record.holds_padded(filled)) return QO_CMC_OK;
+  if (properties == nullptr || filled == 0 || !record.holds_padded(filled)) return QO_CMC_OK;
 
   memcpy(properties, record.bytes(), filled);
   // Readers expect the places that later versions added to carry the older value.

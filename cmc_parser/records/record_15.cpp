@@ -18,8 +18,8 @@ constexpr uint64_t item_size = 8;
 constexpr uint64_t entry_head_size = 12;
 
 void free_sub_table(record_15_sub_table* table) {
-  if (!table) return;
-  if (table->entries) {
+  if (table == nullptr) return;
+  if (table->entries != nullptr) {
     for (uint16_t i = 0; i < table->count; ++i) {
       free(table->entries[i].array_second);
       free(table->entries[i].array_first);
@@ -34,7 +34,7 @@ using sub_table_ptr = std::unique_ptr<record_15_sub_table, deleter<free_sub_tabl
 /// A copy of `count` values at `values`, or null with the message of a missing destination.
 uint16_t* copy_values(const uint8_t* values, uint16_t count) {
   uint16_t* const copy = c_copy_array<uint16_t>(values, count);
-  if (!copy) log_null_destination();
+  if (copy == nullptr) log_null_destination();
   return copy;
 }
 
@@ -46,7 +46,7 @@ bool read_entry(const record_copy& record, record_reader& reader, record_15_entr
   const uint64_t array_size = sizeof(uint16_t) * uint64_t{count};
   if (!record.holds_padded(reader.offset() + 2 * array_size)) return false;
   entry.array_first = copy_values(reader.take(array_size), count);
-  if (!entry.array_first) return false;
+  if (entry.array_first == nullptr) return false;
   entry.array_second = copy_values(reader.take(array_size), count);
   return entry.array_second != nullptr;
 }
@@ -60,7 +60,7 @@ sub_table_ptr read_sub_table(const record_copy& record, uint64_t offset) {
   if (!record.holds(reader.offset() + entry_head_size * count)) return nullptr;
   sub_table_ptr table(c_new<record_15_sub_table>());
   if (table) table->entries = c_new_array<record_15_entry>(count);
-  if (!table || !table->entries) {
+  if (!table || table->entries == nullptr) {
     log_null_destination();
     return nullptr;
   }

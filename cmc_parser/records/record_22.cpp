@@ -25,14 +25,14 @@ constexpr uint64_t grid_offset = 22;
 constexpr uint64_t list_entry_head_size = 16;
 
 void free_list(record_22_list_entry* list, int32_t count) {
-  if (!list) return;
+  if (list == nullptr) return;
   for (int32_t i = 0; i < count; ++i) free(list[i].values);
   free(list);
 }
 
 void free_content(record_22_content* content) {
-  if (!content) return;
-  if (content->grid) free(content->grid[0].first_half);
+  if (content == nullptr) return;
+  if (content->grid != nullptr) free(content->grid[0].first_half);
   free_list(content->list, content->list_count);
   free(content->list_tail);
   free(content->grid);
@@ -77,10 +77,10 @@ part read_items(record_reader& reader, record_22_content& content) {
   if (count > 0) {
     const uint64_t size = uint64_t{record_22_item_size} * static_cast<uint32_t>(count);
     const uint8_t* const items = reader.take(size);
-    if (!items) return part::cut;
+    if (items == nullptr) return part::cut;
     content.item_count = count;
     content.items = c_copy_array<uint8_t>(items, size);
-    if (!content.items) return part::out_of_memory;
+    if (content.items == nullptr) return part::out_of_memory;
   }
   content.item_count = count;
   return part::complete;
@@ -88,7 +88,7 @@ part read_items(record_reader& reader, record_22_content& content) {
 
 part read_block(record_reader& reader, record_22_content& content) {
   const uint8_t* const block = reader.take(sizeof content.block);
-  if (!block) return part::cut;
+  if (block == nullptr) return part::cut;
   memcpy(content.block, block, sizeof content.block);
   // Contract: the tail repeats bytes from the middle; the block's own last 16 bytes are never read,
   // and need not be there.
@@ -117,7 +117,7 @@ bool copy_list(record_reader& reader, record_22_content& content) {
     entry.count = reader.read<uint32_t>();
     const uint64_t size = sizeof(uint32_t) * uint64_t{entry.count};
     entry.values = c_copy_array<uint32_t>(reader.take(size), entry.count);
-    if (!entry.values) return false;
+    if (entry.values == nullptr) return false;
   }
   const uint64_t size =
       uint64_t{record_22_list_tail_size} * static_cast<uint32_t>(content.list_count);
@@ -133,7 +133,7 @@ void read_list(record_reader& reader, record_22_content& content) {
   if (count < 0 || !list_fits(reader, static_cast<uint32_t>(count))) return;
   content.value_list = value;
   content.list = c_new_array<record_22_list_entry>(static_cast<uint32_t>(count));
-  if (!content.list) return;
+  if (content.list == nullptr) return;
   if (copy_list(reader, content)) return;
   // The count stays as read beside the missing list; the release looks at the list first.
   free_list(content.list, content.list_count);

@@ -22,7 +22,7 @@ static_assert(offsetof(record_25_entry, padding_44) == copied_offset + copied_si
 
 void release_record_25(parsed_cmc& cmc) {
   // Contract: entries whose record is missing stay allocated.
-  if (!cmc.record_25.record) return;
+  if (cmc.record_25.record == nullptr) return;
   free(cmc.record_25.entries);
   free(cmc.record_25.record);
   cmc.record_25 = {};
@@ -38,7 +38,7 @@ uint32_t decode_record_25(record_copy record, parsed_cmc& cmc, const calibration
     return QO_CMC_OK;
 
   record_25_entry* const entries = c_new_array<record_25_entry>(entry_count);
-  if (entries) {
+  if (entries != nullptr) {
     record_reader reader(record, first_entry);
     for (uint16_t i = 0; i < entry_count; ++i) {
       entries[i].start = reader.take(skipped);

@@ -27,7 +27,7 @@ uint32_t decode_record_26(record_copy record, parsed_cmc& cmc, const calibration
   release_record_26(cmc);
   if (!record.holds(head_size)) return QO_CMC_OK;
   record_26_content* const content = c_new<record_26_content>();
-  if (!content) return QO_CMC_OK;
+  if (content == nullptr) return QO_CMC_OK;
   memcpy(content->head, record.bytes(), head_size);
   const bool has_groups = record.version() >= version_101 && record.holds(size_with_groups);
   for (size_t i = 0; i < 2; ++i) {

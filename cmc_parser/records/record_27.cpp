@@ -23,7 +23,7 @@ constexpr uint64_t planes_of_entry = 3;
 
 /// Releases what the entries own, and the entries.
 void free_entries(record_27_content& content, uint16_t count) {
-  if (!content.entries) return;
+  if (content.entries == nullptr) return;
   for (uint16_t i = 0; i < count; ++i) {
     free(content.entries[i].planes);
     free(content.entries[i].head);
@@ -36,9 +36,9 @@ bool copy_entries(record_reader& reader, record_27_entry* entries, uint16_t coun
                   uint64_t plane_values, uint64_t planes_size) {
   for (uint16_t i = 0; i < count; ++i) {
     entries[i].head = c_copy_array<uint8_t>(reader.take(entry_head_size), entry_head_size);
-    if (!entries[i].head) return false;
+    if (entries[i].head == nullptr) return false;
     entries[i].planes = c_new_array<uint16_t>(planes_of_entry * plane_values);
-    if (!entries[i].planes) return false;
+    if (entries[i].planes == nullptr) return false;
     memcpy(entries[i].planes, reader.take(planes_size), planes_size);
   }
   return true;
@@ -50,7 +50,7 @@ void release_record_27(parsed_cmc& cmc) {
   record_27_content* const content = cmc.record_27;
   // Contract: a structure whose copy is missing stays allocated, since nothing says how many
   // entries it has.
-  if (!content || !content->record) return;
+  if (content == nullptr || content->record == nullptr) return;
   free_entries(*content, load<uint16_t>(content->record, count_offset));
   free(content->record);
   c_release(cmc.record_27);
@@ -76,7 +76,7 @@ uint32_t decode_record_27(record_copy record, parsed_cmc& cmc, const calibration
   if (!content) return QO_CMC_OK;
   content->entries = c_new_array<record_27_entry>(count);
   record_reader reader(record, entries_offset);
-  if (!content->entries ||
+  if (content->entries == nullptr ||
       !copy_entries(reader, content->entries, count, plane_values, planes_size)) {
     log_null_destination();
     free_entries(*content, count);

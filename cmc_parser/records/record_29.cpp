@@ -16,7 +16,7 @@ constexpr uint64_t minimum_size = 56;
 }  // namespace
 
 void release_record_29(parsed_cmc& cmc) {
-  if (cmc.record_29) free(cmc.record_29->planes[0]);
+  if (cmc.record_29 != nullptr) free(cmc.record_29->planes[0]);
   c_release(cmc.record_29);
 }
 
@@ -31,7 +31,7 @@ uint32_t decode_record_29(record_copy record, parsed_cmc& cmc, const calibration
   heap_array<float> values(c_copy_array<float>(record.bytes() + planes_offset, 4 * plane_values));
   if (!values) return QO_CMC_OK;
   record_29_content* const content = c_new<record_29_content>();
-  if (!content) return QO_CMC_OK;
+  if (content == nullptr) return QO_CMC_OK;
   memcpy(content, record.bytes(), planes_offset);
   for (uint64_t k = 0; k < 4; ++k) content->planes[k] = values.get() + plane_values * k;
   values.release();  // the first plane owns it

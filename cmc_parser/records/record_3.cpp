@@ -30,14 +30,14 @@ void convert_entry(const record_copy& record, uint64_t offset, float* entry) {
 }  // namespace
 
 uint32_t decode_record_3(record_copy record, parsed_cmc& cmc, const calibration*) {
-  if (cmc.record_31) return QO_CMC_OK;
+  if (cmc.record_31 != nullptr) return QO_CMC_OK;
   const uint32_t count = record.read<uint32_t>(8);
   // The layout asks for 4 bytes more than the entries take.
   if (!record.holds(source_entry_size * count + 16)) return QO_CMC_OK;
 
   const uint64_t table_size = table_head_size + entry_size * count;
   uint8_t* const block = c_new_array<uint8_t>(table_size);
-  if (!block) return QO_CMC_OK;
+  if (block == nullptr) return QO_CMC_OK;
   float* const entries = reinterpret_cast<float*>(block + table_head_size);
   for (uint64_t i = 0; i < count; ++i)
     convert_entry(record, entries_offset + source_entry_size * i, entries + 18 * i);

@@ -24,7 +24,7 @@ constexpr uint64_t item_size = 6;
 static_assert(offsetof(record_30_content, padding_30) == head_size);
 
 void free_content(record_30_content* content) {
-  if (!content) return;
+  if (content == nullptr) return;
   free(content->items);
   free(content->grid);
   free(content->trailing);
@@ -33,7 +33,7 @@ void free_content(record_30_content* content) {
 
 /// The module's own grid, if it counts.
 const calibration_grid* module_grid(const calibration* module) {
-  return module && module->grid_present != 0 ? module->grid : nullptr;
+  return module != nullptr && module->grid_present != 0 ? module->grid : nullptr;
 }
 
 /// Bytes that the record's grid takes in this version.
@@ -56,13 +56,13 @@ bool read_grid(const record_copy& record, uint64_t offset, const calibration_gri
                record_30_content& content) {
   const uint64_t record_values = uint64_t{content.grid_width} * content.grid_height;
   // A module grid without values still sets the least size, and the record's own fill it.
-  const uint64_t values =
-      !grid ? record_values
-            : std::max(uint64_t{grid->width} * grid->height, grid->values ? 0 : record_values);
+  const uint64_t values = grid == nullptr ? record_values
+                                          : std::max(uint64_t{grid->width} * grid->height,
+                                                     grid->values != nullptr ? 0 : record_values);
   content.grid = c_new_array<uint32_t>(values);
-  if (!content.grid) return false;
+  if (content.grid == nullptr) return false;
 
-  const bool has_module_values = grid && grid->values;
+  const bool has_module_values = grid != nullptr && grid->values != nullptr;
   if (has_module_values) {
     if (record.version() == version_101)
       blend_calibration_grid(*grid, centre_value(record, offset, content), content.grid);
@@ -85,7 +85,7 @@ void read_parts(const record_copy& record, const calibration* module, record_30_
       !record.holds_padded(head_size + items_size))
     return;
   content.items = c_new_array<uint8_t>(items_size);
-  if (!content.items) return;
+  if (content.items == nullptr) return;
   (void)copy_bounded(content.items, items_size, record.bytes() + head_size, items_size);
 
   uint64_t offset = head_size + items_size;
@@ -114,7 +114,7 @@ void release_record_30(parsed_cmc& cmc) {
 uint32_t decode_record_30(record_copy record, parsed_cmc& cmc, const calibration* module) {
   release_record_30(cmc);
   record_30_content* const content = c_new<record_30_content>();
-  if (!content) return QO_CMC_OK;
+  if (content == nullptr) return QO_CMC_OK;
   memcpy(content, record.bytes(), std::min<uint64_t>(head_size, record.size()));
   read_parts(record, module, *content);
   cmc.record_30 = content;

@@ -16,7 +16,7 @@ namespace {
 constexpr uint64_t arrays_offset = 14;
 
 void free_first(record_35_first* first) {
-  if (!first) return;
+  if (first == nullptr) return;
   free(first->array_a);
   free(first->array_b);
   free(first->array_c);
@@ -24,7 +24,7 @@ void free_first(record_35_first* first) {
 }
 
 void free_second(record_35_second* second) {
-  if (!second) return;
+  if (second == nullptr) return;
   free(second->array_b);
   free(second->array_a);
   free(second->array_d);

@@ -15,7 +15,7 @@ constexpr uint64_t head_size = 14;
 static_assert(offsetof(record_36_content, padding_14) == head_size);
 
 void free_content(record_36_content* content) {
-  if (!content) return;
+  if (content == nullptr) return;
   free(content->array_16);
   free(content->array_32);
   free(content);
@@ -41,7 +41,7 @@ uint32_t decode_record_36(record_copy record, parsed_cmc& cmc, const calibration
   memcpy(content.get(), record.bytes(), head_size);
   content->array_16 = c_copy_array<uint16_t>(record.bytes() + head_size, count);
   content->array_32 = c_copy_array<uint32_t>(record.bytes() + array_32_offset, count);
-  if (!content->array_16 || !content->array_32) return QO_CMC_OK;
+  if (content->array_16 == nullptr || content->array_32 == nullptr) return QO_CMC_OK;
   cmc.record_36 = content.release();
   return QO_CMC_OK;
 }
