@@ -10,7 +10,7 @@
 namespace qo {
 namespace {
 
-bool has_table(const lens_shading_light& light) {
+[[nodiscard]] bool has_table(const lens_shading_light& light) {
   return std::any_of(std::begin(light.tables), std::end(light.tables), [](const auto& row) {
     return std::any_of(std::begin(row), std::end(row), [](const uint16_t* table) { return table; });
   });
@@ -18,7 +18,7 @@ bool has_table(const lens_shading_light& light) {
 
 /// False for a set without lights, and for one without tables whose grid no data backs: gain planes
 /// of that size would be built for nothing.
-bool is_worth_rebuilding(const lens_shading_set& set) {
+[[nodiscard]] bool is_worth_rebuilding(const lens_shading_set& set) {
   if (set.light_count == 0) return false;
   if (std::any_of(set.lights, set.lights + set.light_count, has_table)) return true;
   return sizeof(uint16_t) * set.width * set.height <= set.size;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "cmc_parser/missing_destination.h"
 #include "qo_log.h"
 
 namespace qo {
@@ -13,8 +14,6 @@ constexpr uint32_t null_argument = 22;
 constexpr uint32_t truncated = 34;
 
 }  // namespace
-
-void log_null_destination() { qo_log(log_level, "memcpy_s: nullptr received\n"); }
 
 uint32_t copy_bounded(void* destination, size_t destination_size, const void* source,
                       size_t count) {

@@ -11,7 +11,7 @@ namespace qo {
 namespace {
 
 static_assert(record_19_layout::tail_entry_size == record_20_layout::entry_size);
-constexpr uint64_t source_short_entry_size = record_20_layout::entry_size;
+constexpr uint16_t source_short_entry_size = record_20_layout::entry_size;
 constexpr uint32_t tail_size = 4 * sizeof(uint16_t);
 constexpr uint8_t base_version = 100;
 constexpr uint16_t derived_kind = 34;
@@ -35,7 +35,7 @@ struct source_20 {
   uint16_t list_count = 0;  ///< whatever the list's form
 };
 
-source_19 read_source_19(const parsed_cmc& cmc) {
+[[nodiscard]] source_19 read_source_19(const parsed_cmc& cmc) {
   namespace layout = record_19_layout;
   const record_header* const record = cmc.record_19.record;
   if (record == nullptr) return {};
@@ -43,7 +43,7 @@ source_19 read_source_19(const parsed_cmc& cmc) {
           load<uint16_t>(record, layout::entry_count), load<uint16_t>(record, layout::tail_count)};
 }
 
-source_20 read_source_20(const parsed_cmc& cmc) {
+[[nodiscard]] source_20 read_source_20(const parsed_cmc& cmc) {
   namespace layout = record_20_layout;
   const record_header* const record = cmc.record_20.record;
   if (record == nullptr) return {};
@@ -60,7 +60,7 @@ source_20 read_source_20(const parsed_cmc& cmc) {
   return source;
 }
 
-record_34_long_entry convert_long_entry(const uint8_t* source) {
+[[nodiscard]] record_34_long_entry convert_long_entry(const uint8_t* source) {
   record_34_long_entry entry = {};
   entry.value_0 = from_16_16(load<uint32_t>(source, 0));
   entry.value_4 = from_16_16(load<uint32_t>(source, 4));
@@ -69,7 +69,7 @@ record_34_long_entry convert_long_entry(const uint8_t* source) {
   return entry;
 }
 
-record_34_short_entry convert_short_entry(const uint8_t* source) {
+[[nodiscard]] record_34_short_entry convert_short_entry(const uint8_t* source) {
   return {from_16_16(load<uint32_t>(source, 0)), load<uint32_t>(source, 4)};
 }
 
@@ -78,7 +78,7 @@ class data_area {
  public:
   explicit data_area(uint8_t* start) : next_(start) {}
   template <typename T>
-  T* take(uint32_t count) {
+  [[nodiscard]] T* take(uint32_t count) {
     T* const taken = reinterpret_cast<T*>(next_);
     next_ += sizeof(T) * count;
     return taken;
@@ -89,8 +89,8 @@ class data_area {
 };
 
 /// Null when there are none to convert.
-record_34_short_entry* convert_short_entries(const uint8_t* source, uint16_t count,
-                                             data_area& area) {
+[[nodiscard]] record_34_short_entry* convert_short_entries(const uint8_t* source, uint16_t count,
+                                                           data_area& area) {
   if (count == 0) return nullptr;
   record_34_short_entry* const entries = area.take<record_34_short_entry>(count);
   for (uint32_t i = 0; i < count; ++i)

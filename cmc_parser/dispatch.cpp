@@ -1,3 +1,7 @@
+// cmc_parse(): the decoder of each kind.
+
+#include "qo_cmc/parser.h"
+
 #include <iterator>
 
 #include "base/load.h"

@@ -1,3 +1,7 @@
+// qo_vexb_others_parser_init(): record kind 722.
+
+#include "qo_cmc/parser.h"
+
 #include <algorithm>
 #include <cstring>
 

@@ -1,3 +1,5 @@
+// qo_cmc_parser_init() and qo_cmc_parser_init_v1(): a container from its image to its slots.
+
 #include "qo_cmc/parser.h"
 
 #include "base/c_heap.h"
@@ -14,7 +16,7 @@ constexpr uint16_t last_cmc_kind = 63;
 
 /// The module's calibration, or null without an image or when the NVM library refuses it. Its
 /// status says nothing that the handle does not.
-calibration* read_calibration(const qo_blob* nvm) {
+[[nodiscard]] calibration* read_calibration(const qo_blob* nvm) {
   calibration* module = nullptr;
   if (nvm != nullptr && nvm->data != nullptr && nvm->size != 0) (void)qo_nvm_parse(nvm, &module);
   return module;

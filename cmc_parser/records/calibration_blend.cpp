@@ -1,5 +1,8 @@
+// Record kind 30: its grid blended with the module's.
+
 #include "cmc_parser/records/calibration_blend.h"
 
+#include <cassert>
 #include <utility>
 
 #include "base/float_to_int.h"
@@ -14,7 +17,7 @@ constexpr float module_share = 0x1.333334p-1f;
 constexpr float record_share = 0x1.999998p-2f;
 constexpr int reach = 3;
 
-uint32_t value_at(const calibration_grid& grid, int y, int x) {
+[[nodiscard]] uint32_t value_at(const calibration_grid& grid, int y, int x) {
   return load<uint32_t>(grid.values + y * grid.width + x);
 }
 
@@ -26,7 +29,7 @@ struct accepted_range {
 };
 
 /// Half to one and a half times the mean; the bounds are swapped for a negative one.
-accepted_range range_around(float mean) {
+[[nodiscard]] accepted_range range_around(float mean) {
   int32_t low = truncate_to_i32(0.5f * mean);
   int32_t high = truncate_to_i32(1.5f * mean);
   if (mean < 0.0f) std::swap(low, high);
@@ -49,10 +52,11 @@ class column_tallies {
     for (int y = 0; y < reach; ++y) enter_row(y);
   }
 
-  /// To be called for y = 0, 1, 2, ...
-  void move_to_row(int y) {
-    enter_row(y + reach);
-    leave_row(y - reach - 1);
+  /// Goes on to row 0 first, then to the next one each time.
+  void next_row() {
+    enter_row(row_ + reach);
+    leave_row(row_ - reach - 1);
+    ++row_;
   }
 
   const tally& operator[](int x) const { return columns_[x]; }
@@ -73,12 +77,14 @@ class column_tallies {
 
   const calibration_grid& grid_;
   accepted_range range_;
+  int row_ = 0;
   tally columns_[UINT8_MAX];
 };
 
 }  // namespace
 
 void blend_calibration_grid(const calibration_grid& grid, uint32_t centre, uint32_t* out) {
+  assert(grid.values != nullptr && out != nullptr);
   const int width = grid.width;
   const int height = grid.height;
   // Deliberate: two sides below the margins give a positive number of no values, whose mean is 0.
@@ -94,7 +100,7 @@ void blend_calibration_grid(const calibration_grid& grid, uint32_t centre, uint3
   const float record_term = static_cast<float>(centre) * record_share;
   column_tallies columns(grid, range_around(mean));
   for (int y = 0; y < height; ++y) {
-    columns.move_to_row(y);
+    columns.next_row();
     tally window;
     for (int x = 0; x < reach && x < width; ++x) window.add(columns[x]);
     for (int x = 0; x < width; ++x) {
