@@ -1,7 +1,6 @@
 /// Places and lengths that are computed from what a record says.
 #pragma once
 
-#include <compare>
 #include <cstdint>
 
 namespace qo {
@@ -33,7 +32,13 @@ class extent {
     uint64_t product = 0;
     return from_u64(__builtin_mul_overflow(a.value_, b.value_, &product) ? UINT64_MAX : product);
   }
-  [[nodiscard]] friend constexpr auto operator<=>(extent, extent) = default;
+  [[nodiscard]] friend constexpr bool operator==(extent a, extent b) {
+    return a.value_ == b.value_;
+  }
+  [[nodiscard]] friend constexpr bool operator<(extent a, extent b) { return a.value_ < b.value_; }
+  [[nodiscard]] friend constexpr bool operator<=(extent a, extent b) {
+    return a.value_ <= b.value_;
+  }
 
  private:
   [[nodiscard]] static constexpr extent from_u64(uint64_t value) {
@@ -45,8 +50,9 @@ class extent {
   uint64_t value_ = 0;
 };
 
-/// Bytes of a `T`.
+/// Bytes of a `T`. The check does not see that a constexpr template is never set up at run time.
 template <typename T>
+// NOLINTNEXTLINE(bugprone-dynamic-static-initializers)
 inline constexpr extent size_of{static_cast<uint32_t>(sizeof(T))};
 
 }  // namespace qo

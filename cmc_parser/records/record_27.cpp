@@ -69,7 +69,7 @@ uint32_t decode_record_27(record_copy record, parsed_cmc& cmc, const calibration
   const extent planes_size = size_of<uint16_t> * plane_values * planes;
   // The blocks hold three planes. Without a plane in the record nothing bounds their size, so that
   // one plane an entry must still be within the record's.
-  if (planes > planes_of_entry) return QO_CMC_OK;
+  if (planes_of_entry < planes) return QO_CMC_OK;
   if (planes == 0 && !record.holds(count * size_of<uint16_t> * plane_values)) return QO_CMC_OK;
   const extent end = entries_offset + count * (entry_head_size + planes_size);
   const bool has_tail = record.version() >= version_101;
