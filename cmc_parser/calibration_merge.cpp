@@ -10,7 +10,7 @@
 namespace qo {
 namespace {
 
-bool has_table(const lens_shading_light& light) {
+[[nodiscard]] bool has_table(const lens_shading_light& light) {
   return std::any_of(std::begin(light.tables), std::end(light.tables), [](const auto& row) {
     return std::any_of(std::begin(row), std::end(row), [](const uint16_t* table) { return table; });
   });
@@ -18,7 +18,7 @@ bool has_table(const lens_shading_light& light) {
 
 /// False for a set without lights, and for one without tables whose grid no data backs: gain planes
 /// of that size would be built for nothing.
-bool is_worth_rebuilding(const lens_shading_set& set) {
+[[nodiscard]] bool is_worth_rebuilding(const lens_shading_set& set) {
   if (set.light_count == 0) return false;
   if (std::any_of(set.lights, set.lights + set.light_count, has_table)) return true;
   return sizeof(uint16_t) * set.width * set.height <= set.size;
@@ -27,8 +27,8 @@ bool is_worth_rebuilding(const lens_shading_set& set) {
 }  // namespace
 
 void merge_calibration(parsed_cmc& cmc, const calibration& module) {
-  if (!cmc.lens_shading || !cmc.lens_shading_ext) return;
-  if (!cmc.module_properties || !cmc.record_17.record) return;
+  if (cmc.lens_shading == nullptr || cmc.lens_shading_ext == nullptr) return;
+  if (cmc.module_properties == nullptr || cmc.record_17.record == nullptr) return;
   lens_shading_set& target = *cmc.lens_shading;
   if (!is_worth_rebuilding(target)) return;
 
@@ -37,7 +37,7 @@ void merge_calibration(parsed_cmc& cmc, const calibration& module) {
   const uint16_t plane_order = load<uint16_t>(record_17, record_17_layout::plane_order);
   computed_upscale_lsc_tables* const gains =
       compute_upscaled_lsc_tables_polynom4th(target.width, target.height, &module, orientation);
-  if (!gains) return;
+  if (gains == nullptr) return;
   // A correction that stops half-way leaves the lights before that corrected, on purpose.
   (void)ratio_based_sample_to_sample_correction(&target, cmc.lens_shading_ext, gains,
                                                 cmc.module_properties->cfa_layout, plane_order);

@@ -1,5 +1,6 @@
 #include "cmc_parser/container.h"
 
+#include <cassert>
 #include <cstddef>
 
 #include "base/load.h"
@@ -15,7 +16,7 @@ constexpr uint32_t total_offset = 4;
 constexpr uint32_t checksum_offset = 20;
 
 /// Wrapping sum of the whole words in `size` bytes; a rest of up to 3 bytes does not count.
-uint32_t sum_of_words(const uint8_t* bytes, uint32_t size) {
+[[nodiscard]] uint32_t sum_of_words(const uint8_t* bytes, uint32_t size) {
   return rows().words.sum(bytes, size / sizeof(uint32_t));
 }
 
@@ -24,6 +25,7 @@ uint32_t sum_of_words(const uint8_t* bytes, uint32_t size) {
 uint32_t stated_total(const uint8_t* image) { return load<uint32_t>(image, total_offset); }
 
 bool is_valid_container(const qo_blob& container) {
+  assert(container.data != nullptr);
   const uint8_t* const image = static_cast<const uint8_t*>(container.data);
   const uint32_t total = container.size;
   if (total < container_header_size || stated_total(image) != total) return false;

@@ -25,7 +25,7 @@ class record_walk {
 
   /// The next record; none at the end, and none from a record on that is smaller than its header or
   /// that runs past the end.
-  std::optional<record_view> next();
+  [[nodiscard]] std::optional<record_view> next();
 
  private:
   const uint8_t* image_;

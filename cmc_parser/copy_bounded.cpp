@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "cmc_parser/missing_destination.h"
 #include "qo_log.h"
 
 namespace qo {
@@ -14,11 +15,9 @@ constexpr uint32_t truncated = 34;
 
 }  // namespace
 
-void log_null_destination() { qo_log(log_level, "memcpy_s: nullptr received\n"); }
-
 uint32_t copy_bounded(void* destination, size_t destination_size, const void* source,
                       size_t count) {
-  if (!destination) {
+  if (destination == nullptr) {
     log_null_destination();
     return null_argument;
   }
@@ -29,7 +28,7 @@ uint32_t copy_bounded(void* destination, size_t destination_size, const void* so
     count = destination_size;
     result = truncated;
   }
-  if (!source) {
+  if (source == nullptr) {
     memset(destination, 0, count);
     return null_argument;
   }

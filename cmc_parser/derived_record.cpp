@@ -11,7 +11,7 @@ namespace qo {
 namespace {
 
 static_assert(record_19_layout::tail_entry_size == record_20_layout::entry_size);
-constexpr uint64_t source_short_entry_size = record_20_layout::entry_size;
+constexpr uint16_t source_short_entry_size = record_20_layout::entry_size;
 constexpr uint32_t tail_size = 4 * sizeof(uint16_t);
 constexpr uint8_t base_version = 100;
 constexpr uint16_t derived_kind = 34;
@@ -35,32 +35,32 @@ struct source_20 {
   uint16_t list_count = 0;  ///< whatever the list's form
 };
 
-source_19 read_source_19(const parsed_cmc& cmc) {
+[[nodiscard]] source_19 read_source_19(const parsed_cmc& cmc) {
   namespace layout = record_19_layout;
   const record_header* const record = cmc.record_19.record;
-  if (!record) return {};
+  if (record == nullptr) return {};
   return {true, load<uint16_t>(record, layout::parameter),
           load<uint16_t>(record, layout::entry_count), load<uint16_t>(record, layout::tail_count)};
 }
 
-source_20 read_source_20(const parsed_cmc& cmc) {
+[[nodiscard]] source_20 read_source_20(const parsed_cmc& cmc) {
   namespace layout = record_20_layout;
   const record_header* const record = cmc.record_20.record;
-  if (!record) return {};
+  if (record == nullptr) return {};
   source_20 source = {
       true,
       {load<uint16_t>(record, layout::value_8), load<uint16_t>(record, layout::value_10),
        load<uint8_t>(record, layout::value_12), load<uint8_t>(record, layout::value_13)}};
-  if (cmc.record_20.payload) {
+  if (cmc.record_20.payload != nullptr) {
     source.has_list = load<uint16_t>(record, layout::list) == 1;
     source.list_count = load<uint16_t>(record, layout::list_count);
   }
   // A list that the record is too short for makes the record count as absent.
-  if (source.has_list && source.list_count > 0 && !cmc.record_20.tail) return {};
+  if (source.has_list && source.list_count > 0 && cmc.record_20.tail == nullptr) return {};
   return source;
 }
 
-record_34_long_entry convert_long_entry(const uint8_t* source) {
+[[nodiscard]] record_34_long_entry convert_long_entry(const uint8_t* source) {
   record_34_long_entry entry = {};
   entry.value_0 = from_16_16(load<uint32_t>(source, 0));
   entry.value_4 = from_16_16(load<uint32_t>(source, 4));
@@ -69,7 +69,7 @@ record_34_long_entry convert_long_entry(const uint8_t* source) {
   return entry;
 }
 
-record_34_short_entry convert_short_entry(const uint8_t* source) {
+[[nodiscard]] record_34_short_entry convert_short_entry(const uint8_t* source) {
   return {from_16_16(load<uint32_t>(source, 0)), load<uint32_t>(source, 4)};
 }
 
@@ -78,7 +78,7 @@ class data_area {
  public:
   explicit data_area(uint8_t* start) : next_(start) {}
   template <typename T>
-  T* take(uint32_t count) {
+  [[nodiscard]] T* take(uint32_t count) {
     T* const taken = reinterpret_cast<T*>(next_);
     next_ += sizeof(T) * count;
     return taken;
@@ -89,8 +89,8 @@ class data_area {
 };
 
 /// Null when there are none to convert.
-record_34_short_entry* convert_short_entries(const uint8_t* source, uint16_t count,
-                                             data_area& area) {
+[[nodiscard]] record_34_short_entry* convert_short_entries(const uint8_t* source, uint16_t count,
+                                                           data_area& area) {
   if (count == 0) return nullptr;
   record_34_short_entry* const entries = area.take<record_34_short_entry>(count);
   for (uint32_t i = 0; i < count; ++i)
@@ -130,12 +130,13 @@ void fill_block_from_20(const parsed_cmc& cmc, const source_20& source, record_3
 }  // namespace
 
 void synthesise_record_34(parsed_cmc& cmc) {
-  if (cmc.record_34) return;
+  if (cmc.record_34 != nullptr) return;
   const source_19 first = read_source_19(cmc);
   const source_20 second = read_source_20(cmc);
   if (!first.present && !second.present) return;
 
-  const uint32_t block_count = uint32_t{first.present} + uint32_t{second.present};
+  const uint32_t block_count = uint32_t{static_cast<uint32_t>(first.present)} +
+                               uint32_t{static_cast<uint32_t>(second.present)};
   const uint32_t area_offset =
       static_cast<uint32_t>(sizeof(record_34_table) + sizeof(record_34_block) * block_count);
   uint32_t size = area_offset;
@@ -146,7 +147,7 @@ void synthesise_record_34(parsed_cmc& cmc) {
     size += tail_size + static_cast<uint32_t>(sizeof(record_34_short_entry)) * second.list_count;
 
   uint8_t* const bytes = c_new_array<uint8_t>(size);
-  if (!bytes) return;
+  if (bytes == nullptr) return;
   record_34_table* const table = reinterpret_cast<record_34_table*>(bytes);
   table->header = {size, base_version, 0, derived_kind};
   table->block_count = block_count;

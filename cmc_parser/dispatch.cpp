@@ -1,3 +1,7 @@
+// cmc_parse(): the decoder of each kind.
+
+#include "qo_cmc/parser.h"
+
 #include <iterator>
 
 #include "base/load.h"
@@ -52,10 +56,11 @@ static_assert(std::size(decoders) == 37);
 }  // namespace qo
 
 uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* module) {
-  if (!record || !cmc) return QO_CMC_INVALID;
+  if (record == nullptr || cmc == nullptr) return QO_CMC_INVALID;
   // The size is looked at alone first: a shorter block has no header to read.
   if (qo::load<uint32_t>(record) < sizeof(record_header)) return QO_CMC_INVALID;
   const record_header header = qo::load<record_header>(record);
-  if (header.id >= std::size(qo::decoders) || !qo::decoders[header.id]) return QO_CMC_INVALID;
+  if (header.id >= std::size(qo::decoders) || (qo::decoders[header.id] == nullptr))
+    return QO_CMC_INVALID;
   return qo::decoders[header.id](qo::record_copy(record), *cmc, module);
 }

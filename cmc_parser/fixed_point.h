@@ -6,7 +6,11 @@
 
 namespace qo {
 
-constexpr float from_8_8(uint16_t value) { return static_cast<float>(value) * 0x1p-8f; }
-constexpr float from_16_16(uint32_t value) { return static_cast<float>(value) * 0x1p-16f; }
+[[nodiscard]] constexpr float from_8_8(uint16_t value) {
+  return static_cast<float>(value) * 0x1p-8f;
+}
+[[nodiscard]] constexpr float from_16_16(uint32_t value) {
+  return static_cast<float>(value) * 0x1p-16f;
+}
 
 }  // namespace qo

@@ -1,3 +1,7 @@
+// qo_vexb_others_parser_init(): record kind 722.
+
+#include "qo_cmc/parser.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -28,7 +32,7 @@ void copy_others(const record_view& record, parsed_cmc& cmc) {
   others_block* const block = c_new<others_block>();
   // Contract: an earlier block is the client's, and a failed allocation empties the slot.
   cmc.others = block;
-  if (!block) return;
+  if (block == nullptr) return;
   block->others_value = load<uint32_t>(record.bytes, value_offset);
   block->others_count = count;
   memcpy(block->others_entries, record.bytes + entries_offset, entries_size);
@@ -38,7 +42,7 @@ void copy_others(const record_view& record, parsed_cmc& cmc) {
 }  // namespace qo
 
 void qo_vexb_others_parser_init(const qo_blob* container, parsed_cmc* cmc) {
-  if (!container || !container->data || !cmc) return;
+  if (container == nullptr || container->data == nullptr || cmc == nullptr) return;
   if (container->size < qo::container_header_size) return;
   const uint8_t* const image = static_cast<const uint8_t*>(container->data);
   qo::record_walk walk(image, std::min(qo::stated_total(image), container->size));

@@ -1,3 +1,5 @@
+// qo_cmc_parser_init() and qo_cmc_parser_init_v1(): a container from its image to its slots.
+
 #include "qo_cmc/parser.h"
 
 #include "base/c_heap.h"
@@ -14,16 +16,16 @@ constexpr uint16_t last_cmc_kind = 63;
 
 /// The module's calibration, or null without an image or when the NVM library refuses it. Its
 /// status says nothing that the handle does not.
-calibration* read_calibration(const qo_blob* nvm) {
+[[nodiscard]] calibration* read_calibration(const qo_blob* nvm) {
   calibration* module = nullptr;
-  if (nvm && nvm->data && nvm->size != 0) (void)qo_nvm_parse(nvm, &module);
+  if (nvm != nullptr && nvm->data != nullptr && nvm->size != 0) (void)qo_nvm_parse(nvm, &module);
   return module;
 }
 
 /// Decodes a private copy of one record. A copy that there is no memory for skips the record.
 void decode_copy_of(const record_view& record, parsed_cmc& cmc, const calibration* module) {
   uint8_t* const copy = c_copy_array<uint8_t>(record.bytes, record.size);
-  if (!copy) return;
+  if (copy == nullptr) return;
   if (cmc_parse(copy, &cmc, module) != QO_CMC_OK) free(copy);
 }
 
@@ -35,15 +37,16 @@ parsed_cmc* qo_cmc_parser_init(const qo_blob* container) {
 }
 
 parsed_cmc* qo_cmc_parser_init_v1(const qo_blob* container, const qo_blob* nvm) {
-  if (!container || !container->data || !qo::is_valid_container(*container)) return nullptr;
+  if (container == nullptr || container->data == nullptr || !qo::is_valid_container(*container))
+    return nullptr;
   parsed_cmc* const cmc = qo::c_new<parsed_cmc>();
-  if (!cmc) return nullptr;
+  if (cmc == nullptr) return nullptr;
 
   calibration* const module = qo::read_calibration(nvm);
   qo::record_walk walk(static_cast<const uint8_t*>(container->data), container->size);
   while (const std::optional<qo::record_view> record = walk.next())
     if (record->id <= qo::last_cmc_kind) qo::decode_copy_of(*record, *cmc, module);
-  if (module) {
+  if (module != nullptr) {
     qo::merge_calibration(*cmc, *module);
     qo_nvm_deinit(module);
   }

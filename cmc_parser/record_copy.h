@@ -1,6 +1,7 @@
 /// The private copy of one record, and the only way to read it.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -9,7 +10,9 @@
 #include <utility>
 
 #include "base/load.h"
+#include "cmc_parser/extent.h"
 #include "qo_cmc/parsed_cmc.h"
+#include "qo_cmc/status.h"
 
 namespace qo {
 
@@ -19,54 +22,71 @@ class record_copy {
  public:
   /// `block` is a C-heap block that holds at least a header and as many bytes as its `size` says.
   explicit record_copy(void* block)
-      : bytes_(static_cast<uint8_t*>(block)), header_(load<record_header>(block)) {}
+      : bytes_(static_cast<uint8_t*>(block)), header_(load<record_header>(block)) {
+    assert(header_.size >= sizeof(record_header));
+  }
   record_copy(record_copy&& other) noexcept
       : bytes_(std::exchange(other.bytes_, nullptr)), header_(other.header_) {}
   record_copy(const record_copy&) = delete;
   record_copy& operator=(const record_copy&) = delete;
   ~record_copy() { free(bytes_); }
 
-  uint32_t size() const { return header_.size; }
-  uint8_t version() const { return header_.version; }
-  uint8_t* bytes() { return bytes_; }
-  const uint8_t* bytes() const { return bytes_; }
+  [[nodiscard]] uint32_t size() const { return header_.size; }
+  [[nodiscard]] uint8_t version() const { return header_.version; }
+  [[nodiscard]] uint8_t* bytes() { return bytes_; }
+  [[nodiscard]] const uint8_t* bytes() const { return bytes_; }
 
-  /// Whether bytes 0 to `end` - 1 are the record's.
-  bool holds(uint64_t end) const { return end <= header_.size; }
+  /// Whether all bytes in front of `end` are the record's.
+  [[nodiscard]] bool holds(extent end) const { return end <= extent(header_.size); }
   /// The same for an end that is padded up to a multiple of 8, as most layouts want it.
-  bool holds_padded(uint64_t end) const { return ((end + 7) & ~uint64_t{7}) <= header_.size; }
+  [[nodiscard]] bool holds_padded(extent end) const { return holds(end.padded()); }
+
+  /// The address of a place in the record, its end included.
+  [[nodiscard]] uint8_t* at(extent offset) {
+    assert(holds(offset));
+    return bytes_ + offset.value();
+  }
+  [[nodiscard]] const uint8_t* at(extent offset) const {
+    assert(holds(offset));
+    return bytes_ + offset.value();
+  }
 
   /// The little-endian value at `offset`, or 0 when the record ends before its last byte.
   template <typename T>
-  T read(uint64_t offset) const {
-    return holds(offset + sizeof(T)) ? load<T>(bytes_, offset) : T{};
+  [[nodiscard]] T read(extent offset) const {
+    return holds(offset + size_of<T>) ? load<T>(at(offset)) : T{};
   }
 
   /// Length of the NUL-terminated string at `offset`, if its terminator is inside the record.
-  std::optional<uint64_t> string_length(uint64_t offset) const {
+  [[nodiscard]] std::optional<extent> string_length(extent offset) const {
     if (!holds(offset)) return std::nullopt;
-    const uint8_t* const start = bytes_ + offset;
-    const void* const end = memchr(start, 0, static_cast<size_t>(header_.size - offset));
-    if (!end) return std::nullopt;
-    return static_cast<uint64_t>(static_cast<const uint8_t*>(end) - start);
+    const uint8_t* const start = at(offset);
+    const void* const end = memchr(start, 0, header_.size - offset.value());
+    if (end == nullptr) return std::nullopt;
+    return extent(static_cast<uint32_t>(static_cast<const uint8_t*>(end) - start));
   }
 
   /// Takes the size from the header again after the record was changed in place. It may shrink the
   /// record, never grow it: the block still ends where it did.
   void reread_size() {
-    const uint32_t size = read<uint32_t>(offsetof(record_header, size));
+    const uint32_t size = load<record_header>(bytes_).size;
     if (size < header_.size) header_.size = size;
   }
 
   /// The slot that takes the result owns the copy from here on.
   [[nodiscard]] record_header* keep() { return static_cast<record_header*>(give_away()); }
-  /// Contract: a kept kind that fails its size check neither stores nor releases its copy.
-  void leak() { give_away(); }
+  /// Neither the slot nor the caller owns the copy, and nothing releases it.
+  void leak() { (void)give_away(); }
+  /// Contract: a kept kind whose record fails its size check answers 0 and leaks the copy.
+  [[nodiscard]] uint32_t leak_as_too_short() {
+    leak();
+    return QO_CMC_OK;
+  }
   /// The decoder answers with a nonzero code: its caller still owns the copy.
-  void leave_to_caller() { give_away(); }
+  void leave_to_caller() { (void)give_away(); }
 
  private:
-  void* give_away() { return std::exchange(bytes_, nullptr); }
+  [[nodiscard]] void* give_away() { return std::exchange(bytes_, nullptr); }
 
   uint8_t* bytes_;
   record_header header_;

@@ -12,36 +12,40 @@ namespace qo {
 /// failed(), so a group of fields is read first and tested once.
 class record_reader {
  public:
-  record_reader(const record_copy& record, uint64_t offset) : record_(record), offset_(offset) {
-    failed_ = !record.holds(offset);
-  }
+  record_reader(const record_copy& record, extent offset)
+      : record_(record), offset_(offset), failed_(!record.holds(offset)) {}
 
   /// Whether the next `count` bytes are the record's.
-  bool holds(uint64_t count) const { return !failed_ && count <= record_.size() - offset_; }
+  [[nodiscard]] bool holds(extent count) const {
+    return !failed_ && record_.holds(offset_ + count);
+  }
 
-  /// The next `count` bytes, or null. `count` may be any product of 64-bit counts that cannot wrap.
-  const uint8_t* take(uint64_t count) {
+  /// Passes the next `count` bytes.
+  void skip(extent count) { (void)take(count); }
+
+  /// The next `count` bytes, or null. A count that the record cannot hold may be of any size.
+  [[nodiscard]] const uint8_t* take(extent count) {
     if (!holds(count)) {
       failed_ = true;
       return nullptr;
     }
-    const uint8_t* const taken = record_.bytes() + offset_;
-    offset_ += count;
+    const uint8_t* const taken = record_.at(offset_);
+    offset_ = offset_ + count;
     return taken;
   }
 
   template <typename T>
-  T read() {
-    const uint8_t* const taken = take(sizeof(T));
-    return taken ? load<T>(taken) : T{};
+  [[nodiscard]] T read() {
+    const uint8_t* const taken = take(size_of<T>);
+    return taken != nullptr ? load<T>(taken) : T{};
   }
 
-  uint64_t offset() const { return offset_; }
-  bool failed() const { return failed_; }
+  [[nodiscard]] extent offset() const { return offset_; }
+  [[nodiscard]] bool failed() const { return failed_; }
 
  private:
   const record_copy& record_;
-  uint64_t offset_;
+  extent offset_;
   bool failed_;
 };
 

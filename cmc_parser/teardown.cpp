@@ -1,10 +1,15 @@
+// qo_cmc_parser_deinit(): the release of every slot.
+
+#include "qo_cmc/parser.h"
+
 #include "base/c_heap.h"
 #include "cmc_parser/records/decoders.h"
 
 namespace qo {
 namespace {
 
-/// In the order of release. The others block is not among them: it is the client's.
+// Contract: the slots are released in this order. The others block is not among them: it is the
+// client's.
 constexpr slot_release* releases[] = {
     release_general,  //
     release_module_properties, release_record_5,  release_record_6,  release_record_7,
@@ -21,7 +26,7 @@ constexpr slot_release* releases[] = {
 }  // namespace qo
 
 void qo_cmc_parser_deinit(parsed_cmc* cmc) {
-  if (!cmc) return;
+  if (cmc == nullptr) return;
   for (qo::slot_release* const release : qo::releases) release(*cmc);
   free(cmc);
 }

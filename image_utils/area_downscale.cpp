@@ -8,9 +8,9 @@
 #include <cstddef>
 
 #include "base/float_to_int.h"
+#include "base/powers_of_two.h"
 #include "image_utils/clamped_samples.h"
 #include "image_utils/plane_arrays.h"
-#include "image_utils/signed_power.h"
 #include "qo_cmc/status.h"
 
 namespace qo {

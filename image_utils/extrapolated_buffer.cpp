@@ -6,7 +6,7 @@
 #include <cassert>
 #include <cstring>
 
-#include "image_utils/signed_power.h"
+#include "base/powers_of_two.h"
 #include "qo_cmc/image_utils.h"
 
 namespace qo {

@@ -34,11 +34,6 @@ using gain_tables_ptr =
 /// Whether the grids of a set with this many fraction bits hold u16 elements; otherwise u8.
 [[nodiscard]] constexpr bool has_wide_elements(uint8_t fraction_bits) { return fraction_bits >= 9; }
 
-/// 2^fraction_bits, the exponent modulo 32.
-[[nodiscard]] constexpr float gain_divisor(uint8_t fraction_bits) {
-  return static_cast<float>(uint32_t{1} << (fraction_bits & 31u));
-}
-
 /// How an orientation code mirrors a grid.
 struct grid_mirror {
   bool known;  ///< false: the code means nothing, and no sample has a place

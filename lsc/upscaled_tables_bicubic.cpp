@@ -2,6 +2,7 @@
 
 #include "qo_cmc/lsc.h"
 
+#include "base/powers_of_two.h"
 #include "lsc/gain_tables.h"
 #include "qo_cmc/image_utils.h"
 #include "qo_cmc/status.h"
@@ -59,7 +60,7 @@ void convert_to_gains(const interpolated_planes& work, uint8_t fraction_bits, ui
   // samples are converted, packed at the shorter row length; the rest of the block stays 0.
   const uint8_t width = static_cast<uint8_t>(work.width);
   const uint8_t height = static_cast<uint8_t>(work.height);
-  const float divisor = gain_divisor(fraction_bits);
+  const float divisor = unsigned_power_of_two(fraction_bits);
   for (size_t channel = 0; channel < planes_per_block; ++channel)
     place_gains(work.planes[channel].get(), width, height, divisor, orientation,
                 block + channel * work.samples());

@@ -3,6 +3,7 @@
 
 #include "qo_cmc/lsc.h"
 
+#include "base/powers_of_two.h"
 #include "lsc/gain_tables.h"
 #include "lsc/plane_minimum.h"
 #include "lsc/quartic_surface.h"
@@ -44,7 +45,7 @@ struct surface_workspace {
 /// Fills the four grids with the gains of one calibration set. An unknown orientation leaves them
 /// zero, and the minimum of the fitted planes then refuses the set.
 void load_gains(const lsc_calibration_set& set, uint32_t orientation, surface_workspace& work) {
-  const float divisor = gain_divisor(set.fraction_bits);
+  const float divisor = unsigned_power_of_two(set.fraction_bits);
   for (size_t channel = 0; channel < planes_per_block; ++channel) {
     const void* const raw = set.channel_tables[channel];
     float* const gains = work.grids[channel].get();

@@ -49,21 +49,27 @@ class bytes {
   bytes& patch_f32(size_t offset, float value);
 
   /// Read back; anything outside throws std::out_of_range.
-  uint8_t u8_at(size_t offset) const { return static_cast<uint8_t>(value_at(offset, 1)); }
-  uint16_t u16_at(size_t offset) const { return static_cast<uint16_t>(value_at(offset, 2)); }
-  uint32_t u32_at(size_t offset) const { return static_cast<uint32_t>(value_at(offset, 4)); }
-  uint64_t u64_at(size_t offset) const { return value_at(offset, 8); }
-  float f32_at(size_t offset) const;
+  [[nodiscard]] uint8_t u8_at(size_t offset) const {
+    return static_cast<uint8_t>(value_at(offset, 1));
+  }
+  [[nodiscard]] uint16_t u16_at(size_t offset) const {
+    return static_cast<uint16_t>(value_at(offset, 2));
+  }
+  [[nodiscard]] uint32_t u32_at(size_t offset) const {
+    return static_cast<uint32_t>(value_at(offset, 4));
+  }
+  [[nodiscard]] uint64_t u64_at(size_t offset) const { return value_at(offset, 8); }
+  [[nodiscard]] float f32_at(size_t offset) const;
 
-  const uint8_t* data() const { return content_.data(); }
-  size_t size() const { return content_.size(); }
-  const std::vector<uint8_t>& vector() const { return content_; }
+  [[nodiscard]] const uint8_t* data() const { return content_.data(); }
+  [[nodiscard]] size_t size() const { return content_.size(); }
+  [[nodiscard]] const std::vector<uint8_t>& vector() const { return content_; }
   friend bool operator==(const bytes&, const bytes&) = default;
 
  private:
   bytes& append(uint64_t value, size_t width);
   bytes& patch(size_t offset, uint64_t value, size_t width);
-  uint64_t value_at(size_t offset, size_t width) const;
+  [[nodiscard]] uint64_t value_at(size_t offset, size_t width) const;
 
   std::vector<uint8_t> content_;
 };
@@ -121,10 +127,10 @@ class container {
   /// Writes this checksum instead of the right one.
   container& checksum(uint32_t value);
 
-  std::vector<uint8_t> image() const;
-  size_t record_count() const { return offsets_.size(); }
+  [[nodiscard]] std::vector<uint8_t> image() const;
+  [[nodiscard]] size_t record_count() const { return offsets_.size(); }
   /// Where the record that was added as number `index` stands in the image.
-  size_t offset_of(size_t index) const { return offsets_.at(index); }
+  [[nodiscard]] size_t offset_of(size_t index) const { return offsets_.at(index); }
 
  private:
   uint32_t words_[5] = {0x51424356, 0, 0x00010064, 0x20260101, 0x0c0ffee0};

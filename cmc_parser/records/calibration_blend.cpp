@@ -1,9 +1,13 @@
+// Record kind 30: its grid blended with the module's.
+
 #include "cmc_parser/records/calibration_blend.h"
 
+#include <cassert>
 #include <utility>
 
 #include "base/float_to_int.h"
 #include "base/load.h"
+#include "base/powers_of_two.h"
 
 namespace qo {
 namespace {
@@ -13,7 +17,7 @@ constexpr float module_share = 0x1.333334p-1f;
 constexpr float record_share = 0x1.999998p-2f;
 constexpr int reach = 3;
 
-uint32_t value_at(const calibration_grid& grid, int y, int x) {
+[[nodiscard]] uint32_t value_at(const calibration_grid& grid, int y, int x) {
   return load<uint32_t>(grid.values + y * grid.width + x);
 }
 
@@ -21,11 +25,11 @@ uint32_t value_at(const calibration_grid& grid, int y, int x) {
 struct accepted_range {
   int32_t low;
   int32_t high;
-  bool holds(int32_t value) const { return low < value && value < high; }
+  [[nodiscard]] bool holds(int32_t value) const { return low < value && value < high; }
 };
 
 /// Half to one and a half times the mean; the bounds are swapped for a negative one.
-accepted_range range_around(float mean) {
+[[nodiscard]] accepted_range range_around(float mean) {
   int32_t low = truncate_to_i32(0.5f * mean);
   int32_t high = truncate_to_i32(1.5f * mean);
   if (mean < 0.0f) std::swap(low, high);
@@ -48,10 +52,11 @@ class column_tallies {
     for (int y = 0; y < reach; ++y) enter_row(y);
   }
 
-  /// To be called for y = 0, 1, 2, ...
-  void move_to_row(int y) {
-    enter_row(y + reach);
-    leave_row(y - reach - 1);
+  /// Goes on to row 0 first, then to the next one each time.
+  void next_row() {
+    enter_row(row_ + reach);
+    leave_row(row_ - reach - 1);
+    ++row_;
   }
 
   const tally& operator[](int x) const { return columns_[x]; }
@@ -65,19 +70,21 @@ class column_tallies {
     if (y < 0) return;
     for (int x = 0; x < grid_.width; ++x) columns_[x].remove(tally_of(y, x));
   }
-  tally tally_of(int y, int x) const {
+  [[nodiscard]] tally tally_of(int y, int x) const {
     const uint32_t value = value_at(grid_, y, x);
     return range_.holds(static_cast<int32_t>(value)) ? tally{value, 1} : tally{};
   }
 
   const calibration_grid& grid_;
   accepted_range range_;
+  int row_ = 0;
   tally columns_[UINT8_MAX];
 };
 
 }  // namespace
 
 void blend_calibration_grid(const calibration_grid& grid, uint32_t centre, uint32_t* out) {
+  assert(grid.values != nullptr && out != nullptr);
   const int width = grid.width;
   const int height = grid.height;
   // Deliberate: two sides below the margins give a positive number of no values, whose mean is 0.
@@ -89,11 +96,11 @@ void blend_calibration_grid(const calibration_grid& grid, uint32_t centre, uint3
   const float mean =
       static_cast<float>(static_cast<int32_t>(interior_sum)) / static_cast<float>(interior_count);
 
-  const float unit = 1.0f / static_cast<float>(1u << (grid.shift % 32));
+  const float unit = 1.0f / unsigned_power_of_two(grid.shift);
   const float record_term = static_cast<float>(centre) * record_share;
   column_tallies columns(grid, range_around(mean));
   for (int y = 0; y < height; ++y) {
-    columns.move_to_row(y);
+    columns.next_row();
     tally window;
     for (int x = 0; x < reach && x < width; ++x) window.add(columns[x]);
     for (int x = 0; x < width; ++x) {

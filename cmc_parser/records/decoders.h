@@ -17,6 +17,9 @@ using record_decoder = uint32_t(record_copy record, parsed_cmc& cmc, const calib
 /// Versions at which layouts change; the base layout is 100.
 enum layout_version : uint8_t { version_100 = 100, version_101, version_102, version_103 };
 
+/// A slot that is nothing but the address of a kept copy.
+using header_slot = record_header* parsed_cmc::*;
+
 record_decoder decode_general;            // 1
 record_decoder decode_module_properties;  // 2
 record_decoder decode_record_3;

@@ -1,6 +1,8 @@
-#include "cmc_parser/fixed_point.h"
+// Record kind 11: extended lens-shading grid. It feeds lens_shading_ext.
+
 #include "cmc_parser/records/decoders.h"
-#include "cmc_parser/records/lens_shading_records.h"
+
+#include "cmc_parser/records/fixed_map_lights.h"
 
 // Record 11, extended lens-shading grid:
 //     8  u16  N, lights
@@ -12,11 +14,10 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t blocks_offset = 14;
-constexpr uint64_t block_head_size = 10;
-constexpr uint16_t table_fraction_bits = 12;
+constexpr extent blocks_offset = 14;
+constexpr extent aux_size = 2;
 
-lens_shading_ptr<lens_shading_light_ext> build_set(const record_copy& record) {
+[[nodiscard]] lens_shading_ptr<lens_shading_light_ext> build_set(const record_copy& record) {
   lens_shading_ptr<lens_shading_light_ext> set(c_new<lens_shading_set>());
   if (!set) return nullptr;
   memcpy(set.get(), record.bytes(), sizeof(record_header));
@@ -25,29 +26,20 @@ lens_shading_ptr<lens_shading_light_ext> build_set(const record_copy& record) {
   set->height = record.read<uint16_t>(12);
   set_fixed_channel_map(*set);
 
-  const uint64_t block_size = block_head_size + 4 * plane_size_of(*set);
-  const uint64_t gains_offset = blocks_offset + block_size * light_count;
-  const bool has_gains = set->version >= version_101;
-  if (!record.holds_padded(gains_offset + (has_gains ? 4 * uint64_t{light_count} : 0)))
-    return nullptr;
+  const extent block_size = aux_size + fixed_map_light_size(plane_size_of(*set));
+  const extent blocks_end = blocks_offset + block_size * light_count;
+  std::optional<extent> gains_offset;
+  if (set->version >= version_101) gains_offset = blocks_end;
+  const extent end = gains_offset ? *gains_offset + light_gains_size * light_count : blocks_end;
+  if (!record.holds_padded(end)) return nullptr;
   set->lights_ext = c_new_array<lens_shading_light_ext>(light_count);
-  if (!set->lights_ext) return nullptr;
+  if (set->lights_ext == nullptr) return nullptr;
   set->light_count = light_count;
-
-  for (uint64_t i = 0; i < light_count; ++i) {
-    lens_shading_light_ext& light = set->lights_ext[i];
-    const uint64_t block = blocks_offset + block_size * i;
-    light.aux = record.read<uint16_t>(block);
-    light.light_id = record.read<uint16_t>(block + 2);
-    light.coords[0] = from_16_16(record.read<uint16_t>(block + 6));
-    light.coords[1] = from_16_16(record.read<uint16_t>(block + 8));
-    light.fraction_bits = table_fraction_bits;
-    if (has_gains) {
-      light.gains[0] = from_8_8(record.read<uint16_t>(gains_offset + 4 * i));
-      light.gains[1] = from_8_8(record.read<uint16_t>(gains_offset + 4 * i + 2));
-    }
-    if (!copy_tables(*set, record.bytes() + block + block_head_size, light)) return nullptr;
-  }
+  for (uint16_t i = 0; i < light_count; ++i)
+    set->lights_ext[i].aux = record.read<uint16_t>(blocks_offset + block_size * i);
+  if (!read_fixed_map_lights<lens_shading_light_ext>(record, blocks_offset + aux_size, block_size,
+                                                     gains_offset, *set))
+    return nullptr;
   return set;
 }
 
@@ -55,7 +47,7 @@ lens_shading_ptr<lens_shading_light_ext> build_set(const record_copy& record) {
 
 uint32_t decode_extended_grid(record_copy record, parsed_cmc& cmc, const calibration*) {
   // The first record wins, whichever kind it was.
-  if (!cmc.lens_shading_ext) cmc.lens_shading_ext = build_set(record).release();
+  if (cmc.lens_shading_ext == nullptr) cmc.lens_shading_ext = build_set(record).release();
   return QO_CMC_OK;
 }
 

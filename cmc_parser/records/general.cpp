@@ -1,5 +1,8 @@
-#include "base/c_heap.h"
+// Record kind 1: general data, a name and pairs of strings.
+
 #include "cmc_parser/records/decoders.h"
+
+#include "base/c_heap.h"
 
 // Record 1, general data:
 //    24  char  name[]          NUL-terminated
@@ -9,15 +12,16 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t name_offset = 24;
+constexpr extent name_offset = 24;
 
 /// Writes the addresses of `count` pairs that start at `offset`; false when one leaves the record.
-bool index_pairs(record_copy& record, uint64_t offset, uint16_t count, string_pair* pairs) {
+[[nodiscard]] bool index_pairs(record_copy& record, extent offset, uint16_t count,
+                               string_pair* pairs) {
   const auto next_string = [&](const char*& string) {
-    const std::optional<uint64_t> length = record.string_length(offset);
+    const std::optional<extent> length = record.string_length(offset);
     if (!length) return false;
-    string = reinterpret_cast<const char*>(record.bytes() + offset);
-    offset += *length + 1;
+    string = reinterpret_cast<const char*>(record.at(offset));
+    offset = offset + *length + 1;
     return true;
   };
   for (uint16_t i = 0; i < count; ++i)
@@ -28,6 +32,7 @@ bool index_pairs(record_copy& record, uint64_t offset, uint16_t count, string_pa
 }  // namespace
 
 void release_general(parsed_cmc& cmc) {
+  // Contract: the pairs go before the copy.
   free(cmc.general.pairs);
   free(cmc.general.record);
   cmc.general = {};
@@ -35,32 +40,24 @@ void release_general(parsed_cmc& cmc) {
 
 uint32_t decode_general(record_copy record, parsed_cmc& cmc, const calibration*) {
   release_general(cmc);
-  const std::optional<uint64_t> name_length = record.string_length(name_offset);
-  if (!name_length) {
-    record.leak();
-    return QO_CMC_OK;
-  }
+  const std::optional<extent> name_length = record.string_length(name_offset);
+  if (!name_length) return record.leak_as_too_short();
 
   uint16_t pair_count = 0;
   heap_array<string_pair> pairs;
   if (record.version() >= version_101) {
-    const uint64_t count_offset = name_offset + *name_length + 1;
-    const uint64_t pairs_offset = count_offset + sizeof(uint16_t);
+    const extent count_offset = name_offset + *name_length + 1;
+    const extent pairs_offset = count_offset + size_of<uint16_t>;
     pair_count = record.read<uint16_t>(count_offset);
     // A pair takes two terminators at least: a larger count is malformed, and must not reserve
     // room.
-    if (!record.holds(pairs_offset + uint64_t{2} * pair_count)) {
-      record.leak();
-      return QO_CMC_OK;
-    }
+    if (!record.holds(pairs_offset + extent(2) * pair_count)) return record.leak_as_too_short();
     pairs.reset(c_new_array<string_pair>(pair_count));
-    if (pairs && !index_pairs(record, pairs_offset, pair_count, pairs.get())) {
-      record.leak();
-      return QO_CMC_OK;
-    }
+    if (pairs && !index_pairs(record, pairs_offset, pair_count, pairs.get()))
+      return record.leak_as_too_short();
   }
 
-  cmc.general.name = reinterpret_cast<const char*>(record.bytes() + name_offset);
+  cmc.general.name = reinterpret_cast<const char*>(record.at(name_offset));
   cmc.general.record = record.keep();
   cmc.general.pair_count = pair_count;
   cmc.general.pairs = pairs.release();

@@ -10,9 +10,9 @@ namespace qo {
 //    12  u16  orientation of the module's grids
 //    14  -    payload, version >= 101
 namespace record_17_layout {
-inline constexpr uint64_t plane_order = 10;
-inline constexpr uint64_t orientation = 12;
-inline constexpr uint64_t payload = 14;
+inline constexpr uint16_t plane_order = 10;
+inline constexpr uint16_t orientation = 12;
+inline constexpr uint16_t payload = 14;
 }  // namespace record_17_layout
 
 // Record 19:
@@ -22,12 +22,12 @@ inline constexpr uint64_t payload = 14;
 //    16  entry_count entries of 28 bytes
 //     -  tail_count entries of 8 bytes
 namespace record_19_layout {
-inline constexpr uint64_t parameter = 8;
-inline constexpr uint64_t entry_count = 12;
-inline constexpr uint64_t tail_count = 14;
-inline constexpr uint64_t entries = 16;
-inline constexpr uint64_t entry_size = 28;
-inline constexpr uint64_t tail_entry_size = 8;
+inline constexpr uint16_t parameter = 8;
+inline constexpr uint16_t entry_count = 12;
+inline constexpr uint16_t tail_count = 14;
+inline constexpr uint16_t entries = 16;
+inline constexpr uint16_t entry_size = 28;
+inline constexpr uint16_t tail_entry_size = 8;
 }  // namespace record_19_layout
 
 // Record 20:
@@ -39,14 +39,14 @@ inline constexpr uint64_t tail_entry_size = 8;
 //    16  u16  list_count
 //    20  list_count entries of 8 bytes
 namespace record_20_layout {
-inline constexpr uint64_t value_8 = 8;
-inline constexpr uint64_t value_10 = 10;
-inline constexpr uint64_t value_12 = 12;
-inline constexpr uint64_t value_13 = 13;
-inline constexpr uint64_t list = 14;
-inline constexpr uint64_t list_count = 16;
-inline constexpr uint64_t entries = 20;
-inline constexpr uint64_t entry_size = 8;
+inline constexpr uint16_t value_8 = 8;
+inline constexpr uint16_t value_10 = 10;
+inline constexpr uint16_t value_12 = 12;
+inline constexpr uint16_t value_13 = 13;
+inline constexpr uint16_t list = 14;
+inline constexpr uint16_t list_count = 16;
+inline constexpr uint16_t entries = 20;
+inline constexpr uint16_t entry_size = 8;
 }  // namespace record_20_layout
 
 }  // namespace qo

@@ -1,21 +1,19 @@
-// Kinds whose slot is the record copy itself and addresses into it.
+// Record kinds 5 to 8, 16 to 21 and 23: the slot is the record copy itself and addresses into it.
+
+#include "cmc_parser/records/decoders.h"
 
 #include "base/c_heap.h"
-#include "cmc_parser/records/decoders.h"
 #include "cmc_parser/records/kept_layouts.h"
 
 namespace qo {
 namespace {
 
-using header_slot = record_header* parsed_cmc::*;
-
 /// 5, 7, 8, 21, 23: nothing but the copy, when the record has `minimum_size` bytes.
-uint32_t keep_whole(record_copy& record, parsed_cmc& cmc, header_slot slot, uint32_t minimum_size) {
+[[nodiscard]] uint32_t keep_whole(record_copy& record, parsed_cmc& cmc, header_slot slot,
+                                  extent minimum_size) {
   c_release(cmc.*slot);
-  if (record.holds(minimum_size))
-    cmc.*slot = record.keep();
-  else
-    record.leak();
+  if (!record.holds(minimum_size)) return record.leak_as_too_short();
+  cmc.*slot = record.keep();
   return QO_CMC_OK;
 }
 
@@ -64,14 +62,14 @@ uint32_t decode_record_23(record_copy record, parsed_cmc& cmc, const calibration
 //    12  u8   counts[4]
 //    16  u16  values[], counts[0] + ... + counts[3] of them
 uint32_t decode_record_6(record_copy record, parsed_cmc& cmc, const calibration*) {
+  constexpr extent counts_offset = 12;
+  constexpr extent values_offset = 16;
   release_record_6(cmc);
-  uint64_t values = 0;
-  for (uint64_t i = 0; i < 4; ++i) values += record.read<uint8_t>(12 + i);
-  if (!record.holds_padded(2 * (8 + values))) {
-    record.leak();
-    return QO_CMC_OK;
-  }
-  cmc.record_6.payload = record.bytes() + 16;
+  extent values;
+  for (uint8_t i = 0; i < 4; ++i) values = values + record.read<uint8_t>(counts_offset + i);
+  if (!record.holds_padded(values_offset + size_of<uint16_t> * values))
+    return record.leak_as_too_short();
+  cmc.record_6.payload = record.at(values_offset);
   cmc.record_6.record = record.keep();
   return QO_CMC_OK;
 }
@@ -81,25 +79,21 @@ uint32_t decode_record_6(record_copy record, parsed_cmc& cmc, const calibration*
 //    14  count items of 4 bytes
 uint32_t decode_record_16(record_copy record, parsed_cmc& cmc, const calibration*) {
   release_record_16(cmc);
-  const uint64_t count = record.read<uint16_t>(12);
+  constexpr extent payload_offset = 14;
+  const extent count = record.read<uint16_t>(12);
   // Contract: the payload's address is stored whether or not the copy is; it points into the copy
   // that is leaked. A record that ends before it has none.
-  if (record.holds(14)) cmc.record_16.payload = record.bytes() + 14;
-  if (record.holds_padded(14 + 4 * count))
-    cmc.record_16.record = record.keep();
-  else
-    record.leak();
+  if (record.holds(payload_offset)) cmc.record_16.payload = record.at(payload_offset);
+  if (!record.holds_padded(payload_offset + 4 * count)) return record.leak_as_too_short();
+  cmc.record_16.record = record.keep();
   return QO_CMC_OK;
 }
 
 uint32_t decode_record_17(record_copy record, parsed_cmc& cmc, const calibration*) {
   release_record_17(cmc);
-  if (!record.holds(16)) {
-    record.leak();
-    return QO_CMC_OK;
-  }
+  if (!record.holds(16)) return record.leak_as_too_short();
   cmc.record_17.payload =
-      record.version() >= version_101 ? record.bytes() + record_17_layout::payload : nullptr;
+      record.version() >= version_101 ? record.at(record_17_layout::payload) : nullptr;
   cmc.record_17.record = record.keep();
   return QO_CMC_OK;
 }
@@ -110,13 +104,12 @@ uint32_t decode_record_17(record_copy record, parsed_cmc& cmc, const calibration
 //     -  tail, version >= 101
 uint32_t decode_record_18(record_copy record, parsed_cmc& cmc, const calibration*) {
   release_record_18(cmc);
-  const uint64_t tail = 10 + uint64_t{84} * record.read<uint16_t>(8);
-  if (!record.holds_padded(tail)) {
-    record.leak();
-    return QO_CMC_OK;
-  }
-  cmc.record_18.entries = record.bytes() + 10;
-  cmc.record_18.tail = record.version() >= version_101 ? record.bytes() + tail : nullptr;
+  constexpr extent entries_offset = 10;
+  constexpr extent entry_size = 84;
+  const extent tail = entries_offset + entry_size * record.read<uint16_t>(8);
+  if (!record.holds_padded(tail)) return record.leak_as_too_short();
+  cmc.record_18.entries = record.at(entries_offset);
+  cmc.record_18.tail = record.version() >= version_101 ? record.at(tail) : nullptr;
   cmc.record_18.record = record.keep();
   return QO_CMC_OK;
 }
@@ -124,15 +117,13 @@ uint32_t decode_record_18(record_copy record, parsed_cmc& cmc, const calibration
 uint32_t decode_record_19(record_copy record, parsed_cmc& cmc, const calibration*) {
   namespace layout = record_19_layout;
   release_record_19(cmc);
-  const uint64_t tail =
-      layout::entries + layout::entry_size * record.read<uint16_t>(layout::entry_count);
-  const uint64_t tail_count = record.read<uint16_t>(layout::tail_count);
-  if (!record.holds_padded(tail + layout::tail_entry_size * tail_count)) {
-    record.leak();
-    return QO_CMC_OK;
-  }
-  cmc.record_19.entries = record.bytes() + layout::entries;
-  cmc.record_19.tail = record.bytes() + tail;
+  const extent tail =
+      layout::entries + extent(layout::entry_size) * record.read<uint16_t>(layout::entry_count);
+  const extent tail_count = record.read<uint16_t>(layout::tail_count);
+  if (!record.holds_padded(tail + layout::tail_entry_size * tail_count))
+    return record.leak_as_too_short();
+  cmc.record_19.entries = record.at(layout::entries);
+  cmc.record_19.tail = record.at(tail);
   cmc.record_19.record = record.keep();
   return QO_CMC_OK;
 }
@@ -140,17 +131,14 @@ uint32_t decode_record_19(record_copy record, parsed_cmc& cmc, const calibration
 uint32_t decode_record_20(record_copy record, parsed_cmc& cmc, const calibration*) {
   namespace layout = record_20_layout;
   release_record_20(cmc);
-  if (!record.holds(16)) {
-    record.leak();
-    return QO_CMC_OK;
-  }
+  if (!record.holds(16)) return record.leak_as_too_short();
   // Older versions lack the value; its readers find the default in its place.
   if (record.version() <= version_100) record.bytes()[layout::value_13] = 8;
   if (record.version() >= version_102 && record.holds(layout::entries)) {
-    cmc.record_20.payload = record.bytes() + layout::list;
+    cmc.record_20.payload = record.at(layout::list);
     // The layout asks for 4 bytes more than the list takes, unpadded.
-    if (record.holds(layout::entry_size * record.read<uint16_t>(layout::list_count) + 24))
-      cmc.record_20.tail = record.bytes() + layout::entries;
+    if (record.holds(extent(layout::entry_size) * record.read<uint16_t>(layout::list_count) + 24))
+      cmc.record_20.tail = record.at(layout::entries);
   }
   cmc.record_20.record = record.keep();
   return QO_CMC_OK;

@@ -1,6 +1,7 @@
-// The two slots that several lens-shading kinds feed.
+// Record kinds 10, 11, 28 and 33: the release of the two slots that they feed.
 
 #include "cmc_parser/records/decoders.h"
+
 #include "cmc_parser/records/lens_shading_records.h"
 
 namespace qo {

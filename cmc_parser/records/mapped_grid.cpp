@@ -1,5 +1,8 @@
-#include "cmc_parser/copy_bounded.h"
+// Record kinds 28 and 33: mapped lens-shading grids. They feed lens_shading and lens_shading_ext.
+
 #include "cmc_parser/records/decoders.h"
+
+#include "cmc_parser/missing_destination.h"
 #include "cmc_parser/records/lens_shading_records.h"
 
 // Records 28 and 33, mapped lens-shading grid:
@@ -15,24 +18,24 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t blocks_offset = 32;
-constexpr uint64_t block_head_size = 22;
+constexpr extent blocks_offset = 32;
+constexpr extent block_head_size = 22;
 constexpr uint16_t sample_bits = 16;
 
 /// What both heads hold alike.
 template <typename Light>
-void read_common_head(const record_copy& record, uint64_t block, Light& light) {
-  memcpy(light.gains, record.bytes() + block + 4, sizeof light.gains);
-  memcpy(light.coords, record.bytes() + block + 12, sizeof light.coords);
+void read_common_head(const record_copy& record, extent block, Light& light) {
+  memcpy(light.gains, record.at(block + 4), sizeof light.gains);
+  memcpy(light.coords, record.at(block + 12), sizeof light.coords);
   light.fraction_bits = static_cast<uint16_t>(sample_bits - record.read<uint16_t>(block + 20));
 }
 
-void read_head(const record_copy& record, uint64_t block, lens_shading_light& light) {
+void read_head(const record_copy& record, extent block, lens_shading_light& light) {
   light.light_id = record.read<uint32_t>(block);
   read_common_head(record, block, light);
 }
 
-void read_head(const record_copy& record, uint64_t block, lens_shading_light_ext& light) {
+void read_head(const record_copy& record, extent block, lens_shading_light_ext& light) {
   light.light_id = record.read<uint16_t>(block);
   light.aux = static_cast<uint16_t>(record.read<uint16_t>(block + 2) + 1);
   read_common_head(record, block, light);
@@ -41,7 +44,7 @@ void read_head(const record_copy& record, uint64_t block, lens_shading_light_ext
 enum class build_result { built, malformed, set_out_of_memory, part_out_of_memory };
 
 template <typename Light>
-build_result build_set(const record_copy& record, lens_shading_ptr<Light>& result) {
+[[nodiscard]] build_result build_set(const record_copy& record, lens_shading_ptr<Light>& result) {
   if (!record.holds(blocks_offset)) return build_result::malformed;
   lens_shading_ptr<Light> set(c_new<lens_shading_set>());
   if (!set) return build_result::set_out_of_memory;
@@ -51,17 +54,17 @@ build_result build_set(const record_copy& record, lens_shading_ptr<Light>& resul
   set->width = record.read<uint16_t>(28);
   set->height = record.read<uint16_t>(30);
 
-  const uint64_t block_size = block_head_size + planes_of(*set) * plane_size_of(*set);
+  const extent block_size = block_head_size + plane_size_of(*set) * planes_of(*set);
   if (!record.holds_padded(blocks_offset + block_size * light_count))
     return build_result::malformed;
   Light* const lights = c_new_array<Light>(light_count);
-  if (!lights) return build_result::part_out_of_memory;
+  if (lights == nullptr) return build_result::part_out_of_memory;
   lights_of<Light>(*set) = lights;
   set->light_count = light_count;
-  for (uint64_t i = 0; i < light_count; ++i) {
-    const uint64_t block = blocks_offset + block_size * i;
+  for (uint16_t i = 0; i < light_count; ++i) {
+    const extent block = blocks_offset + block_size * i;
     read_head(record, block, lights[i]);
-    if (!copy_tables(*set, record.bytes() + block + block_head_size, lights[i]))
+    if (!copy_tables(*set, record.at(block + block_head_size), lights[i]))
       return build_result::part_out_of_memory;
   }
   result = std::move(set);

@@ -1,13 +1,16 @@
+// Record kind 2: module properties.
+
+#include "cmc_parser/records/decoders.h"
+
 #include <array>
 
 #include "base/c_heap.h"
-#include "cmc_parser/records/decoders.h"
 
 namespace qo {
 namespace {
 
 /// Bytes that a record of this version fills, its header included.
-uint32_t bytes_filled(uint8_t version) {
+[[nodiscard]] uint16_t bytes_filled(uint8_t version) {
   if (version < version_100) return 0;
   if (version == version_100) return 16;
   if (version == version_101) return 18;
@@ -24,8 +27,8 @@ uint32_t decode_module_properties(record_copy record, parsed_cmc& cmc, const cal
   module_properties_record* const properties = c_new<module_properties_record>();
   cmc.module_properties = properties;
   const uint8_t version = record.version();
-  const uint32_t filled = bytes_filled(version);
-  if (!properties || filled == 0 || !record.holds_padded(filled)) return QO_CMC_OK;
+  const uint16_t filled = bytes_filled(version);
+  if (properties == nullptr || filled == 0 || !record.holds_padded(filled)) return QO_CMC_OK;
 
   memcpy(properties, record.bytes(), filled);
   // Readers expect the places that later versions added to carry the older value.

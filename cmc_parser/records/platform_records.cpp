@@ -1,23 +1,22 @@
-// Kinds that the stack's container library decodes in place: 9, 31, 32 and 34.
+// Record kinds 9, 31, 32 and 34: the stack's container library decodes them in place.
+
+#include "cmc_parser/records/decoders.h"
 
 #include "base/c_heap.h"
-#include "cmc_parser/records/decoders.h"
 #include "qo_vexb_parser.h"
 
 namespace qo {
 namespace {
 
-using header_slot = record_header* parsed_cmc::*;
-
 /// The container library's code; a record that it refuses stays the caller's and changes nothing.
-uint32_t decode_in_place(record_copy& record) {
+[[nodiscard]] uint32_t decode_in_place(record_copy& record) {
   const uint32_t code = qo_vexb_parse_record(record.bytes());
   if (code != QO_CMC_OK) record.leave_to_caller();
   return code;
 }
 
 /// 9, 31, 32: the last record that the container library accepts wins.
-uint32_t replace_decoded(record_copy& record, parsed_cmc& cmc, header_slot slot) {
+[[nodiscard]] uint32_t replace_decoded(record_copy& record, parsed_cmc& cmc, header_slot slot) {
   const uint32_t code = decode_in_place(record);
   if (code != QO_CMC_OK) return code;
   c_release(cmc.*slot);
@@ -48,13 +47,13 @@ uint32_t decode_record_32(record_copy record, parsed_cmc& cmc, const calibration
 //     8  u32  block count, at most 4 once decoded
 uint32_t decode_record_34(record_copy record, parsed_cmc& cmc, const calibration*) {
   constexpr uint32_t most_blocks = 4;
-  constexpr uint64_t count_offset = 8;
+  constexpr extent count_offset = 8;
   const uint32_t code = decode_in_place(record);
   if (code != QO_CMC_OK) return code;
   record.reread_size();
-  if (record.holds(count_offset + sizeof most_blocks) &&
+  if (record.holds(count_offset + size_of<uint32_t>) &&
       record.read<uint32_t>(count_offset) > most_blocks)
-    memcpy(record.bytes() + count_offset, &most_blocks, sizeof most_blocks);
+    memcpy(record.at(count_offset), &most_blocks, sizeof most_blocks);
   // Contract: an earlier record 34 is not released.
   cmc.record_34 = record.keep();
   return QO_CMC_OK;

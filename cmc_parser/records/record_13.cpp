@@ -1,5 +1,8 @@
-#include "base/c_heap.h"
+// Record kind 13: values and parameters.
+
 #include "cmc_parser/records/decoders.h"
+
+#include "base/c_heap.h"
 
 // Record 13:
 //    70  u16  count
@@ -10,12 +13,13 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t values_offset = 72;
+constexpr extent values_offset = 72;
 constexpr uint16_t default_params[4] = {0, 1, 250, 1000};
 
 }  // namespace
 
 void release_record_13(parsed_cmc& cmc) {
+  // Contract: the copy goes before the values.
   free(cmc.record_13.record);
   free(cmc.record_13.values);
   cmc.record_13 = {};
@@ -26,17 +30,14 @@ uint32_t decode_record_13(record_copy record, parsed_cmc& cmc, const calibration
   auto& slot = cmc.record_13;
   memcpy(slot.params, default_params, sizeof slot.params);
   const uint16_t count = record.read<uint16_t>(70);
-  const uint64_t params_offset = values_offset + sizeof(uint16_t) * uint64_t{count};
-  if (!record.holds_padded(params_offset)) {
-    record.leak();
-    return QO_CMC_OK;
-  }
+  const extent params_offset = values_offset + size_of<uint16_t> * count;
+  if (!record.holds_padded(params_offset)) return record.leak_as_too_short();
 
-  slot.values = c_copy_array<uint16_t>(record.bytes() + values_offset, count);
+  slot.values = c_copy_array<uint16_t>(record.at(values_offset), count);
   if (record.version() >= version_101 && record.holds_padded(params_offset + 2))
     slot.params[0] = record.read<uint16_t>(params_offset);
   if (record.version() >= version_102 && record.holds_padded(params_offset + 8))
-    memcpy(slot.params + 1, record.bytes() + params_offset + 2, 3 * sizeof(uint16_t));
+    memcpy(slot.params + 1, record.at(params_offset + 2), 3 * sizeof(uint16_t));
   slot.record = record.keep();
   return QO_CMC_OK;
 }

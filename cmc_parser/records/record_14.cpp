@@ -1,5 +1,8 @@
-#include "base/c_heap.h"
+// Record kind 14: a range of items, kept with an address into the copy.
+
 #include "cmc_parser/records/decoders.h"
+
+#include "base/c_heap.h"
 
 // Record 14:
 //     8  u16  first
@@ -20,9 +23,9 @@ uint32_t decode_record_14(record_copy record, parsed_cmc& cmc, const calibration
   const uint16_t last = record.read<uint16_t>(10);
   const uint16_t step = record.read<uint16_t>(12);
   if (step == 0 || last < first) return QO_CMC_OK;
-  const uint64_t steps = static_cast<uint64_t>(last - first) / step;
+  const extent steps(static_cast<uint32_t>(last - first) / step);
   if (!record.holds(8 * steps + 24)) return QO_CMC_OK;
-  cmc.record_14.payload = record.bytes() + 14;
+  cmc.record_14.payload = record.at(14);
   cmc.record_14.record = record.keep();
   return QO_CMC_OK;
 }

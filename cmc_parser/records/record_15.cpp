@@ -1,7 +1,10 @@
-#include "base/c_heap.h"
-#include "cmc_parser/copy_bounded.h"
-#include "cmc_parser/record_reader.h"
+// Record kind 15: four sections, kept, and a sub-table of arrays.
+
 #include "cmc_parser/records/decoders.h"
+
+#include "base/c_heap.h"
+#include "cmc_parser/missing_destination.h"
+#include "cmc_parser/record_reader.h"
 
 // Record 15:
 //     8  u16  a
@@ -13,13 +16,14 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t body_offset = 12;
-constexpr uint64_t item_size = 8;
-constexpr uint64_t entry_head_size = 12;
+constexpr extent body_offset = 12;
+constexpr extent item_size = 8;
+constexpr extent entry_head_size = 12;
 
+// Contract: what is owned is released in this order.
 void free_sub_table(record_15_sub_table* table) {
-  if (!table) return;
-  if (table->entries) {
+  if (table == nullptr) return;
+  if (table->entries != nullptr) {
     for (uint16_t i = 0; i < table->count; ++i) {
       free(table->entries[i].array_second);
       free(table->entries[i].array_first);
@@ -32,35 +36,36 @@ void free_sub_table(record_15_sub_table* table) {
 using sub_table_ptr = std::unique_ptr<record_15_sub_table, deleter<free_sub_table>>;
 
 /// A copy of `count` values at `values`, or null with the message of a missing destination.
-uint16_t* copy_values(const uint8_t* values, uint16_t count) {
+[[nodiscard]] uint16_t* copy_values(const uint8_t* values, uint16_t count) {
   uint16_t* const copy = c_copy_array<uint16_t>(values, count);
-  if (!copy) log_null_destination();
+  if (copy == nullptr) log_null_destination();
   return copy;
 }
 
-bool read_entry(const record_copy& record, record_reader& reader, record_15_entry& entry) {
+[[nodiscard]] bool read_entry(const record_copy& record, record_reader& reader,
+                              record_15_entry& entry) {
   if (!record.holds_padded(reader.offset() + entry_head_size)) return false;
   entry.value_0 = reader.read<uint64_t>();
   entry.value_8 = reader.read<uint32_t>();
   const uint16_t count = static_cast<uint16_t>(entry.value_8 >> 16);
-  const uint64_t array_size = sizeof(uint16_t) * uint64_t{count};
+  const extent array_size = size_of<uint16_t> * count;
   if (!record.holds_padded(reader.offset() + 2 * array_size)) return false;
   entry.array_first = copy_values(reader.take(array_size), count);
-  if (!entry.array_first) return false;
+  if (entry.array_first == nullptr) return false;
   entry.array_second = copy_values(reader.take(array_size), count);
   return entry.array_second != nullptr;
 }
 
 /// The sub-table at `offset`, or null when it does not fit or there is no memory for it.
-sub_table_ptr read_sub_table(const record_copy& record, uint64_t offset) {
-  if (!record.holds_padded(offset + sizeof(uint16_t))) return nullptr;
+[[nodiscard]] sub_table_ptr read_sub_table(const record_copy& record, extent offset) {
+  if (!record.holds_padded(offset + size_of<uint16_t>)) return nullptr;
   record_reader reader(record, offset);
   const uint16_t count = reader.read<uint16_t>();
   // No room is reserved for entries that the record cannot hold.
   if (!record.holds(reader.offset() + entry_head_size * count)) return nullptr;
   sub_table_ptr table(c_new<record_15_sub_table>());
   if (table) table->entries = c_new_array<record_15_entry>(count);
-  if (!table || !table->entries) {
+  if (!table || table->entries == nullptr) {
     log_null_destination();
     return nullptr;
   }
@@ -85,18 +90,15 @@ uint32_t decode_record_15(record_copy record, parsed_cmc& cmc, const calibration
   release_record_15(cmc);
   const uint16_t a = record.read<uint16_t>(8);
   const uint16_t b = record.read<uint16_t>(10);
-  const uint64_t items = uint64_t{3} * a + b;
+  const extent items = extent(3) * a + b;
   // The layout asks for 4 bytes more than the sections take.
-  if (!record.holds(item_size * items + 16)) {
-    record.leak();
-    return QO_CMC_OK;
-  }
+  if (!record.holds(item_size * items + 16)) return record.leak_as_too_short();
   auto& slot = cmc.record_15;
   slot.sub_table = read_sub_table(record, body_offset + item_size * items).release();
-  slot.body = record.bytes() + body_offset;
-  slot.section_1 = slot.body + item_size * a;
-  slot.section_2 = slot.body + 2 * item_size * a;
-  slot.section_3 = slot.body + 3 * item_size * a;
+  slot.body = record.at(body_offset);
+  slot.section_1 = record.at(body_offset + item_size * a);
+  slot.section_2 = record.at(body_offset + 2 * item_size * a);
+  slot.section_3 = record.at(body_offset + 3 * item_size * a);
   slot.counts.a = a;
   slot.counts.b = b;
   slot.record = record.keep();

@@ -1,6 +1,9 @@
+// Record kind 22: grid, items, block and list.
+
+#include "cmc_parser/records/decoders.h"
+
 #include "base/c_heap.h"
 #include "cmc_parser/record_reader.h"
-#include "cmc_parser/records/decoders.h"
 
 // Record 22, composite:
 //     8  u32  value
@@ -21,18 +24,24 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t grid_offset = 22;
-constexpr uint64_t list_entry_head_size = 16;
+constexpr extent grid_offset = 22;
+constexpr extent item_size = record_22_item_size;
+constexpr extent block_size = size_of<decltype(record_22_content::block)>;
+constexpr extent unread_block_size = 16;
+static_assert(block_size + unread_block_size == item_size);
+constexpr extent list_entry_head_size = 12;  // in front of its count
+constexpr extent list_tail_entry_size = record_22_list_tail_size;
 
 void free_list(record_22_list_entry* list, int32_t count) {
-  if (!list) return;
+  if (list == nullptr) return;
   for (int32_t i = 0; i < count; ++i) free(list[i].values);
   free(list);
 }
 
+// Contract: what is owned is released in this order.
 void free_content(record_22_content* content) {
-  if (!content) return;
-  if (content->grid) free(content->grid[0].first_half);
+  if (content == nullptr) return;
+  if (content->grid != nullptr) free(content->grid[0].first_half);
   free_list(content->list, content->list_count);
   free(content->list_tail);
   free(content->grid);
@@ -43,24 +52,26 @@ void free_content(record_22_content* content) {
 using content_ptr = std::unique_ptr<record_22_content, deleter<free_content>>;
 
 /// False when the grid does not fit the record or there is no memory for it.
-bool read_grid(record_reader& reader, record_22_content& content) {
-  const uint64_t count = content.grid_count;
+[[nodiscard]] bool read_grid(record_reader& reader, record_22_content& content) {
+  const uint16_t count = content.grid_count;
   if (count == 0) return true;
-  const int64_t points = int64_t{content.width} * content.height;
+  const int32_t points = int32_t{content.width} * content.height;
   if (points < 0) return false;
-  const uint64_t half_size = sizeof(uint32_t) * static_cast<uint64_t>(points);
-  if (!reader.holds(count * (sizeof(uint16_t) + 2 * half_size))) return false;
+  const extent half_values(static_cast<uint32_t>(points));
+  const extent entry_values = 2 * half_values;
+  const extent entry_size = size_of<uint32_t> * entry_values;
+  if (!reader.holds((size_of<uint16_t> + entry_size) * count)) return false;
 
   heap_array<record_22_grid_entry> grid(c_new_array<record_22_grid_entry>(count));
-  heap_array<uint32_t> halves(c_new_array<uint32_t>(2 * static_cast<uint64_t>(points) * count));
+  heap_array<uint32_t> halves(c_new_array<uint32_t>((entry_values * count).value()));
   if (!grid || !halves) return false;
   uint32_t* half = halves.get();
-  for (uint64_t i = 0; i < count; ++i) {
+  for (uint16_t i = 0; i < count; ++i) {
     grid[i].tag = reader.read<uint16_t>();
-    memcpy(half, reader.take(2 * half_size), 2 * half_size);
+    memcpy(half, reader.take(entry_size), entry_size.value());
     grid[i].first_half = half;
-    grid[i].second_half = half + points;
-    half += 2 * points;
+    grid[i].second_half = half + half_values.value();
+    half += entry_values.value();
   }
   content.grid = grid.release();
   halves.release();  // entry 0 owns it
@@ -70,70 +81,69 @@ bool read_grid(record_reader& reader, record_22_content& content) {
 /// Whether reading goes on behind this part of the record. `out_of_memory` alone leaks the copy.
 enum class part { complete, cut, out_of_memory };
 
-part read_items(record_reader& reader, record_22_content& content) {
-  if (!reader.holds(sizeof content.value_items + sizeof content.item_count)) return part::cut;
+[[nodiscard]] part read_items(record_reader& reader, record_22_content& content) {
+  if (!reader.holds(size_of<uint32_t> + size_of<int32_t>)) return part::cut;
   content.value_items = reader.read<uint32_t>();
   const int32_t count = reader.read<int32_t>();
   if (count > 0) {
-    const uint64_t size = uint64_t{record_22_item_size} * static_cast<uint32_t>(count);
+    const extent size = item_size * extent(static_cast<uint32_t>(count));
     const uint8_t* const items = reader.take(size);
-    if (!items) return part::cut;
+    if (items == nullptr) return part::cut;
     content.item_count = count;
-    content.items = c_copy_array<uint8_t>(items, size);
-    if (!content.items) return part::out_of_memory;
+    content.items = c_copy_array<uint8_t>(items, size.value());
+    if (content.items == nullptr) return part::out_of_memory;
   }
   content.item_count = count;
   return part::complete;
 }
 
-part read_block(record_reader& reader, record_22_content& content) {
-  const uint8_t* const block = reader.take(sizeof content.block);
-  if (!block) return part::cut;
+[[nodiscard]] part read_block(record_reader& reader, record_22_content& content) {
+  const uint8_t* const block = reader.take(block_size);
+  if (block == nullptr) return part::cut;
   memcpy(content.block, block, sizeof content.block);
   // Contract: the tail repeats bytes from the middle; the block's own last 16 bytes are never read,
   // and need not be there.
   memcpy(content.block_tail, block + 512, sizeof content.block_tail);
-  reader.take(record_22_item_size - sizeof content.block);
+  reader.skip(unread_block_size);
   return part::complete;
 }
 
 /// Whether `count` entries and the trailing table lie inside the record.
-bool list_fits(record_reader reader, uint32_t count) {
+[[nodiscard]] bool list_fits(record_reader reader, uint32_t count) {
   for (uint32_t i = 0; i < count && !reader.failed(); ++i) {
-    reader.take(list_entry_head_size - sizeof(uint32_t));
-    reader.take(sizeof(uint32_t) * uint64_t{reader.read<uint32_t>()});
+    reader.skip(list_entry_head_size);
+    reader.skip(size_of<uint32_t> * extent(reader.read<uint32_t>()));
   }
-  reader.take(uint64_t{record_22_list_tail_size} * count);
+  reader.skip(list_tail_entry_size * extent(count));
   return !reader.failed();
 }
 
 /// Copies list and trailing table; false when there is no memory for a part of them.
-bool copy_list(record_reader& reader, record_22_content& content) {
+[[nodiscard]] bool copy_list(record_reader& reader, record_22_content& content) {
   for (int32_t i = 0; i < content.list_count; ++i) {
     record_22_list_entry& entry = content.list[i];
     entry.value_0 = reader.read<float>();
     entry.value_4 = reader.read<float>();
     entry.value_8 = reader.read<uint32_t>();
     entry.count = reader.read<uint32_t>();
-    const uint64_t size = sizeof(uint32_t) * uint64_t{entry.count};
+    const extent size = size_of<uint32_t> * extent(entry.count);
     entry.values = c_copy_array<uint32_t>(reader.take(size), entry.count);
-    if (!entry.values) return false;
+    if (entry.values == nullptr) return false;
   }
-  const uint64_t size =
-      uint64_t{record_22_list_tail_size} * static_cast<uint32_t>(content.list_count);
-  content.list_tail = c_copy_array<uint8_t>(reader.take(size), size);
+  const extent size = list_tail_entry_size * extent(static_cast<uint32_t>(content.list_count));
+  content.list_tail = c_copy_array<uint8_t>(reader.take(size), size.value());
   return content.list_tail != nullptr;
 }
 
 void read_list(record_reader& reader, record_22_content& content) {
-  if (!reader.holds(sizeof content.value_list + sizeof content.list_count)) return;
+  if (!reader.holds(size_of<uint32_t> + size_of<int32_t>)) return;
   const uint32_t value = reader.read<uint32_t>();
   const int32_t count = reader.read<int32_t>();
   content.list_count = count;
   if (count < 0 || !list_fits(reader, static_cast<uint32_t>(count))) return;
   content.value_list = value;
   content.list = c_new_array<record_22_list_entry>(static_cast<uint32_t>(count));
-  if (!content.list) return;
+  if (content.list == nullptr) return;
   if (copy_list(reader, content)) return;
   // The count stays as read beside the missing list; the release looks at the list first.
   free_list(content.list, content.list_count);

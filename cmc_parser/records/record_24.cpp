@@ -1,6 +1,9 @@
+// Record kind 24: entries with an array each.
+
+#include "cmc_parser/records/decoders.h"
+
 #include "base/c_heap.h"
 #include "cmc_parser/record_reader.h"
-#include "cmc_parser/records/decoders.h"
 
 // Record 24:
 //    14  u16  count
@@ -9,12 +12,14 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t head_size = 16;
-constexpr uint64_t entry_head_size = offsetof(record_24_entry, values);
+constexpr extent head_size = 16;
+constexpr extent entry_head_size = 16;
+static_assert(offsetof(record_24_entry, values) == entry_head_size.value());
 
+// Contract: what is owned is released in this order.
 void free_content(record_24_content* content) {
-  if (!content) return;
-  if (content->entries)
+  if (content == nullptr) return;
+  if (content->entries != nullptr)
     for (uint16_t i = 0; i < content->count; ++i) free(content->entries[i].values);
   free(content->entries);
   free(content);
@@ -22,30 +27,30 @@ void free_content(record_24_content* content) {
 
 using content_ptr = std::unique_ptr<record_24_content, deleter<free_content>>;
 
-uint32_t read_entries(const record_copy& record, record_24_content& content) {
+[[nodiscard]] uint32_t read_entries(const record_copy& record, record_24_content& content) {
   if (!record.holds(head_size + entry_head_size * content.count)) return QO_CMC_INVALID;
   content.entries = c_new_array<record_24_entry>(content.count);
-  if (!content.entries) return QO_CMC_NO_MEMORY;
+  if (content.entries == nullptr) return QO_CMC_NO_MEMORY;
   record_reader reader(record, head_size);
   for (uint16_t i = 0; i < content.count; ++i) {
     record_24_entry& entry = content.entries[i];
     const uint8_t* const head = reader.take(entry_head_size);
-    if (!head) return QO_CMC_INVALID;
-    memcpy(&entry, head, entry_head_size);
-    const uint64_t size = sizeof(uint32_t) * uint64_t{entry.count};
+    if (head == nullptr) return QO_CMC_INVALID;
+    memcpy(&entry, head, entry_head_size.value());
+    const extent size = size_of<uint32_t> * entry.count;
     const uint8_t* const values = reader.take(size);
-    if (!values) return QO_CMC_INVALID;
+    if (values == nullptr) return QO_CMC_INVALID;
     entry.values = c_copy_array<uint32_t>(values, entry.count);
-    if (!entry.values) return QO_CMC_NO_MEMORY;
+    if (entry.values == nullptr) return QO_CMC_NO_MEMORY;
   }
   return QO_CMC_OK;
 }
 
-uint32_t convert(const record_copy& record, content_ptr& result) {
+[[nodiscard]] uint32_t convert(const record_copy& record, content_ptr& result) {
   if (!record.holds(head_size)) return QO_CMC_INVALID;
   content_ptr content(c_new<record_24_content>());
   if (!content) return QO_CMC_NO_MEMORY;
-  memcpy(content.get(), record.bytes(), head_size);
+  memcpy(content.get(), record.bytes(), head_size.value());
   if (content->count != 0) {
     const uint32_t code = read_entries(record, *content);
     if (code != QO_CMC_OK) return code;

@@ -1,8 +1,11 @@
+// Record kind 27: entries with three planes each.
+
+#include "cmc_parser/records/decoders.h"
+
 #include "base/c_heap.h"
 #include "base/load.h"
-#include "cmc_parser/copy_bounded.h"
+#include "cmc_parser/missing_destination.h"
 #include "cmc_parser/record_reader.h"
-#include "cmc_parser/records/decoders.h"
 
 // Record 27:
 //    24  u16  n
@@ -15,15 +18,16 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t count_offset = 24;
-constexpr uint64_t entries_offset = 32;
-constexpr uint64_t entry_head_size = 20;
-constexpr uint64_t tail_entry_size = 16;
-constexpr uint64_t planes_of_entry = 3;
+constexpr uint16_t count_offset = 24;
+constexpr extent entries_offset = 32;
+constexpr extent entry_head_size = 20;
+constexpr extent tail_entry_size = 16;
+constexpr extent planes_of_entry = 3;
 
 /// Releases what the entries own, and the entries.
+/// Contract: of an entry the planes go first.
 void free_entries(record_27_content& content, uint16_t count) {
-  if (!content.entries) return;
+  if (content.entries == nullptr) return;
   for (uint16_t i = 0; i < count; ++i) {
     free(content.entries[i].planes);
     free(content.entries[i].head);
@@ -32,14 +36,14 @@ void free_entries(record_27_content& content, uint16_t count) {
 }
 
 /// Copies head and planes of every entry; false, with the message, when there is no memory.
-bool copy_entries(record_reader& reader, record_27_entry* entries, uint16_t count,
-                  uint64_t plane_values, uint64_t planes_size) {
+[[nodiscard]] bool copy_entries(record_reader& reader, record_27_entry* entries, uint16_t count,
+                                extent plane_values, extent planes_size) {
   for (uint16_t i = 0; i < count; ++i) {
-    entries[i].head = c_copy_array<uint8_t>(reader.take(entry_head_size), entry_head_size);
-    if (!entries[i].head) return false;
-    entries[i].planes = c_new_array<uint16_t>(planes_of_entry * plane_values);
-    if (!entries[i].planes) return false;
-    memcpy(entries[i].planes, reader.take(planes_size), planes_size);
+    entries[i].head = c_copy_array<uint8_t>(reader.take(entry_head_size), entry_head_size.value());
+    if (entries[i].head == nullptr) return false;
+    entries[i].planes = c_new_array<uint16_t>((planes_of_entry * plane_values).value());
+    if (entries[i].planes == nullptr) return false;
+    memcpy(entries[i].planes, reader.take(planes_size), planes_size.value());
   }
   return true;
 }
@@ -50,7 +54,7 @@ void release_record_27(parsed_cmc& cmc) {
   record_27_content* const content = cmc.record_27;
   // Contract: a structure whose copy is missing stays allocated, since nothing says how many
   // entries it has.
-  if (!content || !content->record) return;
+  if (content == nullptr || content->record == nullptr) return;
   free_entries(*content, load<uint16_t>(content->record, count_offset));
   free(content->record);
   c_release(cmc.record_27);
@@ -60,14 +64,14 @@ uint32_t decode_record_27(record_copy record, parsed_cmc& cmc, const calibration
   release_record_27(cmc);
   if (!record.holds(entries_offset)) return QO_CMC_OK;
   const uint16_t count = record.read<uint16_t>(count_offset);
-  const uint64_t planes = record.read<uint16_t>(26);
-  const uint64_t plane_values = uint64_t{record.read<uint16_t>(28)} * record.read<uint16_t>(30);
-  const uint64_t planes_size = sizeof(uint16_t) * plane_values * planes;
+  const extent planes = record.read<uint16_t>(26);
+  const extent plane_values = extent(record.read<uint16_t>(28)) * record.read<uint16_t>(30);
+  const extent planes_size = size_of<uint16_t> * plane_values * planes;
   // The blocks hold three planes. Without a plane in the record nothing bounds their size, so that
   // one plane an entry must still be within the record's.
-  if (planes > planes_of_entry) return QO_CMC_OK;
-  if (planes == 0 && !record.holds(count * sizeof(uint16_t) * plane_values)) return QO_CMC_OK;
-  const uint64_t end = entries_offset + count * (entry_head_size + planes_size);
+  if (planes_of_entry < planes) return QO_CMC_OK;
+  if (planes == 0 && !record.holds(count * size_of<uint16_t> * plane_values)) return QO_CMC_OK;
+  const extent end = entries_offset + count * (entry_head_size + planes_size);
   const bool has_tail = record.version() >= version_101;
   if (!record.holds(end)) return QO_CMC_OK;
   if (has_tail && !record.holds_padded(end + tail_entry_size * count)) return QO_CMC_OK;
@@ -76,13 +80,13 @@ uint32_t decode_record_27(record_copy record, parsed_cmc& cmc, const calibration
   if (!content) return QO_CMC_OK;
   content->entries = c_new_array<record_27_entry>(count);
   record_reader reader(record, entries_offset);
-  if (!content->entries ||
+  if (content->entries == nullptr ||
       !copy_entries(reader, content->entries, count, plane_values, planes_size)) {
     log_null_destination();
     free_entries(*content, count);
     return QO_CMC_OK;
   }
-  content->tail = has_tail ? record.bytes() + end : nullptr;
+  content->tail = has_tail ? record.at(end) : nullptr;
   content->record = record.keep();
   cmc.record_27 = content.release();
   return QO_CMC_OK;

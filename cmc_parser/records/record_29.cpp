@@ -1,5 +1,8 @@
-#include "base/c_heap.h"
+// Record kind 29: four planes of floats.
+
 #include "cmc_parser/records/decoders.h"
+
+#include "base/c_heap.h"
 
 // Record 29:
 //    12  u16  w
@@ -10,30 +13,31 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t planes_offset = 20;
-constexpr uint64_t minimum_size = 56;
+constexpr extent planes_offset = 20;
+constexpr extent minimum_size = 56;
 
 }  // namespace
 
 void release_record_29(parsed_cmc& cmc) {
-  if (cmc.record_29) free(cmc.record_29->planes[0]);
+  if (cmc.record_29 != nullptr) free(cmc.record_29->planes[0]);
   c_release(cmc.record_29);
 }
 
 uint32_t decode_record_29(record_copy record, parsed_cmc& cmc, const calibration*) {
   release_record_29(cmc);
-  const uint64_t plane_values = uint64_t{record.read<uint16_t>(12)} * record.read<uint16_t>(14);
-  const uint64_t planes_size = 4 * sizeof(float) * plane_values;
+  const extent plane_values = extent(record.read<uint16_t>(12)) * record.read<uint16_t>(14);
+  const extent planes_size = 4 * size_of<float> * plane_values;
   // The layout asks for 4 bytes more than the planes take.
   if (!record.holds(minimum_size) || plane_values == 0 || !record.holds(planes_size + 24))
     return QO_CMC_OK;
 
-  heap_array<float> values(c_copy_array<float>(record.bytes() + planes_offset, 4 * plane_values));
+  heap_array<float> values(
+      c_copy_array<float>(record.at(planes_offset), (4 * plane_values).value()));
   if (!values) return QO_CMC_OK;
   record_29_content* const content = c_new<record_29_content>();
-  if (!content) return QO_CMC_OK;
-  memcpy(content, record.bytes(), planes_offset);
-  for (uint64_t k = 0; k < 4; ++k) content->planes[k] = values.get() + plane_values * k;
+  if (content == nullptr) return QO_CMC_OK;
+  memcpy(content, record.bytes(), planes_offset.value());
+  for (uint64_t k = 0; k < 4; ++k) content->planes[k] = values.get() + plane_values.value() * k;
   values.release();  // the first plane owns it
   cmc.record_29 = content;
   return QO_CMC_OK;

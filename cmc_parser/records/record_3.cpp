@@ -1,6 +1,9 @@
+// Record kind 3: the older form of record 31, whose slot it fills.
+
+#include "cmc_parser/records/decoders.h"
+
 #include "base/c_heap.h"
 #include "cmc_parser/fixed_point.h"
-#include "cmc_parser/records/decoders.h"
 
 // Record 3, the older form of record 31:
 //     8  u32  count
@@ -12,12 +15,12 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t entries_offset = 12;
-constexpr uint64_t source_entry_size = 16;
-constexpr uint64_t table_head_size = 24;
-constexpr uint64_t entry_size = sizeof(float[18]);
+constexpr extent entries_offset = 12;
+constexpr extent source_entry_size = 16;
+constexpr extent table_head_size = 24;
+constexpr extent entry_size = size_of<float[18]>;
 
-void convert_entry(const record_copy& record, uint64_t offset, float* entry) {
+void convert_entry(const record_copy& record, extent offset, float* entry) {
   const uint32_t word = record.read<uint32_t>(offset);
   memcpy(&entry[0], &word, sizeof word);
   entry[1] = from_16_16(record.read<uint32_t>(offset + 4));
@@ -30,17 +33,18 @@ void convert_entry(const record_copy& record, uint64_t offset, float* entry) {
 }  // namespace
 
 uint32_t decode_record_3(record_copy record, parsed_cmc& cmc, const calibration*) {
-  if (cmc.record_31) return QO_CMC_OK;
+  if (cmc.record_31 != nullptr) return QO_CMC_OK;
   const uint32_t count = record.read<uint32_t>(8);
   // The layout asks for 4 bytes more than the entries take.
-  if (!record.holds(source_entry_size * count + 16)) return QO_CMC_OK;
+  if (!record.holds(source_entry_size * extent(count) + 16)) return QO_CMC_OK;
 
-  const uint64_t table_size = table_head_size + entry_size * count;
+  const uint64_t table_size = (table_head_size + entry_size * extent(count)).value();
   uint8_t* const block = c_new_array<uint8_t>(table_size);
-  if (!block) return QO_CMC_OK;
-  float* const entries = reinterpret_cast<float*>(block + table_head_size);
-  for (uint64_t i = 0; i < count; ++i)
-    convert_entry(record, entries_offset + source_entry_size * i, entries + 18 * i);
+  if (block == nullptr) return QO_CMC_OK;
+  float* const entries = reinterpret_cast<float*>(block + table_head_size.value());
+  for (uint32_t i = 0; i < count; ++i)
+    convert_entry(record, entries_offset + source_entry_size * extent(i),
+                  entries + 18 * uint64_t{i});
 
   record_31_table* const table = reinterpret_cast<record_31_table*>(block);
   table->header = {static_cast<uint32_t>(table_size), version_100, 0, 31};

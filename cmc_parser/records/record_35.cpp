@@ -1,5 +1,8 @@
-#include "base/c_heap.h"
+// Record kind 35: two structures from one record.
+
 #include "cmc_parser/records/decoders.h"
+
+#include "base/c_heap.h"
 
 // Record 35:
 //     8  u8   value
@@ -13,18 +16,20 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t arrays_offset = 14;
+constexpr extent arrays_offset = 14;
 
+// Contract: what is owned is released in this order.
 void free_first(record_35_first* first) {
-  if (!first) return;
+  if (first == nullptr) return;
   free(first->array_a);
   free(first->array_b);
   free(first->array_c);
   free(first);
 }
 
+// Contract: in this order, which is not that of the first structure.
 void free_second(record_35_second* second) {
-  if (!second) return;
+  if (second == nullptr) return;
   free(second->array_b);
   free(second->array_a);
   free(second->array_d);
@@ -44,8 +49,8 @@ void copy_scalars(const record_copy& record, Content& content) {
 }
 
 template <typename T>
-bool copy_array(const record_copy& record, uint64_t offset, uint64_t count, T*& array) {
-  array = c_copy_array<T>(record.bytes() + offset, count);
+[[nodiscard]] bool copy_array(const record_copy& record, extent offset, extent count, T*& array) {
+  array = c_copy_array<T>(record.at(offset), count.value());
   return array != nullptr;
 }
 
@@ -59,11 +64,11 @@ void release_record_35(parsed_cmc& cmc) {
 
 uint32_t decode_record_35(record_copy record, parsed_cmc& cmc, const calibration*) {
   release_record_35(cmc);
-  const uint64_t n = record.read<uint8_t>(13);
-  const uint64_t b_offset = arrays_offset + sizeof(uint32_t) * (n + 1);
-  const uint64_t c_offset = b_offset + sizeof(uint16_t) * (n + 1);
-  const uint64_t d_offset = c_offset + sizeof(uint16_t) * n;
-  if (!record.holds(d_offset + sizeof(uint32_t) * n)) return QO_CMC_OK;
+  const extent n = record.read<uint8_t>(13);
+  const extent b_offset = arrays_offset + size_of<uint32_t> * (n + 1);
+  const extent c_offset = b_offset + size_of<uint16_t> * (n + 1);
+  const extent d_offset = c_offset + size_of<uint16_t> * n;
+  if (!record.holds(d_offset + size_of<uint32_t> * n)) return QO_CMC_OK;
 
   second_ptr second(c_new<record_35_second>());
   if (!second) return QO_CMC_OK;

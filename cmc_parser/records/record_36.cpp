@@ -1,5 +1,8 @@
-#include "base/c_heap.h"
+// Record kind 36: two arrays.
+
 #include "cmc_parser/records/decoders.h"
+
+#include "base/c_heap.h"
 
 // Record 36:
 //     8  u8   value
@@ -11,11 +14,12 @@
 namespace qo {
 namespace {
 
-constexpr uint64_t head_size = 14;
-static_assert(offsetof(record_36_content, padding_14) == head_size);
+constexpr extent head_size = 14;
+static_assert(offsetof(record_36_content, padding_14) == head_size.value());
 
+// Contract: what is owned is released in this order.
 void free_content(record_36_content* content) {
-  if (!content) return;
+  if (content == nullptr) return;
   free(content->array_16);
   free(content->array_32);
   free(content);
@@ -32,16 +36,16 @@ void release_record_36(parsed_cmc& cmc) {
 
 uint32_t decode_record_36(record_copy record, parsed_cmc& cmc, const calibration*) {
   release_record_36(cmc);
-  const uint64_t count = record.read<uint8_t>(13);
-  const uint64_t array_32_offset = head_size + sizeof(uint16_t) * count;
-  if (!record.holds(array_32_offset + sizeof(uint32_t) * count)) return QO_CMC_OK;
+  const uint8_t count = record.read<uint8_t>(13);
+  const extent array_32_offset = head_size + size_of<uint16_t> * count;
+  if (!record.holds(array_32_offset + size_of<uint32_t> * count)) return QO_CMC_OK;
 
   content_ptr content(c_new<record_36_content>());
   if (!content) return QO_CMC_OK;
-  memcpy(content.get(), record.bytes(), head_size);
-  content->array_16 = c_copy_array<uint16_t>(record.bytes() + head_size, count);
-  content->array_32 = c_copy_array<uint32_t>(record.bytes() + array_32_offset, count);
-  if (!content->array_16 || !content->array_32) return QO_CMC_OK;
+  memcpy(content.get(), record.bytes(), head_size.value());
+  content->array_16 = c_copy_array<uint16_t>(record.at(head_size), count);
+  content->array_32 = c_copy_array<uint32_t>(record.at(array_32_offset), count);
+  if (content->array_16 == nullptr || content->array_32 == nullptr) return QO_CMC_OK;
   cmc.record_36 = content.release();
   return QO_CMC_OK;
 }

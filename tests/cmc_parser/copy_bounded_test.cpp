@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "cmc_parser/missing_destination.h"
 #include "tests/kit/fake_platform.h"
 #include "tests/kit/guarded_buffer.h"
 

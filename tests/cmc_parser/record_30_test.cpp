@@ -204,27 +204,50 @@ TEST(Record30, AShortRecordAfterAGoodOneLeavesNothingOfIt) {
   expect_parts(decoder, record, {.items = false, .has_grid = false, .trailing = false});
 }
 
+/// What a failed allocation leaves of the record, in the order of the allocations.
+struct failure_case {
+  const char* what;
+  bool structure, items, grid, trailing;
+  std::vector<kit::log_message> messages;
+};
+
 TEST(Record30, EachAllocationThatFailsEmptiesItsPartAndWhatFollows) {
+  // Contract: the copy into the missing trailing values is the only one that is tried, and logs.
+  const failure_case cases[] = {
+      {"no memory for the structure", false, false, false, false, {}},
+      {"no memory for the items", true, false, false, false, {}},
+      {"no memory for the grid", true, true, false, false, {}},
+      {"no memory for the trailing values",
+       true,
+       true,
+       true,
+       false,
+       {{0, "memcpy_s: nullptr received\n"}}},
+      {"memory for everything", true, true, true, true, {}},
+  };
   module_grid grid(8, 6, 0, std::vector<uint32_t>(48, 9));
   const calibration* const modules[] = {nullptr, &grid.module()};
-  for (const calibration* const module : modules) {
-    const writer::bytes record = writer::record_30({.version = 102});
-    const auto scenario = [&](kit::decoder_fixture& decoder, size_t n) {
-      const kit::fake_platform platform;
-      const kit::decoded result = decoder.decode(record, module);
-      EXPECT_EQ(0u, result.code);
-      EXPECT_TRUE(platform.messages().empty());
-      if (n == 0) return kit::expect_dropped(decoder, result);
-      EXPECT_EQ(copy_fate::released, result.fate);
-      parts expected = {.items = n > 1, .has_grid = n > 2, .trailing = n > 3};
-      if (module && n > 2) {
-        expected.grid = writer::bytes().zeros(4 * 48);
-        expected.grid_size = {8, 6};
-      }
-      expect_parts(decoder, record, expected);
-    };
-    EXPECT_EQ(4u, kit::fail_each_allocation(scenario));
-  }
+  for (const calibration* const module : modules)
+    for (const uint8_t version : kit::u8_list{100, 102}) {
+      const writer::bytes record = writer::record_30({.version = version});
+      const auto scenario = [&](kit::decoder_fixture& decoder, size_t n) {
+        const failure_case& c = cases[std::min(n, std::size(cases) - 1)];
+        SCOPED_TRACE(testing::Message() << c.what << ", version " << int{version});
+        const kit::fake_platform platform;
+        const kit::decoded result = decoder.decode(record, module);
+        EXPECT_EQ(0u, result.code);
+        EXPECT_EQ(c.messages, platform.messages());
+        if (!c.structure) return kit::expect_dropped(decoder, result);
+        EXPECT_EQ(copy_fate::released, result.fate);
+        parts expected = {.items = c.items, .has_grid = c.grid, .trailing = c.trailing};
+        if (module && c.grid) {
+          expected.grid = writer::bytes().zeros(4 * 48);
+          expected.grid_size = {8, 6};
+        }
+        expect_parts(decoder, record, expected);
+      };
+      EXPECT_EQ(4u, kit::fail_each_allocation(scenario));
+    }
 }
 
 // --------------------------------------------------- beside a calibration grid

@@ -27,14 +27,14 @@ class allocation_ledger {
   /// Lets no allocation fail any more.
   void fail_never() { fail_after(never); }
 
-  size_t live_blocks() const;
-  size_t live_bytes() const;   ///< as requested, without the allocator's own overhead
-  size_t peak_bytes() const;   ///< largest live_bytes() since the ledger was opened
-  size_t allocations() const;  ///< successful ones since the ledger was opened
-  size_t failures() const;     ///< refused by fail_after() since the ledger was opened
+  [[nodiscard]] size_t live_blocks() const;
+  [[nodiscard]] size_t live_bytes() const;   ///< as requested, without the allocator's own overhead
+  [[nodiscard]] size_t peak_bytes() const;   ///< largest live_bytes() since the ledger was opened
+  [[nodiscard]] size_t allocations() const;  ///< successful ones since the ledger was opened
+  [[nodiscard]] size_t failures() const;  ///< refused by fail_after() since the ledger was opened
   /// Releases of a pointer that the library got neither from its heap nor from its caller's
   /// adopt(): a double release or a wild one. The pointer is then not passed on.
-  size_t bad_releases() const;
+  [[nodiscard]] size_t bad_releases() const;
 
   /// A heap block of the caller's that the library will own or release: enters it as live.
   void adopt(void* block, size_t size);

@@ -74,14 +74,6 @@ TEST(GainPlacement, OfAnEmptyGridWritesNothing) {
   EXPECT_EQ(gain, 7.0f);
 }
 
-TEST(RawGain, DividesByAPowerOfTwoWhoseExponentWrapsAt32) {
-  EXPECT_EQ(qo::gain_divisor(0), 1.0f);
-  EXPECT_EQ(qo::gain_divisor(8), 256.0f);
-  EXPECT_EQ(qo::gain_divisor(31), 2147483648.0f);
-  EXPECT_EQ(qo::gain_divisor(32), 1.0f);
-  EXPECT_EQ(qo::gain_divisor(255), 2147483648.0f);
-}
-
 TEST(RawGain, HasSixteenBitsFromNineFractionBitsOn) {
   EXPECT_FALSE(qo::has_wide_elements(0));
   EXPECT_FALSE(qo::has_wide_elements(8));

@@ -44,7 +44,7 @@ void list_gains(const lens_shading_set& before, const lens_shading_set& after) {
     for (int column = 0; column < 4; ++column) {
       const uint16_t* const old_table = before.lights[0].tables[row][column];
       const uint16_t* const new_table = after.lights[0].tables[row][column];
-      if (!old_table || !new_table) continue;
+      if (old_table == nullptr || new_table == nullptr) continue;
       std::printf("  site (%d, %d)        before     after     ratio\n", row, column);
       for (const grid_point& point : points) {
         const double old_gain = gain_at(before, old_table, point);

@@ -63,7 +63,7 @@ bool show_slots(const std::vector<uint8_t>& image, const std::vector<uint8_t>& n
   const qo_blob container_blob = blob_of(image);
   const qo_blob nvm_blob = blob_of(nvm);
   parsed_cmc* const cmc = qo_cmc_parser_init_v1(&container_blob, &nvm_blob);
-  if (!cmc) return false;
+  if (cmc == nullptr) return false;
   qo_vexb_others_parser_init(&container_blob, cmc);
   std::printf("\nslots%s\n", nvm.empty() ? "" : ", with the module's calibration");
   list_slots(*cmc);
@@ -92,7 +92,8 @@ void show_gains(const std::vector<uint8_t>& image, const std::vector<uint8_t>& n
   const qo_blob nvm_blob = blob_of(nvm);
   parsed_cmc* const before = qo_cmc_parser_init(&container_blob);
   parsed_cmc* const after = qo_cmc_parser_init_v1(&container_blob, &nvm_blob);
-  if (before && after && before->lens_shading && after->lens_shading)
+  if (before != nullptr && after != nullptr && before->lens_shading != nullptr &&
+      (after->lens_shading != nullptr))
     list_gains(*before->lens_shading, *after->lens_shading);
   qo_cmc_parser_deinit(before);
   qo_cmc_parser_deinit(after);

@@ -104,7 +104,7 @@ std::string fate_of(const uint8_t* record, const record_header& header, parsed_c
   if (header.id == others_kind) return "left to the others call";
   if (header.id > last_cmc_kind) return "another reader's";
   void* const copy = std::malloc(header.size);
-  if (!copy) return "no memory for a copy";
+  if (copy == nullptr) return "no memory for a copy";
   std::memcpy(copy, record, header.size);
   const bool was_filled = slot_of(cmc, header.id) != nullptr;
   const bool had_lens_shading = cmc.lens_shading != nullptr;
@@ -115,7 +115,7 @@ std::string fate_of(const uint8_t* record, const record_header& header, parsed_c
   }
   if (was_filled && gives_way(header.id)) return "released: the slot is taken";
   const void* const slot = slot_of(cmc, header.id);
-  if (!slot) return "malformed or empty: the slot is empty";
+  if (slot == nullptr) return "malformed or empty: the slot is empty";
   std::string fate = slot == copy ? "kept" : "converted";
   if (header.id == 27) fate = "converted, its copy kept";
   if (header.id == 10)
@@ -138,7 +138,7 @@ const char* refusal_of(const std::vector<uint8_t>& image) {
 
 void list_records(const std::vector<uint8_t>& image) {
   parsed_cmc* const cmc = static_cast<parsed_cmc*>(std::calloc(1, sizeof(parsed_cmc)));
-  if (!cmc) return;
+  if (cmc == nullptr) return;
   std::printf("    offset    id  version      size  what became of it\n");
   size_t offset = container_header_size;
   while (image.size() - offset >= sizeof(record_header)) {

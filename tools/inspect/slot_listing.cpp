@@ -11,7 +11,7 @@ namespace {
 [[gnu::format(printf, 3, 4)]] void line(const char* slot, const void* filled, const char* format,
                                         ...) {
   std::printf("  %-18s ", slot);
-  if (!filled) {
+  if (filled == nullptr) {
     std::printf("-\n");
     return;
   }
@@ -24,22 +24,23 @@ namespace {
 
 unsigned u16_at(const record_header* record, size_t offset) {
   uint16_t value = 0;
-  if (record) std::memcpy(&value, reinterpret_cast<const uint8_t*>(record) + offset, sizeof value);
+  if (record != nullptr)
+    std::memcpy(&value, reinterpret_cast<const uint8_t*>(record) + offset, sizeof value);
   return value;
 }
 
-const char* present(const void* address) { return address ? "present" : "absent"; }
+const char* present(const void* address) { return address != nullptr ? "present" : "absent"; }
 
 void kept(const char* slot, const record_header* record) {
-  line(slot, record, "version %u, %u bytes", record ? record->version : 0u,
-       record ? record->size : 0u);
+  line(slot, record, "version %u, %u bytes", record != nullptr ? record->version : 0u,
+       record != nullptr ? record->size : 0u);
 }
 
 void list_general(const parsed_cmc& cmc) {
   const auto& slot = cmc.general;
-  line("general", slot.record, "\"%s\", %u pairs", slot.record ? slot.name : "",
+  line("general", slot.record, "\"%s\", %u pairs", slot.record != nullptr ? slot.name : "",
        unsigned{slot.pair_count});
-  for (uint16_t i = 0; slot.pairs && i < slot.pair_count; ++i)
+  for (uint16_t i = 0; slot.pairs != nullptr && i < slot.pair_count; ++i)
     std::printf("  %-18s   %s = %s\n", "", slot.pairs[i].key, slot.pairs[i].value);
 }
 
@@ -56,10 +57,10 @@ void list_light(const Light& light, const char* behind) {
 }
 
 void list_set(const char* name, const lens_shading_set* set, bool extended) {
-  line(name, set, "kind %u version %u, %u lights, %u x %u", set ? set->id : 0u,
-       set ? set->version : 0u, set ? set->light_count : 0u, set ? set->width : 0u,
-       set ? set->height : 0u);
-  if (!set) return;
+  line(name, set, "kind %u version %u, %u lights, %u x %u", set != nullptr ? set->id : 0u,
+       set != nullptr ? set->version : 0u, set != nullptr ? set->light_count : 0u,
+       set != nullptr ? set->width : 0u, set != nullptr ? set->height : 0u);
+  if (set == nullptr) return;
   std::printf("  %-18s   channel map", "");
   for (const auto& row : set->channel_map) {
     std::printf(" ");
@@ -79,10 +80,10 @@ void list_set(const char* name, const lens_shading_set* set, bool extended) {
 
 void list_record_34(const record_header* record) {
   kept("record_34", record);
-  if (!record || record->size < sizeof(record_34_table)) return;
+  if (record == nullptr || record->size < sizeof(record_34_table)) return;
   record_34_table table;
   std::memcpy(&table, record, sizeof table);
-  for (uint32_t i = 0; table.blocks && i < table.block_count; ++i) {
+  for (uint32_t i = 0; table.blocks != nullptr && i < table.block_count; ++i) {
     record_34_block block;  // copied: a container need not align its blocks
     std::memcpy(&block, reinterpret_cast<const uint8_t*>(table.blocks) + sizeof block * i,
                 sizeof block);
@@ -95,9 +96,11 @@ void list_record_34(const record_header* record) {
 void list_small_records(const parsed_cmc& cmc) {
   const module_properties_record* const properties = cmc.module_properties;
   line("module_properties", properties, "version %u, cfa_layout %u, values %u %u %u",
-       properties ? properties->header.version : 0u, properties ? properties->cfa_layout : 0u,
-       properties ? properties->value_12 : 0u, properties ? properties->value_16 : 0u,
-       properties ? properties->value_34 : 0u);
+       properties != nullptr ? properties->header.version : 0u,
+       properties != nullptr ? properties->cfa_layout : 0u,
+       properties != nullptr ? properties->value_12 : 0u,
+       properties != nullptr ? properties->value_16 : 0u,
+       properties != nullptr ? properties->value_34 : 0u);
   kept("record_5", cmc.record_5);
   kept("record_6", cmc.record_6.record);
   kept("record_7", cmc.record_7);
@@ -115,7 +118,7 @@ void list_small_records(const parsed_cmc& cmc) {
   const auto& record_15 = cmc.record_15;
   line("record_15", record_15.record, "a %u, b %u, sub-table of %u entries",
        unsigned{record_15.counts.a}, unsigned{record_15.counts.b},
-       record_15.sub_table ? record_15.sub_table->count : 0u);
+       record_15.sub_table != nullptr ? record_15.sub_table->count : 0u);
   line("record_16", cmc.record_16.record, "%u items", u16_at(cmc.record_16.record, 12));
   line("record_17", cmc.record_17.record, "plane order %u, orientation %u, payload %s",
        u16_at(cmc.record_17.record, 10), u16_at(cmc.record_17.record, 12),
@@ -131,30 +134,36 @@ void list_small_records(const parsed_cmc& cmc) {
 void list_large_records(const parsed_cmc& cmc) {
   const record_22_content* const record_22 = cmc.record_22;
   line("record_22", record_22, "grid of %u entries of %d x %d, %d items, list of %d",
-       record_22 ? record_22->grid_count : 0u, record_22 ? record_22->width : 0,
-       record_22 ? record_22->height : 0, record_22 ? record_22->item_count : 0,
-       record_22 ? record_22->list_count : 0);
+       record_22 != nullptr ? record_22->grid_count : 0u,
+       record_22 != nullptr ? record_22->width : 0, record_22 != nullptr ? record_22->height : 0,
+       record_22 != nullptr ? record_22->item_count : 0,
+       record_22 != nullptr ? record_22->list_count : 0);
   kept("record_23", cmc.record_23);
-  line("record_24", cmc.record_24, "%u entries", cmc.record_24 ? cmc.record_24->count : 0u);
+  line("record_24", cmc.record_24, "%u entries",
+       cmc.record_24 != nullptr ? cmc.record_24->count : 0u);
   kept("record_21", cmc.record_21);
   line("record_25", cmc.record_25.record, "%u entries of %u items", u16_at(cmc.record_25.record, 8),
        u16_at(cmc.record_25.record, 10));
   const record_26_content* const record_26 = cmc.record_26;
   line("record_26", record_26, "groups from %g and %g",
-       record_26 ? double{record_26->groups[0].values[0]} : 0.0,
-       record_26 ? double{record_26->groups[1].values[0]} : 0.0);
-  const record_header* const record_27 = cmc.record_27 ? cmc.record_27->record : nullptr;
+       record_26 != nullptr ? double{record_26->groups[0].values[0]} : 0.0,
+       record_26 != nullptr ? double{record_26->groups[1].values[0]} : 0.0);
+  const record_header* const record_27 = cmc.record_27 != nullptr ? cmc.record_27->record : nullptr;
   line("record_27", record_27, "%u entries of %u planes, %u x %u, tail %s", u16_at(record_27, 24),
        u16_at(record_27, 26), u16_at(record_27, 28), u16_at(record_27, 30),
-       present(cmc.record_27 ? cmc.record_27->tail : nullptr));
+       present(cmc.record_27 != nullptr ? cmc.record_27->tail : nullptr));
   const record_30_content* const record_30 = cmc.record_30;
   line("record_30", record_30, "%u items, grid %u x %u %s, trailing %u x %u %s",
-       record_30 ? record_30->item_count : 0u, record_30 ? record_30->grid_width : 0u,
-       record_30 ? record_30->grid_height : 0u, present(record_30 ? record_30->grid : nullptr),
-       record_30 ? record_30->trailing_rows : 0u, record_30 ? record_30->trailing_columns : 0u,
-       present(record_30 ? record_30->trailing : nullptr));
+       record_30 != nullptr ? record_30->item_count : 0u,
+       record_30 != nullptr ? record_30->grid_width : 0u,
+       record_30 != nullptr ? record_30->grid_height : 0u,
+       present(record_30 != nullptr ? record_30->grid : nullptr),
+       record_30 != nullptr ? record_30->trailing_rows : 0u,
+       record_30 != nullptr ? record_30->trailing_columns : 0u,
+       present(record_30 != nullptr ? record_30->trailing : nullptr));
   line("record_29", cmc.record_29, "four planes of %u x %u",
-       cmc.record_29 ? cmc.record_29->width : 0u, cmc.record_29 ? cmc.record_29->height : 0u);
+       cmc.record_29 != nullptr ? cmc.record_29->width : 0u,
+       cmc.record_29 != nullptr ? cmc.record_29->height : 0u);
 }
 
 }  // namespace
@@ -169,9 +178,10 @@ void list_slots(const parsed_cmc& cmc) {
   list_set("lens_shading_ext", cmc.lens_shading_ext, true);
   list_record_34(cmc.record_34);
   line("record_35", cmc.record_35.first, "count %u",
-       cmc.record_35.first ? cmc.record_35.first->count : 0u);
-  line("record_36", cmc.record_36, "count %u", cmc.record_36 ? cmc.record_36->count : 0u);
+       cmc.record_35.first != nullptr ? cmc.record_35.first->count : 0u);
+  line("record_36", cmc.record_36, "count %u",
+       cmc.record_36 != nullptr ? cmc.record_36->count : 0u);
   const others_block* const others = cmc.others;
-  line("others", others, "value %u, %u entries", others ? others->others_value : 0u,
-       others ? others->others_count : 0u);
+  line("others", others, "value %u, %u entries", others != nullptr ? others->others_value : 0u,
+       others != nullptr ? others->others_count : 0u);
 }
