@@ -21,7 +21,7 @@ constexpr slot_release* releases[] = {
 }  // namespace qo
 
 void qo_cmc_parser_deinit(parsed_cmc* cmc) {
-  if (!cmc) return;
+  if (cmc == nullptr) return;
   for (qo::slot_release* const release : qo::releases) release(*cmc);
   free(cmc);
 }

@@ -1,7 +1,7 @@
 // Kinds whose slot is the record copy and addresses into it: 5 to 8, 17 to 19, 21 and 23.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Kind 2: the module properties, converted.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Kinds 9, 31, 32 and 34: the container library decodes them in place.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "tests/kit/fake_platform.h"
 #include "writer/records.h"
 

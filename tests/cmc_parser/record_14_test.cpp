@@ -1,7 +1,7 @@
 // Kind 14: kept when its steps fit, released otherwise.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {

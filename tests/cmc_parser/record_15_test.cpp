@@ -1,7 +1,7 @@
 // Kind 15: four sections in the kept copy and a sub-table of its own.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "tests/kit/fake_platform.h"
 #include "writer/records.h"
 

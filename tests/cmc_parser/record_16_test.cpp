@@ -1,7 +1,7 @@
 // Kind 16: like the other kept kinds, but its payload outlives a failed size check.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {

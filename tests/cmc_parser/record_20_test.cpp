@@ -1,7 +1,7 @@
 // Kind 20: kept, with a default written into old versions and a list in new ones.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {

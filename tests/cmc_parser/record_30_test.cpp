@@ -2,7 +2,7 @@
 #include <optional>
 
 #include "tests/cmc_parser/module_grid.h"
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {

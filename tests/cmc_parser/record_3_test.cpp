@@ -4,7 +4,7 @@
 #include <array>
 #include <bit>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "tests/kit/fake_platform.h"
 #include "writer/records.h"
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "tests/kit/fake_platform.h"
 #include "writer/container_writer.h"
 
@@ -24,9 +24,6 @@ inline constexpr uint8_t every_version[] = {0, 99, 100, 101, 102, 103, 104, 255}
 using u8_list = std::initializer_list<uint8_t>;
 using u16_list = std::initializer_list<uint16_t>;
 using size_list = std::initializer_list<size_t>;
-
-/// What a decoder logs of an allocation that it needed and did not get.
-inline constexpr const char* null_destination_message = "memcpy_s: nullptr received\n";
 
 /// The record's bytes from `offset` on; a part outside the record throws std::out_of_range.
 inline writer::bytes part_of(const writer::bytes& record, size_t offset, size_t size) {
