@@ -150,29 +150,6 @@ TEST_P(KeptRecord, IsKeptByteForByteFromItsLeastSizeOn) {
   }
 }
 
-TEST_P(KeptRecord, ASecondOneReplacesIt) {
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(GetParam().content);
-  const kit::decoded second = decoder.decode(GetParam().content);
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  ASSERT_EQ(copy_fate::kept, second.fate);
-  EXPECT_TRUE(decoder.holds_only(slots_in(GetParam(), second.copy)));
-}
-
-TEST_P(BoundedKeptRecord, AMalformedSecondOneReleasesIt) {
-  for (const size_t size : {size_t{8}, GetParam().least - 1}) {
-    SCOPED_TRACE(size);
-    kit::decoder_fixture decoder;
-    const kit::decoded first = decoder.decode(GetParam().content);
-    ASSERT_EQ(copy_fate::kept, first.fate);
-    const kit::decoded second = decoder.decode(writer::resized(GetParam().content, size));
-    EXPECT_EQ(0u, second.code);
-    EXPECT_EQ(copy_fate::leaked, second.fate);
-    EXPECT_EQ(0u, decoder.owned_blocks());
-    EXPECT_TRUE(decoder.empty());
-  }
-}
-
 INSTANTIATE_TEST_SUITE_P(Any, KeptRecord, testing::ValuesIn(unconditional_cases), kit::row_name);
 INSTANTIATE_TEST_SUITE_P(Bounded, KeptRecord, testing::ValuesIn(cases), kit::row_name);
 INSTANTIATE_TEST_SUITE_P(Bounded, BoundedKeptRecord, testing::ValuesIn(cases), kit::row_name);

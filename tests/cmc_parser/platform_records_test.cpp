@@ -111,18 +111,6 @@ TEST_P(PlatformRecord, TheSlotIsTouchedOnlyAfterTheContainerLibraryWasAsked) {
   if (!kind().replaced_is_released) decoder.expect_leak(first.copy);
 }
 
-TEST_P(PlatformRecord, ASecondRecordReplacesTheFirst) {
-  platform_.answer_records_with(0);
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(sample(kind().id));
-  const kit::decoded second = decoder.decode(sample(kind().id));
-  EXPECT_EQ(copy_fate::kept, second.fate);
-  EXPECT_TRUE(decoder.holds_only({{kind().slot, second.copy}}));
-  // Contract: kind 34 forgets the first without releasing it.
-  EXPECT_EQ(!kind().replaced_is_released, decoder.ledger().holds(first.copy));
-  if (!kind().replaced_is_released) decoder.expect_leak(first.copy);
-}
-
 TEST_P(PlatformRecord, AnySizeThatTheContainerLibraryWritesIsSafe) {
   for (const uint32_t stored : {8u, 9u, 10u, 11u, 12u, 24u}) {
     for (const uint32_t rewritten : {0u, 4u, 8u, 11u, 12u, 24u, 25u, 0xffffffffu}) {

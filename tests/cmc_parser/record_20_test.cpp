@@ -97,21 +97,4 @@ TEST(Record20, TheLargestListIsNotCutTo16Bits) {
   }
 }
 
-TEST(Record20, ASecondOneReplacesItAndItsList) {
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(sample(1, 102));
-  const kit::decoded second = decoder.decode(sample(1, 101));
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  EXPECT_EQ(copy_fate::kept, second.fate);
-  EXPECT_TRUE(decoder.holds_only({{40, second.copy}}));
-}
-
-TEST(Record20, AMalformedSecondOneReleasesIt) {
-  kit::decoder_fixture decoder;
-  decoder.decode(sample(1, 102));
-  EXPECT_EQ(copy_fate::leaked, decoder.decode(writer::resized(sample(1, 102), 15)).fate);
-  EXPECT_EQ(0u, decoder.owned_blocks());
-  EXPECT_TRUE(decoder.empty());
-}
-
 }  // namespace

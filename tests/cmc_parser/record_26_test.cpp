@@ -51,31 +51,4 @@ TEST(Record26, CutBelow16BytesIsDroppedAndTakesTheDefaultsFromThereOn) {
   });
 }
 
-TEST(Record26, TheLastRecordWins) {
-  const writer::bytes second = writer::record_26({.filler = 99});
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_26());
-  (void)decoder.decode(second);
-  EXPECT_EQ(1u, decoder.owned_blocks());
-  EXPECT_EQ(second, kit::bytes_at(decoder.cmc().record_26, 64));
-}
-
-TEST(Record26, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_26());
-  kit::expect_dropped(decoder, decoder.decode(writer::resized(writer::record_26(), 15)));
-}
-
-TEST(Record26, WithoutMemoryTheSlotIsEmptyAndNothingIsLogged) {
-  kit::expect_nothing_without_memory(writer::record_26(), {.allocations = 1, .silent_refusals = 1});
-}
-
-TEST(Record26, WithoutMemoryTheFormerRecordIsGoneToo) {
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_26());
-  decoder.ledger().fail_after(0);
-  kit::expect_dropped(decoder, decoder.decode(writer::record_26()));
-  EXPECT_EQ(1u, decoder.ledger().failures());
-}
-
 }  // namespace

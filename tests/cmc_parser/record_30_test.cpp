@@ -188,22 +188,6 @@ TEST(Record30, CountsBeyondTheRecordAreNotAllocated) {
   }
 }
 
-TEST(Record30, TheLastRecordWins) {
-  const writer::bytes second = writer::record_30({.items = 5, .version = 100, .filler = 71});
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_30());
-  (void)decoder.decode(second);
-  expect_parts(decoder, second, {});
-}
-
-TEST(Record30, AShortRecordAfterAGoodOneLeavesNothingOfIt) {
-  const writer::bytes record = writer::resized(writer::record_30(), 8);
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_30());
-  (void)decoder.decode(record);
-  expect_parts(decoder, record, {.items = false, .has_grid = false, .trailing = false});
-}
-
 TEST(Record30, EachAllocationThatFailsEmptiesItsPartAndWhatFollows) {
   module_grid grid(8, 6, 0, std::vector<uint32_t>(48, 9));
   const calibration* const modules[] = {nullptr, &grid.module()};

@@ -36,19 +36,25 @@ struct sample {
                                 ///< the others leave the slot filled
 };
 
+/// Where a kind differs from most.
+struct own_rules {
+  replacement second = replacement::last_wins;
+  size_t silent = every_one;               ///< the first so many refused allocations cause no
+                                           ///< message, the others one each
+  uint32_t code_without_memory = 0;        ///< where nothing is left
+  bool checked_before_allocating = true;   ///< for a misfit nothing is allocated
+  std::vector<writer::bytes> malformed{};  ///< of any length, but not well-formed
+  /// Slots that a leaked copy leaves filled.
+  std::vector<kit::slot_value> (*left)(const uint8_t* copy, size_t size) = nullptr;
+};
+
 struct record_row {
   uint16_t id;
   size_t slot;           ///< that every record which is taken fills
   kit::copy_fate taken;  ///< what becomes of the copy of such a one
   misfit unfit;
   std::vector<sample> samples;
-  replacement second = replacement::last_wins;
-  size_t silent = every_one;         ///< the first so many refused allocations cause no message,
-                                     ///< the others one each
-  uint32_t code_without_memory = 0;  ///< where nothing is left
-  std::vector<writer::bytes> malformed{};  ///< of any length, but not well-formed
-  /// Slots that a leaked copy leaves filled.
-  std::vector<kit::slot_value> (*left)(const uint8_t* copy, size_t size) = nullptr;
+  own_rules own{};
 };
 
 /// One for each kind, in ascending order.
