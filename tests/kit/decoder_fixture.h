@@ -16,6 +16,7 @@
 #include "qo_cmc/parser.h"
 #include "tests/kit/allocation_ledger.h"
 #include "tests/kit/row_name.h"
+#include "tests/kit/slot_tour.h"
 #include "writer/container_writer.h"
 
 namespace kit {
@@ -52,9 +53,6 @@ struct slot_value {
   size_t slot;
   uint64_t value;
 };
-
-/// All slots of a parsed CMC, each 8 bytes.
-using slot_words = std::array<uint64_t, sizeof(parsed_cmc) / sizeof(uint64_t)>;
 
 /// The `size` bytes at `memory`, for comparison with a record that is expected there.
 inline writer::bytes bytes_at(const void* memory, size_t size) {
@@ -101,7 +99,6 @@ class decoder_fixture {
   const parsed_cmc& cmc() const { return *cmc_; }
   allocation_ledger& ledger() { return ledger_; }
 
-  /// The slots as numbers: slot k, counted from 1, is element k - 1.
   slot_words slots() const {
     slot_words words;
     memcpy(words.data(), cmc_, sizeof words);

@@ -12,6 +12,7 @@
 #include "tests/image_utils/bicubic_reference.h"
 #include "tests/kit/allocation_ledger.h"
 #include "tests/kit/module_calibration.h"
+#include "tests/kit/same_bits.h"
 
 namespace {
 
@@ -66,11 +67,11 @@ std::vector<float> plain_plane(const std::vector<uint32_t>& raw, int grid_w, int
       const std::vector<float> expected =
           plain_plane(module.raw(set, channel), grid_w, grid_h, out_w, out_h, divisor, orientation);
       const float* const plane = tables->gain_tables[set] + channel * samples;
-      for (size_t i = 0; i < samples; ++i)
-        if (memcmp(&expected[i], plane + i, sizeof(float)) != 0)
-          return ::testing::AssertionFailure()
-                 << "set " << set << " channel " << channel << " sample " << i << ": expected "
-                 << expected[i] << ", got " << plane[i];
+      const size_t i = kit::first_difference(expected.data(), plane, samples);
+      if (i != samples)
+        return ::testing::AssertionFailure()
+               << "set " << set << " channel " << channel << " sample " << i << ": expected "
+               << expected[i] << ", got " << plane[i];
     }
   return ::testing::AssertionSuccess();
 }
