@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 
 namespace {
@@ -85,6 +86,13 @@ TEST_P(BuiltRecord, HasTheSizeAndTheKindOfItsLayout) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Layouts, BuiltRecord, testing::ValuesIn(sizes), kit::row_name);
+
+TEST(BuiltRecords, AreOfEveryKindThatHasASlot) {
+  for (const uint16_t kind : qo::record_kinds)
+    EXPECT_TRUE(std::any_of(std::begin(sizes), std::end(sizes),
+                            [kind](const size_case& c) { return c.id == kind; }))
+        << "no size of a record " << kind;
+}
 
 TEST(EveryGoodRecord, CoversEachKindThatHasASlotUnderNamesOfItsOwn) {
   std::set<std::string> names;
