@@ -17,7 +17,8 @@ static_assert(sizeof(void*) == 8);
 #define QO_ASSERT_AT(offset, structure, member) \
   static_assert(offsetof(structure, member) == (offset))
 
-static_assert(sizeof(parsed_cmc) == 62 * 8);
+static_assert(sizeof(parsed_cmc) == 62 * 8,
+              "a new slot changes the binary interface: see 'To add a record kind' in HACKING.md");
 QO_ASSERT_SLOT(1, general.record);
 QO_ASSERT_SLOT(2, general.name);
 QO_ASSERT_SLOT(3, general.pair_count);

@@ -54,7 +54,7 @@ bytes record_9(const plain_fields& fields = {});
 bytes record_21(const plain_fields& fields = {});
 bytes record_23(const plain_fields& fields = {});
 bytes record_32(const plain_fields& fields = {});
-/// Any kind: one without a decoder (0, 4, 12, 37 to 63), or a foreign one (64 and above).
+/// Any kind: one without a decoder (0, 4 and 12 for instance), or a foreign one (64 and above).
 bytes plain_record(uint16_t id, const plain_fields& fields = {});
 
 /// Kind 6: four u8 counts at bytes 12 to 15, then that many u16 in all from byte 16.
@@ -164,22 +164,7 @@ struct record_20_fields {
 };
 bytes record_20(const record_20_fields& fields = {});
 
-// ------------------------------------------- kinds that the container library decodes in place
-
-/// Kind 3: n (u32) at byte 8, then n entries of 16 bytes: a word, a 16.16 value, four 8.8 values;
-/// four bytes more.
-struct record_3_entry {
-  uint32_t word;
-  uint32_t value_16_16;
-  uint16_t values_8_8[4];
-};
-struct record_3_fields {
-  std::vector<record_3_entry> entries = {{0x3f800001, 0x00018000, {256, 384, 1, 65535}},
-                                         {0x40490fdb, 0xffffffff, {0, 128, 512, 640}}};
-  uint8_t version = 100;
-  uint32_t filler = 31;
-};
-bytes record_3(const record_3_fields& fields = {});
+// ----------- kinds that the container library decodes in place; 9 and 32 stand with the plain ones
 
 /// Kind 31: n (u32) at byte 8, the place of the entries (u64, from the record's start) at 16,
 /// n entries of 18 floats from byte 24.
@@ -262,7 +247,22 @@ struct mapped_grid_fields {
 bytes record_28(const mapped_grid_fields& fields = {});
 bytes record_33(const mapped_grid_fields& fields = {});
 
-// ---------------------------------------------------- kinds with a converted form of their own
+// ------------------------------------------------- kinds of which the slot holds a converted form
+
+/// Kind 3, the older form of kind 31: n (u32) at byte 8, then n entries of 16 bytes: a word, a
+/// 16.16 value, four 8.8 values; four bytes more.
+struct record_3_entry {
+  uint32_t word;
+  uint32_t value_16_16;
+  uint16_t values_8_8[4];
+};
+struct record_3_fields {
+  std::vector<record_3_entry> entries = {{0x3f800001, 0x00018000, {256, 384, 1, 65535}},
+                                         {0x40490fdb, 0xffffffff, {0, 128, 512, 640}}};
+  uint8_t version = 100;
+  uint32_t filler = 31;
+};
+bytes record_3(const record_3_fields& fields = {});
 
 /// Kind 22: u32 at 8; width and height (i16) at 12; u32 at 16; M (u16) at 20; M entries of a u16
 /// tag and 2 x width x height words from 22. From version 101: a u32, K (i32), K + 1 times
@@ -374,7 +374,7 @@ struct named_record {
   std::string name;  ///< kind, version and what is special: `record_10_v101`
   bytes content;
 };
-/// Well-formed records of every kind that has a slot, 1 to 36: at each version from 99 to 104 where
+/// Well-formed records of every kind that has a slot: at each version from 99 to 104 where
 /// the kind looks at its version, otherwise at 99, 100 and 104; and with the counts that change a
 /// record's form (none, for instance).
 std::vector<named_record> every_good_record();

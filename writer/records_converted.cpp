@@ -1,4 +1,4 @@
-// Kinds of which the parsed CMC holds a converted form: 22, 24 to 27, 29, 30, 35 and 36.
+// Kinds of which the parsed CMC holds a converted form: 3, 22, 24 to 27, 29, 30, 35 and 36.
 #include <algorithm>
 
 #include "writer/records.h"
@@ -15,6 +15,16 @@ bytes exact(uint16_t id, uint8_t version, const bytes& body) {
 }
 
 }  // namespace
+
+bytes record_3(const record_3_fields& fields) {
+  bytes body;
+  body.u32(static_cast<uint32_t>(fields.entries.size()));
+  for (const record_3_entry& entry : fields.entries) {
+    body.u32(entry.word).u32(entry.value_16_16);
+    for (const uint16_t value : entry.values_8_8) body.u16(value);
+  }
+  return padded(3, fields.version, body.raw(filler_bytes(fields.filler).run(4)));
+}
 
 bytes record_22(const record_22_fields& fields) {
   filler_bytes filler(fields.filler);

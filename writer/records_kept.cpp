@@ -134,16 +134,6 @@ bytes record_20(const record_20_fields& fields) {
   return padded(20, fields.version, body);
 }
 
-bytes record_3(const record_3_fields& fields) {
-  bytes body;
-  body.u32(static_cast<uint32_t>(fields.entries.size()));
-  for (const record_3_entry& entry : fields.entries) {
-    body.u32(entry.word).u32(entry.value_16_16);
-    for (const uint16_t value : entry.values_8_8) body.u16(value);
-  }
-  return padded(3, fields.version, body.raw(filler_bytes(fields.filler).run(4)));
-}
-
 bytes record_31(const record_31_fields& fields) {
   filler_bytes filler(fields.filler);
   bytes body;

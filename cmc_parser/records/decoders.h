@@ -8,6 +8,7 @@
 #pragma once
 
 #include "cmc_parser/record_copy.h"
+#include "cmc_parser/records/kinds.h"
 #include "qo_cmc/parser.h"
 
 namespace qo {
@@ -20,40 +21,9 @@ enum layout_version : uint8_t { version_100 = 100, version_101, version_102, ver
 /// A slot that is nothing but the address of a kept copy.
 using header_slot = record_header* parsed_cmc::*;
 
-record_decoder decode_general;            // 1
-record_decoder decode_module_properties;  // 2
-record_decoder decode_record_3;
-record_decoder decode_record_5;
-record_decoder decode_record_6;
-record_decoder decode_record_7;
-record_decoder decode_record_8;
-record_decoder decode_record_9;
-record_decoder decode_lsc_grid;       // 10
-record_decoder decode_extended_grid;  // 11
-record_decoder decode_record_13;
-record_decoder decode_record_14;
-record_decoder decode_record_15;
-record_decoder decode_record_16;
-record_decoder decode_record_17;
-record_decoder decode_record_18;
-record_decoder decode_record_19;
-record_decoder decode_record_20;
-record_decoder decode_record_21;
-record_decoder decode_record_22;
-record_decoder decode_record_23;
-record_decoder decode_record_24;
-record_decoder decode_record_25;
-record_decoder decode_record_26;
-record_decoder decode_record_27;
-record_decoder decode_mapped_grid;  // 28
-record_decoder decode_record_29;
-record_decoder decode_record_30;
-record_decoder decode_record_31;
-record_decoder decode_record_32;
-record_decoder decode_mapped_grid_ext;  // 33
-record_decoder decode_record_34;
-record_decoder decode_record_35;
-record_decoder decode_record_36;
+#define QO_DECLARE_DECODER(id, name) record_decoder decode_##name;
+QO_RECORD_KINDS(QO_DECLARE_DECODER)
+#undef QO_DECLARE_DECODER
 
 using slot_release = void(parsed_cmc& cmc);
 

@@ -8,9 +8,10 @@
 #include <vector>
 
 #include "qo_cmc/lsc.h"
-#include "tests/cmc_parser/container_cycle.h"
+#include "tests/kit/container_cycle.h"
 #include "tests/kit/fake_platform.h"
 #include "tests/kit/module_calibration.h"
+#include "tests/kit/row_name.h"
 #include "writer/records.h"
 
 namespace {
@@ -137,8 +138,7 @@ const merge_case merge_cases[] = {
     {"no_record_17", true, some_nvm, true, {.record_17 = false}, false, 1},
     {"neither_record", true, some_nvm, true, {.record_2 = false, .record_17 = false}, false, 1},
 };
-INSTANTIATE_TEST_SUITE_P(Table, Merge, testing::ValuesIn(merge_cases),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Table, Merge, testing::ValuesIn(merge_cases), kit::row_name);
 
 TEST(CalibrationMerge, MultipliesTheSourceByThePlanesOfTheLightsSet) {
   // Record 33 stores a light's set less 1 in `aux`; the default heads number the sets from 1.
@@ -222,8 +222,7 @@ const refused_module refused_modules[] = {
     {"a_surface_below_0", 9, 9,
      [](size_t, size_t, size_t r, size_t k) { return r == 4 && k == 4 ? 65535u : 0u; }},
 };
-INSTANTIATE_TEST_SUITE_P(Table, MergeRefusal, testing::ValuesIn(refused_modules),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Table, MergeRefusal, testing::ValuesIn(refused_modules), kit::row_name);
 
 TEST(CalibrationMerge, ServesSetsOfTheUnmappedKinds) {
   // Records 10 and 11: a 2 x 2 cell, and `aux` as it is stored.
@@ -365,8 +364,7 @@ const target_case target_cases[] = {
     {"no_table_and_a_grid_beyond_its_record", 4, 20, 3, false},  // 160 bytes
     {"no_table_and_the_largest_grid", 65535, 65535, 1, false},
 };
-INSTANTIATE_TEST_SUITE_P(Table, MergeTarget, testing::ValuesIn(target_cases),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(Table, MergeTarget, testing::ValuesIn(target_cases), kit::row_name);
 
 TEST(CalibrationMerge, LeavesNothingThatPointsIntoTheCalibration) {
   const std::vector<uint8_t> image = container_of({}).image();

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-#include "tests/cmc_parser/container_cycle.h"
+#include "tests/kit/container_cycle.h"
 #include "writer/nvm_writer.h"
 #include "writer/records.h"
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "tests/cmc_parser/container_cycle.h"
+#include "tests/kit/container_cycle.h"
 #include "tests/kit/fake_platform.h"
 #include "tests/kit/module_calibration.h"
 #include "writer/records.h"

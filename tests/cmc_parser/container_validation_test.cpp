@@ -1,6 +1,6 @@
 // Which containers the entry accepts.
 
-#include "tests/cmc_parser/container_cycle.h"
+#include "tests/kit/container_cycle.h"
 #include "writer/records.h"
 
 namespace {

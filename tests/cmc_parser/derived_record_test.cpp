@@ -1,6 +1,6 @@
 // Record 34 where the container has none.
 
-#include "tests/cmc_parser/container_cycle.h"
+#include "tests/kit/container_cycle.h"
 #include "writer/records.h"
 
 namespace {

@@ -88,15 +88,6 @@ TEST(ExtendedGrid, NeedsItsBlocksAndGainsPadded) {
   }
 }
 
-TEST(ExtendedGrid, CutAnywhereIsDropped) {
-  for (const uint8_t version : kit::u8_list{100, 101})
-    for (const uint16_t lights : kit::u16_list{0, 1, 2})
-      kit::cut_at_every_size(writer::record_11({.lights = lights, .version = version}),
-                             [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
-                               kit::expect_dropped(decoder, result);
-                             });
-}
-
 TEST(ExtendedGrid, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
   for (const auto& [lights, width, height] :
        {std::tuple<uint16_t, uint16_t, uint16_t>{65535, 65535, 65535},
@@ -113,32 +104,11 @@ TEST(ExtendedGrid, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
   }
 }
 
-TEST(ExtendedGrid, TheFirstRecordWins) {
-  const writer::bytes first = writer::record_11({.lights = 1});
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(first);
-  const lens_shading_set* const set = decoder.cmc().lens_shading_ext;
-  const size_t allocations = decoder.ledger().allocations();
-  for (const writer::bytes& second :
-       {writer::record_11({.lights = 3}), writer::resized(writer::record_11(), 20)}) {
-    EXPECT_EQ(copy_fate::released, decoder.decode(second).fate);
-    EXPECT_TRUE(decoder.holds_only({{lens_shading_ext_slot, set}}));
-    expect_set(decoder, set, set_of(first));
-    EXPECT_EQ(allocations, decoder.ledger().allocations());
-  }
-}
-
 TEST(ExtendedGrid, AMalformedRecordLeavesTheSlotToItsSuccessor) {
   kit::decoder_fixture decoder;
   (void)decoder.decode(writer::resized(writer::record_11(), 20));
   (void)decoder.decode(writer::record_11({.lights = 1}));
   expect_set(decoder, decoder.cmc().lens_shading_ext, set_of(writer::record_11({.lights = 1})));
-}
-
-TEST(ExtendedGrid, WithoutMemoryTheSlotIsEmptyAndNothingIsLogged) {
-  for (const uint8_t version : kit::u8_list{100, 101})
-    kit::expect_nothing_without_memory(writer::record_11({.lights = 2, .version = version}),
-                                       {.allocations = 10, .silent_refusals = 10});
 }
 
 }  // namespace

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {
@@ -86,36 +86,6 @@ TEST(General, BytesBehindTheLastPairAreLeftAlone) {
   EXPECT_EQ(record, kit::bytes_at(result.copy, record.size()));
 }
 
-TEST(General, EveryShorterRecordIsLeakedAndLeavesTheSlotEmpty) {
-  struct cut_case {
-    const char* name;
-    bytes whole;
-    size_t least;
-  };
-  const cut_case cases[] = {
-      {"name_alone", general(100, bytes().c_string("ab")), 27},
-      {"empty_name", general(99, bytes().c_string("")), 25},
-      {"pairs_that_version_100_ignores", two_pairs(100), 27},
-      {"no_pairs", general(101, bytes().c_string("ab").u16(0)), 29},
-      {"two_pairs", two_pairs(), 39},
-      {"two_pairs_in_version_104", two_pairs(104), 39},
-  };
-  for (const cut_case& c : cases) {
-    for (size_t size = 8; size < c.least; ++size) {
-      SCOPED_TRACE(testing::Message() << c.name << ", size " << size);
-      kit::decoder_fixture decoder;
-      expect_leaked(decoder, writer::resized(c.whole, size));
-    }
-    for (size_t size = c.least; size <= c.whole.size(); ++size) {
-      SCOPED_TRACE(testing::Message() << c.name << ", size " << size);
-      kit::decoder_fixture decoder;
-      const kit::decoded result = decoder.decode(writer::resized(c.whole, size));
-      EXPECT_EQ(0u, result.code);
-      EXPECT_EQ(copy_fate::kept, result.fate);
-    }
-  }
-}
-
 TEST(General, AStringWithoutATerminatorInsideTheRecordIsMalformed) {
   const struct {
     const char* name;
@@ -174,54 +144,6 @@ TEST(General, WithoutMemoryForThePairsTheirCountIsKept) {
     EXPECT_TRUE(decoder.holds_only({{1, result.copy}, {2, result.copy + 24}, {3, 2}}));
   });
   EXPECT_EQ(1u, runs);
-}
-
-TEST(General, ASecondRecordReplacesTheFirst) {
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(two_pairs());
-  const kit::decoded second = decoder.decode(general(101, bytes().c_string("other").u16(0)));
-  EXPECT_EQ(copy_fate::kept, second.fate);
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  EXPECT_EQ(2u, decoder.owned_blocks());
-  EXPECT_EQ(0u, decoder.cmc().general.pair_count);
-  EXPECT_STREQ("other", decoder.cmc().general.name);
-}
-
-TEST(General, ASecondRecordWithoutPairsLeavesNoneOfTheFirst) {
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(two_pairs());
-  const kit::decoded second = decoder.decode(two_pairs(100));
-  EXPECT_EQ(copy_fate::kept, second.fate);
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  EXPECT_TRUE(decoder.holds_only({{1, second.copy}, {2, second.copy + 24}}));
-  EXPECT_EQ(1u, decoder.owned_blocks());
-}
-
-TEST(General, AMalformedSecondRecordReleasesTheFirstAndEmptiesTheSlot) {
-  const bytes malformed[] = {
-      writer::resized(two_pairs(), 8),
-      writer::resized(two_pairs(), 26),
-      writer::resized(two_pairs(), 28),
-      writer::resized(two_pairs(), 38),
-  };
-  for (const bytes& record : malformed) {
-    SCOPED_TRACE(record.size());
-    kit::decoder_fixture decoder;
-    const kit::decoded first = decoder.decode(two_pairs());
-    ASSERT_EQ(copy_fate::kept, first.fate);
-    expect_leaked(decoder, record);
-  }
-}
-
-TEST(General, WithoutMemoryASecondRecordStillReplacesTheFirst) {
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(two_pairs());
-  decoder.ledger().fail_after(0);
-  const kit::decoded second = decoder.decode(two_pairs());
-  EXPECT_EQ(1u, decoder.ledger().failures());
-  EXPECT_EQ(copy_fate::kept, second.fate);
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  EXPECT_TRUE(decoder.holds_only({{1, second.copy}, {2, second.copy + 24}, {3, 2}}));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Kinds whose slot is the record copy and addresses into it: 5 to 8, 17 to 19, 21 and 23.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {
@@ -147,29 +147,6 @@ TEST_P(KeptRecord, IsKeptByteForByteFromItsLeastSizeOn) {
     EXPECT_TRUE(decoder.holds_only(slots_in(GetParam(), result.copy)));
     EXPECT_EQ(record, kit::bytes_at(result.copy, size));
     EXPECT_EQ(0u, decoder.ledger().allocations());
-  }
-}
-
-TEST_P(KeptRecord, ASecondOneReplacesIt) {
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(GetParam().content);
-  const kit::decoded second = decoder.decode(GetParam().content);
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  ASSERT_EQ(copy_fate::kept, second.fate);
-  EXPECT_TRUE(decoder.holds_only(slots_in(GetParam(), second.copy)));
-}
-
-TEST_P(BoundedKeptRecord, AMalformedSecondOneReleasesIt) {
-  for (const size_t size : {size_t{8}, GetParam().least - 1}) {
-    SCOPED_TRACE(size);
-    kit::decoder_fixture decoder;
-    const kit::decoded first = decoder.decode(GetParam().content);
-    ASSERT_EQ(copy_fate::kept, first.fate);
-    const kit::decoded second = decoder.decode(writer::resized(GetParam().content, size));
-    EXPECT_EQ(0u, second.code);
-    EXPECT_EQ(copy_fate::leaked, second.fate);
-    EXPECT_EQ(0u, decoder.owned_blocks());
-    EXPECT_TRUE(decoder.empty());
   }
 }
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <optional>
 
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 constexpr size_t lens_shading_slot = 54;

@@ -212,15 +212,6 @@ TEST(MappedGrid, NeedsItsBlocksPadded) {
     }
 }
 
-TEST(MappedGrid, CutAnywhereIsDropped) {
-  for (const mapped_kind& kind : kinds)
-    for (const uint16_t lights : kit::u16_list{0, 1, 2})
-      kit::cut_at_every_size(kind.build({.lights = lights}),
-                             [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
-                               kit::expect_dropped(decoder, result);
-                             });
-}
-
 TEST(MappedGrid, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
   for (const mapped_kind& kind : kinds)
     for (const int8_t index : {int8_t{-128}, int8_t{0}, int8_t{127}})
@@ -238,44 +229,6 @@ TEST(MappedGrid, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
         kit::expect_dropped(decoder, decoder.decode(record));
         EXPECT_GE(before + record.size() + 40, decoder.ledger().peak_bytes());
       }
-}
-
-TEST(MappedGrid, TheLastRecordWins) {
-  for (const mapped_kind& kind : kinds) {
-    const writer::bytes second = kind.build({.lights = 1, .filler = 71});
-    kit::decoder_fixture decoder;
-    (void)decoder.decode(kind.build({.lights = 3}));
-    (void)decoder.decode(second);
-    expect_set(decoder, decoder.cmc().*kind.set, set_of(second, kind));
-    EXPECT_EQ(6u, decoder.owned_blocks());
-  }
-}
-
-TEST(MappedGrid, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  for (const mapped_kind& kind : kinds)
-    for (const size_t size : kit::size_list{8, 31, 32, 100}) {
-      kit::decoder_fixture decoder;
-      (void)decoder.decode(kind.build({}));
-      kit::expect_dropped(decoder, decoder.decode(writer::resized(kind.build({}), size)));
-    }
-}
-
-TEST(MappedGrid, WithoutMemoryTheSlotIsEmptyAndOnlyKind28LogsAnInnerAllocation) {
-  // The set, whose absence is not logged; its lights; four tables each.
-  kit::expect_nothing_without_memory(writer::record_28({.lights = 2}),
-                                     {.allocations = 10, .silent_refusals = 1});
-  kit::expect_nothing_without_memory(writer::record_33({.lights = 2}),
-                                     {.allocations = 10, .silent_refusals = 10});
-}
-
-TEST(MappedGrid, WithoutMemoryTheFormerSetIsGoneToo) {
-  for (const mapped_kind& kind : kinds) {
-    kit::decoder_fixture decoder;
-    (void)decoder.decode(kind.build({}));
-    decoder.ledger().fail_after(0);
-    kit::expect_dropped(decoder, decoder.decode(kind.build({})));
-    EXPECT_EQ(1u, decoder.ledger().failures());
-  }
 }
 
 // ------------------------------------------------- kinds that feed a slot together

@@ -1,7 +1,7 @@
 // Kind 2: the module properties, converted.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {
@@ -62,27 +62,6 @@ TEST_P(ModuleProperties, AtEveryLengthHoldWhatTheVersionFillsOrZeros) {
   }
 }
 
-TEST_P(ModuleProperties, WithoutMemoryTheSlotIsEmpty) {
-  const size_t runs = kit::fail_each_allocation([](kit::decoder_fixture& decoder, size_t n) {
-    const kit::decoded result = decoder.decode(sample(GetParam().version));
-    EXPECT_EQ(0u, result.code);
-    EXPECT_EQ(copy_fate::released, result.fate);
-    if (n == 0) {
-      EXPECT_TRUE(decoder.empty());
-    }
-  });
-  EXPECT_EQ(1u, runs);
-}
-
-TEST_P(ModuleProperties, OfASecondRecordReplaceThoseOfTheFirst) {
-  kit::decoder_fixture decoder;
-  decoder.decode(writer::record_2({.value_12 = 0x1234, .cfa_layout = 3}));
-  EXPECT_EQ(copy_fate::released, decoder.decode(sample(GetParam().version)).fate);
-  EXPECT_EQ(1u, decoder.owned_blocks());
-  EXPECT_EQ(expected_properties(GetParam(), sample(GetParam().version)),
-            kit::bytes_at(decoder.cmc().module_properties, 36));
-}
-
 INSTANTIATE_TEST_SUITE_P(Versions, ModuleProperties, testing::ValuesIn(cases), kit::row_name);
 
 TEST(ModulePropertiesFields, StandWhereTheRecordHasThem) {
@@ -95,24 +74,6 @@ TEST(ModulePropertiesFields, StandWhereTheRecordHasThem) {
   EXPECT_EQ(2u, properties.header.id);
   EXPECT_EQ(0x1234u, properties.value_12);
   EXPECT_EQ(259u, properties.cfa_layout);
-}
-
-TEST(ModulePropertiesOfAShortSecondRecord, AreZeroAndReplaceTheFirst) {
-  kit::decoder_fixture decoder;
-  decoder.decode(writer::record_2());
-  EXPECT_EQ(copy_fate::released, decoder.decode(writer::resized(writer::record_2(), 39)).fate);
-  EXPECT_EQ(1u, decoder.owned_blocks());
-  EXPECT_EQ(bytes().zeros(36), kit::bytes_at(decoder.cmc().module_properties, 36));
-}
-
-TEST(ModulePropertiesWithoutMemory, OfASecondRecordReleaseTheFirst) {
-  kit::decoder_fixture decoder;
-  decoder.decode(writer::record_2());
-  decoder.ledger().fail_after(0);
-  EXPECT_EQ(copy_fate::released, decoder.decode(writer::record_2()).fate);
-  EXPECT_EQ(1u, decoder.ledger().failures());
-  EXPECT_TRUE(decoder.empty());
-  EXPECT_EQ(0u, decoder.owned_blocks());
 }
 
 }  // namespace

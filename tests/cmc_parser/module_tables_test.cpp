@@ -7,7 +7,7 @@
 #include <cmath>
 #include <vector>
 
-#include "tests/cmc_parser/container_cycle.h"
+#include "tests/kit/container_cycle.h"
 #include "writer/nvm_writer.h"
 #include "writer/records.h"
 

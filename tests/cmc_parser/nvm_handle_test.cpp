@@ -1,7 +1,7 @@
 // When the NVM library is asked, and what becomes of the handle that it makes.
 
 #include "qo_nvm.h"
-#include "tests/cmc_parser/container_cycle.h"
+#include "tests/kit/container_cycle.h"
 #include "tests/kit/fake_platform.h"
 #include "writer/nvm_writer.h"
 #include "writer/records.h"

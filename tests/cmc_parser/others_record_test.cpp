@@ -1,6 +1,6 @@
 // Extraction of record 722.
 
-#include "tests/cmc_parser/container_cycle.h"
+#include "tests/kit/container_cycle.h"
 #include "writer/records.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Kinds 9, 31, 32 and 34: the container library decodes them in place.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "tests/kit/fake_platform.h"
 #include "writer/records.h"
 
@@ -108,18 +108,6 @@ TEST_P(PlatformRecord, TheSlotIsTouchedOnlyAfterTheContainerLibraryWasAsked) {
   const kit::decoded second = decoder.decode(sample(kind().id));
   EXPECT_TRUE(untouched);
   EXPECT_EQ(copy_fate::kept, second.fate);
-  if (!kind().replaced_is_released) decoder.expect_leak(first.copy);
-}
-
-TEST_P(PlatformRecord, ASecondRecordReplacesTheFirst) {
-  platform_.answer_records_with(0);
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(sample(kind().id));
-  const kit::decoded second = decoder.decode(sample(kind().id));
-  EXPECT_EQ(copy_fate::kept, second.fate);
-  EXPECT_TRUE(decoder.holds_only({{kind().slot, second.copy}}));
-  // Contract: kind 34 forgets the first without releasing it.
-  EXPECT_EQ(!kind().replaced_is_released, decoder.ledger().holds(first.copy));
   if (!kind().replaced_is_released) decoder.expect_leak(first.copy);
 }
 

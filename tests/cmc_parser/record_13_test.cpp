@@ -3,7 +3,7 @@
 
 #include <array>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {
@@ -102,35 +102,6 @@ TEST(Record13Count, BeyondTheRecordReservesNoRoom) {
   kit::decoder_fixture decoder;
   EXPECT_EQ(copy_fate::leaked, decoder.decode(sample(5, 102).patch_u16(70, 65535)).fate);
   EXPECT_EQ(0u, decoder.ledger().allocations());
-}
-
-TEST(Record13Duplicate, ReplacesTheFirstAndItsParameters) {
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(sample(5, 102));
-  const kit::decoded second = decoder.decode(sample(1, 100));
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  EXPECT_EQ(copy_fate::kept, second.fate);
-  EXPECT_EQ(2u, decoder.owned_blocks());
-  EXPECT_TRUE(decoder.holds_only(
-      {{18, second.copy}, {19, decoder.cmc().record_13.values}, {20, word({0, 1, 250, 1000})}}));
-}
-
-TEST(Record13Duplicate, ThatIsMalformedReleasesTheFirst) {
-  kit::decoder_fixture decoder;
-  decoder.decode(sample(5, 102));
-  EXPECT_EQ(copy_fate::leaked, decoder.decode(writer::resized(sample(5, 102), 87)).fate);
-  EXPECT_EQ(0u, decoder.owned_blocks());
-  EXPECT_TRUE(decoder.holds_only({{20, word({0, 1, 250, 1000})}}));
-}
-
-TEST(Record13Duplicate, WithoutMemoryReleasesTheFirst) {
-  kit::decoder_fixture decoder;
-  decoder.decode(sample(5, 102));
-  decoder.ledger().fail_after(0);
-  const kit::decoded second = decoder.decode(sample(5, 102));
-  EXPECT_EQ(1u, decoder.ledger().failures());
-  EXPECT_TRUE(decoder.holds_only({{18, second.copy}, {20, word({11, 12, 260, 1010})}}));
-  EXPECT_EQ(1u, decoder.owned_blocks());
 }
 
 }  // namespace

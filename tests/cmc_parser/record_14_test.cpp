@@ -1,7 +1,7 @@
 // Kind 14: kept when its steps fit, released otherwise.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {
@@ -107,28 +107,6 @@ TEST(Record14Steps, BackwardsAreMalformedAlsoInARecordThatCouldHoldThemModulo32B
   kit::decoder_fixture decoder;
   EXPECT_EQ(copy_fate::released, decoder.decode(record).fate);
   EXPECT_TRUE(decoder.empty());
-}
-
-TEST(Record14Duplicate, ReplacesTheFirst) {
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(writer::record_14());
-  const kit::decoded second = decoder.decode(writer::record_14({.last = 145}));
-  EXPECT_EQ(copy_fate::kept, second.fate);
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  EXPECT_TRUE(decoder.holds_only({{21, second.copy}, {22, second.copy + 14}}));
-}
-
-TEST(Record14Duplicate, ThatIsMalformedReleasesTheFirst) {
-  const bytes good = writer::record_14();
-  for (const bytes& bad : {writer::record_14({.step = 0}), writer::record_14({.last = 99}),
-                           writer::resized(good, 47), writer::resized(good, 8)}) {
-    kit::decoder_fixture decoder;
-    const kit::decoded first = decoder.decode(good);
-    ASSERT_EQ(copy_fate::kept, first.fate);
-    EXPECT_EQ(copy_fate::released, decoder.decode(bad).fate);
-    EXPECT_EQ(0u, decoder.owned_blocks());
-    EXPECT_TRUE(decoder.empty());
-  }
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Kind 15: four sections in the kept copy and a sub-table of its own.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "tests/kit/fake_platform.h"
 #include "writer/records.h"
 
@@ -123,26 +123,6 @@ TEST_P(Record15, WithoutMemoryThereIsNoSubTable) {
   EXPECT_EQ(2 + 2 * c.counts.size(), runs);
 }
 
-TEST_P(Record15, ASecondOneReplacesIt) {
-  const layout_case& c = GetParam();
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(writer::record_15());
-  const kit::decoded second = decoder.decode(sample(c));
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  ASSERT_EQ(copy_fate::kept, second.fate);
-  EXPECT_TRUE(decoder.holds_only(kept_slots(c, second, decoder.cmc().record_15.sub_table)));
-  expect_sub_table(decoder, c, sample(c));
-}
-
-TEST_P(Record15, AMalformedSecondOneReleasesItAndItsSubTable) {
-  const layout_case& c = GetParam();
-  kit::decoder_fixture decoder;
-  decoder.decode(sample(c));
-  EXPECT_EQ(copy_fate::leaked, decoder.decode(writer::resized(sample(c), c.least - 1)).fate);
-  EXPECT_TRUE(decoder.empty());
-  EXPECT_EQ(0u, decoder.owned_blocks());
-}
-
 INSTANTIATE_TEST_SUITE_P(Layouts, Record15, testing::ValuesIn(cases), kit::row_name);
 
 // The sample with nine items and entries at 86, 106 and 118; its count of entries stands at 84.
@@ -209,19 +189,6 @@ TEST(Record15Counts, TheLargestOnesAreNotCutTo16Bits) {
     EXPECT_EQ(65535u, decoder.cmc().record_15.counts.b);
     EXPECT_NE(nullptr, decoder.cmc().record_15.sub_table);
   }
-}
-
-TEST(Record15Duplicate, WithoutMemoryReleasesTheFirstsSubTable) {
-  const kit::fake_platform platform;
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(writer::record_15());
-  decoder.ledger().fail_after(3);
-  const kit::decoded second = decoder.decode(writer::record_15());
-  EXPECT_EQ(1u, decoder.ledger().failures());
-  EXPECT_EQ(copy_fate::kept, second.fate);
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  EXPECT_EQ(nullptr, decoder.cmc().record_15.sub_table);
-  EXPECT_EQ(1u, decoder.owned_blocks());
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Kind 16: like the other kept kinds, but its payload outlives a failed size check.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {
@@ -41,31 +41,6 @@ TEST(Record16, AtEveryLengthStoresItsPayloadWhetherOrNotItIsKept) {
         }
         EXPECT_EQ(record, kit::bytes_at(result.copy, size));
       }
-    }
-  }
-}
-
-TEST(Record16, ASecondOneReplacesIt) {
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(sample(3));
-  const kit::decoded second = decoder.decode(sample(1));
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  EXPECT_EQ(copy_fate::kept, second.fate);
-  EXPECT_TRUE(decoder.holds_only({{30, second.copy}, {31, second.copy + 14}}));
-}
-
-TEST(Record16, AMalformedSecondOneReleasesItAndLeavesNoAddressOfIt) {
-  for (const size_t size : std::vector<size_t>{8, 13, 14, 31}) {
-    SCOPED_TRACE(size);
-    kit::decoder_fixture decoder;
-    decoder.decode(sample(3));
-    const kit::decoded second = decoder.decode(writer::resized(sample(3), size));
-    EXPECT_EQ(copy_fate::leaked, second.fate);
-    EXPECT_EQ(0u, decoder.owned_blocks());
-    if (size >= 14) {
-      EXPECT_TRUE(decoder.holds_only({{31, second.copy + 14}}));
-    } else {
-      EXPECT_TRUE(decoder.empty());
     }
   }
 }

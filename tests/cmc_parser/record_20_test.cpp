@@ -1,7 +1,7 @@
 // Kind 20: kept, with a default written into old versions and a list in new ones.
 #include <gtest/gtest.h>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "writer/records.h"
 
 namespace {
@@ -95,23 +95,6 @@ TEST(Record20, TheLargestListIsNotCutTo16Bits) {
     ASSERT_EQ(copy_fate::kept, result.fate);
     EXPECT_EQ(size == 524304 ? result.copy + 20 : nullptr, decoder.cmc().record_20.tail);
   }
-}
-
-TEST(Record20, ASecondOneReplacesItAndItsList) {
-  kit::decoder_fixture decoder;
-  const kit::decoded first = decoder.decode(sample(1, 102));
-  const kit::decoded second = decoder.decode(sample(1, 101));
-  EXPECT_FALSE(decoder.ledger().holds(first.copy));
-  EXPECT_EQ(copy_fate::kept, second.fate);
-  EXPECT_TRUE(decoder.holds_only({{40, second.copy}}));
-}
-
-TEST(Record20, AMalformedSecondOneReleasesIt) {
-  kit::decoder_fixture decoder;
-  decoder.decode(sample(1, 102));
-  EXPECT_EQ(copy_fate::leaked, decoder.decode(writer::resized(sample(1, 102), 15)).fate);
-  EXPECT_EQ(0u, decoder.owned_blocks());
-  EXPECT_TRUE(decoder.empty());
 }
 
 }  // namespace

@@ -64,26 +64,6 @@ TEST(Record22Memory, AnEmptyListWithoutMemoryForItsTableIsNoList) {
   EXPECT_EQ(3u, kit::fail_each_allocation(scenario));
 }
 
-TEST(Record22Memory, TheLastRecordWins) {
-  const writer::record_22_fields second = {.width = 1, .height = 1, .items = 2, .filler = 71};
-  const writer::record_22_fields small = {.grid_entries = 0, .version = 100};
-  kit::expect_replaced(writer::record_22(), writer::record_22(second));
-  kit::expect_replaced(writer::record_22(), writer::record_22(small));
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_22());
-  (void)decoder.decode(writer::record_22(second));
-  expect_parts(decoder, writer::record_22(second), second,
-               {.counts = true, .items = true, .block = true, .list = true, .list_count = 3});
-}
-
-TEST(Record22Memory, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  for (const size_t size : kit::size_list{8, 21, 22, 60}) {
-    kit::decoder_fixture decoder;
-    (void)decoder.decode(writer::record_22());
-    kit::expect_dropped(decoder, decoder.decode(writer::resized(writer::record_22(), size)));
-  }
-}
-
 TEST(Record22Memory, AStructureWithALostListIsReleasedByItsSuccessorToo) {
   kit::decoder_fixture decoder;
   writer::bytes misfit = writer::record_22();

@@ -1,7 +1,7 @@
 /// What a structure of kind 22 is expected to hold, part by part.
 #pragma once
 
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 /// Where the parts of a well-formed record stand.

@@ -1,4 +1,4 @@
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {
@@ -75,24 +75,6 @@ TEST(Record24, AsManyEntriesAsTheCountHoldsAreTaken) {
   EXPECT_EQ(kit::part_of(record, 16u * 65535, 16), kit::bytes_at(entries + 24u * 65534, 16));
 }
 
-TEST(Record24, CutAnywhereIsRefused) {
-  for (const std::vector<uint16_t>& counts :
-       {std::vector<uint16_t>{}, {0}, {1}, {2, 0, 5}, {0, 0, 0}})
-    kit::cut_at_every_size(writer::record_24({.counts = counts}),
-                           [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
-                             expect_refused(decoder, result);
-                           });
-}
-
-TEST(Record24, LongerThanItsEntriesIsTaken) {
-  const writer::bytes record = writer::record_24({.counts = {1}});
-  for (size_t extra = 0; extra < 17; ++extra) {
-    kit::decoder_fixture decoder;
-    EXPECT_EQ(0u, decoder.decode(writer::resized(record, record.size() + extra)).code);
-    EXPECT_TRUE(decoder.cmc().record_24);
-  }
-}
-
 TEST(Record24, CountsBeyondTheRecordAreRefusedBeforeTheyAreAllocated) {
   writer::bytes many_entries = writer::record_24({.counts = {0}});
   many_entries.patch_u16(14, 65535);
@@ -106,44 +88,6 @@ TEST(Record24, CountsBeyondTheRecordAreRefusedBeforeTheyAreAllocated) {
     expect_refused(decoder, decoder.decode(record));
     EXPECT_GE(before + record.size() + 128, decoder.ledger().peak_bytes());
   }
-}
-
-TEST(Record24, TheLastRecordWins) {
-  kit::expect_replaced(writer::record_24({.counts = {1, 2, 3}}),
-                       writer::record_24({.counts = {4}}));
-  kit::expect_replaced(writer::record_24({.counts = {1}}), writer::record_24({.counts = {}}));
-}
-
-TEST(Record24, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  writer::bytes bad_entry = writer::record_24({.counts = {2, 2}});
-  bad_entry.patch_u16(16 + 16 + 8 + 2, 3);
-  for (const writer::bytes& malformed : {writer::resized(writer::record_24(), 15),
-                                         writer::resized(writer::record_24(), 63), bad_entry}) {
-    kit::decoder_fixture decoder;
-    EXPECT_EQ(0u, decoder.decode(writer::record_24()).code);
-    expect_refused(decoder, decoder.decode(malformed));
-  }
-}
-
-TEST(Record24, AnyAllocationThatFailsAnswers4AndLeavesTheSlotEmpty) {
-  // The structure, its entries, three arrays.
-  kit::expect_nothing_without_memory(writer::record_24({.counts = {2, 0, 5}}),
-                                     {.allocations = 5, .silent_refusals = 5, .code = 4});
-  kit::expect_nothing_without_memory(writer::record_24({.counts = {}}),
-                                     {.allocations = 1, .silent_refusals = 1, .code = 4});
-}
-
-TEST(Record24, WithoutMemoryTheFormerRecordIsGoneToo) {
-  const auto scenario = [](kit::decoder_fixture& decoder, size_t n) {
-    decoder.ledger().fail_never();
-    EXPECT_EQ(0u, decoder.decode(writer::record_24({.counts = {1, 1, 1, 1}})).code);
-    decoder.ledger().fail_after(n);
-    const kit::decoded result = decoder.decode(writer::record_24({.counts = {1}}));
-    EXPECT_EQ(n < 3 ? 4u : 0u, result.code);
-    EXPECT_EQ(n < 3 ? 0u : 3u, decoder.owned_blocks());
-    EXPECT_EQ(n < 3, static_cast<bool>(decoder.empty()));
-  };
-  EXPECT_EQ(3u, kit::fail_each_allocation(scenario));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {
@@ -47,17 +47,6 @@ TEST(Record25, WithoutEntriesIsKeptAsItStands) {
   }
 }
 
-TEST(Record25, CutAnywhereIsDropped) {
-  for (const uint8_t version : kit::u8_list{100, 101})
-    for (const uint16_t entries : kit::u16_list{0, 1, 2})
-      for (const uint16_t items : kit::u16_list{0, 3})
-        kit::cut_at_every_size(
-            writer::record_25({.entries = entries, .items = items, .version = version}),
-            [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
-              kit::expect_dropped(decoder, result);
-            });
-}
-
 TEST(Record25, EntriesGrowBy4BytesAboveVersion100) {
   const writer::bytes record = writer::record_25({.entries = 2, .items = 1, .version = 100});
   for (const uint8_t version : kit::u8_list{99, 100, 101, 102}) {
@@ -81,17 +70,6 @@ TEST(Record25, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
     kit::expect_dropped(decoder, decoder.decode(record));
     EXPECT_EQ(0u, decoder.ledger().allocations());
   }
-}
-
-TEST(Record25, TheLastRecordWins) {
-  kit::expect_replaced(writer::record_25({.entries = 3}), writer::record_25({.entries = 1}));
-}
-
-TEST(Record25, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  const writer::bytes record = writer::record_25();
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(record);
-  kit::expect_dropped(decoder, decoder.decode(writer::resized(record, record.size() - 1)));
 }
 
 TEST(Record25, WithoutMemoryForTheEntriesTheCopyIsKeptAllTheSame) {

@@ -1,4 +1,4 @@
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {
@@ -49,33 +49,6 @@ TEST(Record26, CutBelow16BytesIsDroppedAndTakesTheDefaultsFromThereOn) {
     EXPECT_EQ(with_default_groups(writer::resized(writer::record_26(), size)),
               kit::bytes_at(decoder.cmc().record_26, 64));
   });
-}
-
-TEST(Record26, TheLastRecordWins) {
-  const writer::bytes second = writer::record_26({.filler = 99});
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_26());
-  (void)decoder.decode(second);
-  EXPECT_EQ(1u, decoder.owned_blocks());
-  EXPECT_EQ(second, kit::bytes_at(decoder.cmc().record_26, 64));
-}
-
-TEST(Record26, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_26());
-  kit::expect_dropped(decoder, decoder.decode(writer::resized(writer::record_26(), 15)));
-}
-
-TEST(Record26, WithoutMemoryTheSlotIsEmptyAndNothingIsLogged) {
-  kit::expect_nothing_without_memory(writer::record_26(), {.allocations = 1, .silent_refusals = 1});
-}
-
-TEST(Record26, WithoutMemoryTheFormerRecordIsGoneToo) {
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_26());
-  decoder.ledger().fail_after(0);
-  kit::expect_dropped(decoder, decoder.decode(writer::record_26()));
-  EXPECT_EQ(1u, decoder.ledger().failures());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {
@@ -59,17 +59,6 @@ TEST(Record27, WithoutEntriesOrSamplesIsKept) {
   }
 }
 
-TEST(Record27, CutAnywhereIsDropped) {
-  for (const uint8_t version : kit::u8_list{100, 101})
-    for (const uint16_t planes : kit::u16_list{0, 1, 3})
-      for (const uint16_t entries : kit::u16_list{0, 1, 3}) {
-        const writer::bytes record =
-            writer::record_27({.entries = entries, .planes = planes, .version = version});
-        kit::cut_at_every_size(record, [](kit::decoder_fixture& decoder, const kit::decoded& result,
-                                          size_t) { kit::expect_dropped(decoder, result); });
-      }
-}
-
 struct bound_case {
   const char* what;
   uint16_t entries, planes, width, height;
@@ -125,28 +114,6 @@ TEST(Record27, CountsBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
                                                       static_cast<uint16_t>(height), 101, 4096)));
       EXPECT_EQ(0u, decoder.ledger().allocations());
     }
-}
-
-TEST(Record27, TheLastRecordWins) {
-  kit::expect_replaced(writer::record_27({.entries = 3}), writer::record_27({.entries = 1}));
-  kit::expect_replaced(writer::record_27({.entries = 1}), writer::record_27({.entries = 0}));
-}
-
-TEST(Record27, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  for (const writer::bytes& malformed :
-       {writer::resized(writer::record_27(), 31), writer::resized(writer::record_27(), 32),
-        sized_record(1, 4, 1, 1, 100, 100)}) {
-    kit::decoder_fixture decoder;
-    (void)decoder.decode(writer::record_27());
-    kit::expect_dropped(decoder, decoder.decode(malformed));
-  }
-}
-
-TEST(Record27, AnInnerAllocationThatFailsIsLoggedAndLeavesNothing) {
-  // The structure, whose absence is not logged; the entries; head and planes of each.
-  for (const uint8_t version : kit::u8_list{100, 101})
-    kit::expect_nothing_without_memory(writer::record_27({.entries = 2, .version = version}),
-                                       {.allocations = 1 + 1 + 2 * 2, .silent_refusals = 1});
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {
@@ -70,15 +70,6 @@ TEST(Record29, Needs56BytesAnd4BytesMoreThanItsPlanesTake) {
   }
 }
 
-TEST(Record29, CutAnywhereIsDropped) {
-  for (const auto& [width, height] : {std::pair<uint16_t, uint16_t>{1, 1}, {3, 2}, {1, 6}})
-    kit::cut_at_every_size(
-        sized_record(width, height, std::max<size_t>(56, 24 + size_t{16} * width * height)),
-        [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
-          kit::expect_dropped(decoder, result);
-        });
-}
-
 TEST(Record29, SidesOfZeroOrBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
   for (const auto& [width, height] : {std::pair<uint16_t, uint16_t>{0, 0},
                                       {0, 3},
@@ -94,28 +85,6 @@ TEST(Record29, SidesOfZeroOrBeyondTheRecordAreDroppedBeforeTheyAreAllocated) {
     kit::expect_dropped(decoder, decoder.decode(sized_record(width, height, 4096)));
     EXPECT_EQ(0u, decoder.ledger().allocations());
   }
-}
-
-TEST(Record29, TheLastRecordWins) {
-  const writer::bytes second = writer::record_29({.width = 7, .height = 1, .filler = 77});
-  kit::expect_replaced(writer::record_29(), second);
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_29());
-  (void)decoder.decode(second);
-  EXPECT_EQ(kit::part_of(second, 0, 20), kit::bytes_at(decoder.cmc().record_29, 20));
-}
-
-TEST(Record29, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  for (const writer::bytes& malformed :
-       {writer::resized(writer::record_29(), 55), sized_record(0, 1, 64), sized_record(3, 1, 71)}) {
-    kit::decoder_fixture decoder;
-    (void)decoder.decode(writer::record_29());
-    kit::expect_dropped(decoder, decoder.decode(malformed));
-  }
-}
-
-TEST(Record29, WithoutMemoryTheSlotIsEmptyAndNothingIsLogged) {
-  kit::expect_nothing_without_memory(writer::record_29(), {.allocations = 2, .silent_refusals = 2});
 }
 
 }  // namespace

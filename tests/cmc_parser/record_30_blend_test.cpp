@@ -5,7 +5,7 @@
 #include <random>
 
 #include "tests/cmc_parser/module_grid.h"
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #include <optional>
 
 #include "tests/cmc_parser/module_grid.h"
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {
@@ -186,22 +186,6 @@ TEST(Record30, CountsBeyondTheRecordAreNotAllocated) {
       EXPECT_GE(before + record.size() + 56 + 12 + 24, decoder.ledger().peak_bytes());
     }
   }
-}
-
-TEST(Record30, TheLastRecordWins) {
-  const writer::bytes second = writer::record_30({.items = 5, .version = 100, .filler = 71});
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_30());
-  (void)decoder.decode(second);
-  expect_parts(decoder, second, {});
-}
-
-TEST(Record30, AShortRecordAfterAGoodOneLeavesNothingOfIt) {
-  const writer::bytes record = writer::resized(writer::record_30(), 8);
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_30());
-  (void)decoder.decode(record);
-  expect_parts(decoder, record, {.items = false, .has_grid = false, .trailing = false});
 }
 
 /// What a failed allocation leaves of the record, in the order of the allocations.

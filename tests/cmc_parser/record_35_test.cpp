@@ -1,4 +1,4 @@
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {
@@ -64,57 +64,6 @@ TEST(Record35, IsHeldTwiceWithItsArraysInTwoOrders) {
       }
     }
   }
-}
-
-TEST(Record35, CutAnywhereIsDropped) {
-  for (const uint8_t n : kit::u8_list{0, 1, 4, 255})
-    kit::cut_at_every_size(writer::record_35({.count = n}),
-                           [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
-                             kit::expect_dropped(decoder, result);
-                             EXPECT_EQ(0u, decoder.ledger().allocations());
-                           });
-}
-
-TEST(Record35, BytesBehindTheArraysAreIgnored) {
-  const writer::bytes record = writer::record_35();
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::resized(record, record.size() + 5));
-  EXPECT_EQ(8u, decoder.owned_blocks());
-}
-
-TEST(Record35, TheLastRecordWins) {
-  const writer::bytes second = writer::record_35({.count = 9, .filler = 71});
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_35());
-  (void)decoder.decode(second);
-  EXPECT_EQ(8u, decoder.owned_blocks());
-  EXPECT_EQ(expected_scalars(second), kit::bytes_at(decoder.cmc().record_35.first, 24));
-  EXPECT_EQ(expected_scalars(second), kit::bytes_at(decoder.cmc().record_35.second, 24));
-}
-
-TEST(Record35, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  for (const size_t size : kit::size_list{8, 13, 14, 19, 55}) {
-    kit::decoder_fixture decoder;
-    (void)decoder.decode(writer::record_35());
-    kit::expect_dropped(decoder, decoder.decode(writer::resized(writer::record_35(), size)));
-  }
-}
-
-TEST(Record35, WithoutMemoryBothSlotsAreEmptyAndNothingIsLogged) {
-  kit::expect_nothing_without_memory(writer::record_35({.count = 3}),
-                                     {.allocations = 8, .silent_refusals = 8});
-}
-
-TEST(Record35, WithoutMemoryTheFormerRecordIsGoneToo) {
-  const auto scenario = [](kit::decoder_fixture& decoder, size_t n) {
-    decoder.ledger().fail_never();
-    (void)decoder.decode(writer::record_35({.count = 5}));
-    decoder.ledger().fail_after(n);
-    (void)decoder.decode(writer::record_35({.count = 2}));
-    EXPECT_EQ(n < 8 ? 0u : 8u, decoder.owned_blocks());
-    EXPECT_EQ(n < 8, static_cast<bool>(decoder.empty()));
-  };
-  EXPECT_EQ(8u, kit::fail_each_allocation(scenario));
 }
 
 TEST(Record35, AllocatesBothStructuresAndThenArraysAABBCD) {

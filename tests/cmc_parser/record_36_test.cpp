@@ -1,4 +1,4 @@
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {
@@ -30,56 +30,6 @@ TEST(Record36, HoldsItsFirst14BytesAndTwoArrays) {
       EXPECT_EQ(3u, decoder.owned_blocks());
     }
   }
-}
-
-TEST(Record36, CutAnywhereIsDropped) {
-  for (const uint8_t count : kit::u8_list{0, 1, 4, 255})
-    kit::cut_at_every_size(writer::record_36({.count = count}),
-                           [](kit::decoder_fixture& decoder, const kit::decoded& result, size_t) {
-                             kit::expect_dropped(decoder, result);
-                             EXPECT_EQ(0u, decoder.ledger().allocations());
-                           });
-}
-
-TEST(Record36, BytesBehindTheArraysAreIgnored) {
-  const writer::bytes record = writer::record_36();
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::resized(record, record.size() + 3));
-  EXPECT_EQ(3u, decoder.owned_blocks());
-}
-
-TEST(Record36, TheLastRecordWins) {
-  const writer::bytes second = writer::record_36({.count = 9, .filler = 71});
-  kit::decoder_fixture decoder;
-  (void)decoder.decode(writer::record_36());
-  (void)decoder.decode(second);
-  EXPECT_EQ(3u, decoder.owned_blocks());
-  EXPECT_EQ(kit::part_of(second, 0, 14), kit::bytes_at(decoder.cmc().record_36, 14));
-}
-
-TEST(Record36, AMalformedRecordAfterAGoodOneLeavesNothingOfIt) {
-  for (const size_t size : kit::size_list{8, 13, 14, 31}) {
-    kit::decoder_fixture decoder;
-    (void)decoder.decode(writer::record_36());
-    kit::expect_dropped(decoder, decoder.decode(writer::resized(writer::record_36(), size)));
-  }
-}
-
-TEST(Record36, WithoutMemoryTheSlotIsEmptyAndNothingIsLogged) {
-  const auto scenario = [](kit::decoder_fixture& decoder, size_t n) {
-    const kit::fake_platform platform;
-    decoder.ledger().fail_never();
-    (void)decoder.decode(writer::record_36({.count = 1}));
-    decoder.ledger().fail_after(n);
-    const kit::decoded result = decoder.decode(writer::record_36());
-    EXPECT_EQ(0u, result.code);
-    EXPECT_EQ(copy_fate::released, result.fate);
-    EXPECT_EQ(n < 3, static_cast<bool>(decoder.empty()));
-    EXPECT_EQ(n < 3 ? 0u : 3u, decoder.owned_blocks());
-    EXPECT_TRUE(platform.messages().empty());
-  };
-  // The structure and its two arrays; the former record is gone in every case.
-  EXPECT_EQ(3u, kit::fail_each_allocation(scenario));
 }
 
 }  // namespace

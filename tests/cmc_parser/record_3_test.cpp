@@ -4,7 +4,7 @@
 #include <array>
 #include <bit>
 
-#include "tests/cmc_parser/decoder_fixture.h"
+#include "tests/kit/decoder_fixture.h"
 #include "tests/kit/fake_platform.h"
 #include "writer/records.h"
 
@@ -79,27 +79,6 @@ TEST(Record3, WithoutEntriesIsATableOfNone) {
   EXPECT_EQ(0u, table_of(decoder).count);
 }
 
-TEST(Record3, EveryShorterRecordLeavesTheSlotEmpty) {
-  // 16 n + 16 bytes are asked for, 4 more than the entries take.
-  for (const size_t entries : std::vector<size_t>{0, 1, 2}) {
-    const bytes whole = writer::record_3(
-        {.entries = std::vector<writer::record_3_entry>(entries, {1, 2, {3, 4, 5, 6}})});
-    const size_t least = 16 * entries + 16;
-    for (size_t size = 8; size <= least + 8; ++size) {
-      SCOPED_TRACE(testing::Message() << entries << " entries, size " << size);
-      kit::decoder_fixture decoder;
-      const kit::decoded result = decoder.decode(writer::resized(whole, size));
-      EXPECT_EQ(0u, result.code);
-      EXPECT_EQ(copy_fate::released, result.fate);
-      EXPECT_EQ(size >= least, decoder.cmc().record_31 != nullptr);
-      EXPECT_EQ(size >= least ? 1u : 0u, decoder.owned_blocks());
-      if (size < least) {
-        EXPECT_TRUE(decoder.empty());
-      }
-    }
-  }
-}
-
 TEST(Record3, ACountThatWrapsIn32BitsIsRefusedWithoutAnAllocation) {
   for (const uint32_t count :
        {3u, 0x0fffffffu, 0x10000000u, 0x10000001u, 0x1fffffffu, 0xffffffffu}) {
@@ -110,17 +89,6 @@ TEST(Record3, ACountThatWrapsIn32BitsIsRefusedWithoutAnAllocation) {
     EXPECT_EQ(copy_fate::released, result.fate);
     EXPECT_TRUE(decoder.empty());
     EXPECT_EQ(0u, decoder.ledger().allocations());
-  }
-}
-
-TEST(Record3, AfterAnotherOneIsReleasedWithoutEffect) {
-  kit::decoder_fixture decoder;
-  decoder.decode(writer::record_3({.entries = {}}));
-  const record_header* const first = decoder.cmc().record_31;
-  for (const bytes& record : {writer::record_3(), writer::resized(writer::record_3(), 20)}) {
-    EXPECT_EQ(copy_fate::released, decoder.decode(record).fate);
-    EXPECT_TRUE(decoder.holds_only({{slot, first}}));
-    EXPECT_EQ(1u, decoder.ledger().allocations());
   }
 }
 
@@ -155,18 +123,6 @@ TEST(Record3, StaysWhenTheContainerLibraryRefusesARecord31) {
   const record_header* const older = decoder.cmc().record_31;
   EXPECT_EQ(77u, decoder.decode(writer::record_31()).code);
   EXPECT_TRUE(decoder.holds_only({{slot, older}}));
-}
-
-TEST(Record3, WithoutMemoryTheSlotIsEmpty) {
-  const size_t runs = kit::fail_each_allocation([](kit::decoder_fixture& decoder, size_t n) {
-    const kit::decoded result = decoder.decode(writer::record_3());
-    EXPECT_EQ(0u, result.code);
-    EXPECT_EQ(copy_fate::released, result.fate);
-    if (n == 0) {
-      EXPECT_TRUE(decoder.empty());
-    }
-  });
-  EXPECT_EQ(1u, runs);
 }
 
 }  // namespace

@@ -5,8 +5,9 @@
 
 #include <random>
 
+#include "cmc_parser/records/kinds.h"
 #include "tests/cmc_parser/module_grid.h"
-#include "tests/cmc_parser/structure_bytes.h"
+#include "tests/kit/structure_bytes.h"
 #include "writer/records.h"
 
 namespace {
@@ -153,7 +154,7 @@ TEST(RecordHeapBound, EveryRecordWithAllItsCountsAltered) {
 
 TEST(RecordHeapBound, EveryKindOfAnyBytes) {
   std::mt19937 random(36);
-  for (uint16_t id = 0; id <= 37; ++id)
+  for (const uint16_t id : qo::record_kinds)
     for (const uint8_t version : kit::every_version)
       for (int round = 0; round < 40; ++round) {
         writer::bytes body;

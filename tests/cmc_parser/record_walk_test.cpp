@@ -1,6 +1,7 @@
 // Which records of a container reach the decoders, and in which order.
 
-#include "tests/cmc_parser/container_cycle.h"
+#include "cmc_parser/records/kinds.h"
+#include "tests/kit/container_cycle.h"
 #include "writer/records.h"
 
 namespace {
@@ -87,7 +88,8 @@ TEST(RecordWalk, KindsAboveSixtyThreeAreSteppedOverWithoutACopy) {
 }
 
 TEST(RecordWalk, RefusedKindsUpToSixtyThreeAreCopiedAndReleased) {
-  for (const uint16_t kind : kinds{0, 4, 12, 37, 40, 62, 63}) {
+  for (uint16_t kind = 0; kind <= 63; ++kind) {
+    if (qo::is_record_kind(kind)) continue;
     kit::allocation_ledger ledger;
     const kit::cmc_ptr cmc = kit::parse(container().add(writer::plain_record(kind)).image());
     EXPECT_EQ(2u, ledger.allocations()) << kind;

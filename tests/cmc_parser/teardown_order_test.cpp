@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -139,12 +141,27 @@ void append_set(std::vector<std::string>& order, const std::string& name) {
   order.push_back(name);
 }
 
+/// Slots that hold a value, an address into another slot's block, or nothing of the library's.
+constexpr size_t owning_nothing[] = {2,  3,  6,  7,  10, 15, 16, 17, 20, 22, 24, 25, 26,
+                                     27, 29, 31, 33, 35, 36, 38, 39, 41, 42, 48, 62};
+
+void expect_every_owner_filled(const parsed_cmc& cmc) {
+  uint64_t slots[sizeof cmc / sizeof(uint64_t)];
+  memcpy(slots, &cmc, sizeof slots);
+  for (size_t i = 0; i < std::size(slots); ++i) {
+    const bool owns = std::find(std::begin(owning_nothing), std::end(owning_nothing), i + 1) ==
+                      std::end(owning_nothing);
+    EXPECT_EQ(owns, slots[i] != 0) << "slot " << i + 1 << " has no place in the order";
+  }
+}
+
 TEST(TeardownOrder, EveryBlockIsReleasedOnceBeforeWhatLeadsToIt) {
   auto* const cmc = make<parsed_cmc>("cmc");
   fill_kept_slots(*cmc);
   fill_nested_slots(*cmc);
   cmc->lens_shading = make_set("lens_shading", &lens_shading_set::lights);
   cmc->lens_shading_ext = make_set("lens_shading_ext", &lens_shading_set::lights_ext);
+  expect_every_owner_filled(*cmc);
 
   std::vector<std::string> order = {"general.pairs",
                                     "general",

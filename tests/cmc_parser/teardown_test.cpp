@@ -1,6 +1,6 @@
 // What teardown releases, and what it deliberately leaves.
 
-#include "tests/cmc_parser/container_cycle.h"
+#include "tests/kit/container_cycle.h"
 #include "writer/records.h"
 
 namespace {

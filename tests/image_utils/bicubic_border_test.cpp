@@ -10,6 +10,7 @@
 #include "qo_cmc/image_utils.h"
 #include "tests/image_utils/bicubic_planes.h"
 #include "tests/image_utils/bicubic_reference.h"
+#include "tests/kit/row_name.h"
 
 namespace {
 
@@ -104,8 +105,7 @@ TEST_P(BorderCell, IsWrittenFromTheNamedNeighboursOnly) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Mode, BorderCell, ::testing::ValuesIn(border_cases),
-                         [](const auto& tested) { return std::string(tested.param.name); });
+INSTANTIATE_TEST_SUITE_P(Mode, BorderCell, ::testing::ValuesIn(border_cases), kit::row_name);
 
 TEST(BorderCellEdge, NullCellIsIgnored) { interpolate_gain_value(nullptr, 5, 0); }
 

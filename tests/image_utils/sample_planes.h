@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tests/kit/guarded_buffer.h"
+#include "tests/kit/same_bits.h"
 
 namespace sample_planes {
 
@@ -67,18 +68,14 @@ inline kit::guard_side other_side(kit::guard_side side) {
   return side == kit::guard_side::before ? kit::guard_side::behind : kit::guard_side::before;
 }
 
-/// Whether all samples have the same bits (any NaN equals any other); the first that differs is
-/// named.
+/// Whether all samples have the same bits; the first that differs is named.
 template <typename Sample>
 ::testing::AssertionResult same_bits(const std::vector<Sample>& expected, const Sample* actual,
                                      size_t width) {
-  for (size_t i = 0; i < expected.size(); ++i) {
-    if (memcmp(&expected[i], &actual[i], sizeof(Sample)) == 0) continue;
-    if (expected[i] != expected[i] && actual[i] != actual[i]) continue;
-    return ::testing::AssertionFailure() << "row " << i / width << " column " << i % width
-                                         << ": expected " << +expected[i] << ", got " << +actual[i];
-  }
-  return ::testing::AssertionSuccess();
+  const size_t i = kit::first_difference(expected.data(), actual, expected.size());
+  if (i == expected.size()) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "row " << i / width << " column " << i % width
+                                       << ": expected " << +expected[i] << ", got " << +actual[i];
 }
 
 }  // namespace sample_planes

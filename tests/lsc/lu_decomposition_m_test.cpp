@@ -4,8 +4,8 @@
 
 #include "qo_cmc/lsc.h"
 #include "tests/kit/allocation_ledger.h"
+#include "tests/kit/strided_buffer.h"
 #include "tests/lsc/plain_lens_shading.h"
-#include "tests/lsc/strided_buffer.h"
 
 using kit::all_layouts;
 using kit::layout;

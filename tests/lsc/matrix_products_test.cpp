@@ -3,8 +3,8 @@
 #include <limits>
 
 #include "qo_cmc/lsc.h"
+#include "tests/kit/strided_buffer.h"
 #include "tests/lsc/plain_lens_shading.h"
-#include "tests/lsc/strided_buffer.h"
 
 using kit::all_layouts;
 using kit::layout;
@@ -33,7 +33,7 @@ uint32_t multiply_vector(strided_buffer& a, strided_buffer& x, strided_buffer& d
 void expect_same(const plain::floats& expected, const strided_buffer& actual, const char* what) {
   const plain::floats values = actual.packed();
   ASSERT_EQ(expected.size(), values.size());
-  EXPECT_EQ(plain::first_difference(expected.data(), values.data(), values.size()), values.size())
+  EXPECT_EQ(values.size(), plain::first_difference(expected.data(), values.data(), values.size()))
       << what << ' ' << actual.rows() << " x " << actual.columns();
   EXPECT_TRUE(actual.has_untouched_gaps()) << what;
 }
@@ -41,8 +41,8 @@ void expect_same(const plain::floats& expected, const strided_buffer& actual, co
 TEST(MatrixTranspose, MovesElementRowColumnToColumnRow) {
   const float src[6] = {1, 2, 3, 4, 5, 6};
   float dst[6] = {};
-  ASSERT_EQ(transpose_m(src, 12, 4, 3, 2, dst, 8, 4), 0u);
-  EXPECT_EQ(plain::floats(dst, dst + 6), (plain::floats{1, 4, 2, 5, 3, 6}));
+  ASSERT_EQ(0u, transpose_m(src, 12, 4, 3, 2, dst, 8, 4));
+  EXPECT_EQ((plain::floats{1, 4, 2, 5, 3, 6}), plain::floats(dst, dst + 6));
 }
 
 TEST(MatrixTranspose, EqualsThePlainRuleInEveryPairOfLayouts) {
@@ -53,7 +53,7 @@ TEST(MatrixTranspose, EqualsThePlainRuleInEveryPairOfLayouts) {
         strided_buffer src(rows, columns, from);
         strided_buffer dst(columns, rows, to, kit::guard_side::before);
         src.fill(random);
-        ASSERT_EQ(transpose(src, dst), 0u);
+        ASSERT_EQ(0u, transpose(src, dst));
         expect_same(plain::transpose(src.packed(), size_t(rows), size_t(columns)), dst,
                     "transpose");
       }
@@ -65,44 +65,44 @@ TEST(MatrixTranspose, WalksSourceRowsInTheOuterLoop) {
   // All elements of the result fall on one address: the last one written stays.
   const float src[6] = {1, 2, 3, 4, 5, 6};
   float dst = 0;
-  ASSERT_EQ(transpose_m(src, 12, 4, 3, 2, &dst, 0, 0), 0u);
-  EXPECT_EQ(dst, 6.0f);
+  ASSERT_EQ(0u, transpose_m(src, 12, 4, 3, 2, &dst, 0, 0));
+  EXPECT_EQ(6.0f, dst);
   float one_per_source_column[3] = {};
-  ASSERT_EQ(transpose_m(src, 12, 4, 3, 2, one_per_source_column, 4, 0), 0u);
-  EXPECT_EQ(plain::floats(one_per_source_column, one_per_source_column + 3),
-            (plain::floats{4, 5, 6}));
+  ASSERT_EQ(0u, transpose_m(src, 12, 4, 3, 2, one_per_source_column, 4, 0));
+  EXPECT_EQ((plain::floats{4, 5, 6}),
+            plain::floats(one_per_source_column, one_per_source_column + 3));
 }
 
 TEST(MatrixTranspose, KeepsEveryBitOfAnElement) {
   const uint32_t bits[2] = {0x7fc12345u, 0x80000001u};
   float src[2], dst[2] = {};
   std::memcpy(src, bits, sizeof src);
-  ASSERT_EQ(transpose_m(src, 8, 4, 2, 1, dst, 4, 4), 0u);
-  EXPECT_EQ(std::memcmp(dst, bits, sizeof dst), 0);
+  ASSERT_EQ(0u, transpose_m(src, 8, 4, 2, 1, dst, 4, 4));
+  EXPECT_EQ(0, std::memcmp(dst, bits, sizeof dst));
 }
 
 TEST(MatrixTranspose, WithNothingToTransposeGivesZeroAndLooksAtNoPointer) {
   float dst = 7.0f;
   for (const auto& [width, height] : {std::pair{0, 3}, {3, 0}, {-1, 3}, {3, -1}, {0, 0}}) {
-    EXPECT_EQ(transpose_m(nullptr, 4, 4, width, height, nullptr, 4, 4), 0u);
-    EXPECT_EQ(transpose_m(&dst, 4, 4, width, height, &dst, 4, 4), 0u);
+    EXPECT_EQ(0u, transpose_m(nullptr, 4, 4, width, height, nullptr, 4, 4));
+    EXPECT_EQ(0u, transpose_m(&dst, 4, 4, width, height, &dst, 4, 4));
   }
-  EXPECT_EQ(dst, 7.0f);
+  EXPECT_EQ(7.0f, dst);
 }
 
 TEST(MatrixTranspose, OfNullIsRefused) {
   float value = 7.0f;
-  EXPECT_EQ(transpose_m(nullptr, 4, 4, 1, 1, &value, 4, 4), 32u);
-  EXPECT_EQ(transpose_m(&value, 4, 4, 1, 1, nullptr, 4, 4), 32u);
-  EXPECT_EQ(value, 7.0f);
+  EXPECT_EQ(32u, transpose_m(nullptr, 4, 4, 1, 1, &value, 4, 4));
+  EXPECT_EQ(32u, transpose_m(&value, 4, 4, 1, 1, nullptr, 4, 4));
+  EXPECT_EQ(7.0f, value);
 }
 
 TEST(MatrixProduct, OfTwoSmallMatricesIsTheHandComputedOne) {
   const float a[6] = {1, 2, 3, 4, 5, 6};
   const float b[6] = {7, 8, 9, 10, 11, 12};
   float dst[4] = {};
-  ASSERT_EQ(mul_mm(a, 12, 4, 3, 2, b, 8, 4, 2, 3, dst, 8, 4), 0u);
-  EXPECT_EQ(plain::floats(dst, dst + 4), (plain::floats{58, 64, 139, 154}));
+  ASSERT_EQ(0u, mul_mm(a, 12, 4, 3, 2, b, 8, 4, 2, 3, dst, 8, 4));
+  EXPECT_EQ((plain::floats{58, 64, 139, 154}), plain::floats(dst, dst + 4));
 }
 
 TEST(MatrixProduct, AddsInAscendingOrderInSinglePrecision) {
@@ -110,10 +110,10 @@ TEST(MatrixProduct, AddsInAscendingOrderInSinglePrecision) {
   const float a[3] = {16777216.0f, 1.0f, 1.0f};
   const float b[3] = {1.0f, 1.0f, 1.0f};
   float dst = 0;
-  ASSERT_EQ(mul_mm(a, 12, 4, 3, 1, b, 4, 4, 1, 3, &dst, 4, 4), 0u);
-  EXPECT_EQ(dst, 16777216.0f);
-  ASSERT_EQ(mul_mv(a, 12, 4, 3, 1, b, 4, 3, &dst, 4), 0u);
-  EXPECT_EQ(dst, 16777216.0f);
+  ASSERT_EQ(0u, mul_mm(a, 12, 4, 3, 1, b, 4, 4, 1, 3, &dst, 4, 4));
+  EXPECT_EQ(16777216.0f, dst);
+  ASSERT_EQ(0u, mul_mv(a, 12, 4, 3, 1, b, 4, 3, &dst, 4));
+  EXPECT_EQ(16777216.0f, dst);
 }
 
 TEST(MatrixProduct, RoundsEachProductBeforeItIsAdded) {
@@ -121,16 +121,16 @@ TEST(MatrixProduct, RoundsEachProductBeforeItIsAdded) {
   const float a[2] = {-1.00048828125f, 1.000244140625f};
   const float b[2] = {1.0f, 1.000244140625f};
   float dst = 7;
-  ASSERT_EQ(mul_mm(a, 8, 4, 2, 1, b, 4, 4, 1, 2, &dst, 4, 4), 0u);
-  EXPECT_EQ(dst, 0.0f);
-  ASSERT_EQ(mul_mv(a, 8, 4, 2, 1, b, 4, 2, &dst, 4), 0u);
-  EXPECT_EQ(dst, 0.0f);
+  ASSERT_EQ(0u, mul_mm(a, 8, 4, 2, 1, b, 4, 4, 1, 2, &dst, 4, 4));
+  EXPECT_EQ(0.0f, dst);
+  ASSERT_EQ(0u, mul_mv(a, 8, 4, 2, 1, b, 4, 2, &dst, 4));
+  EXPECT_EQ(0.0f, dst);
 }
 
 TEST(MatrixProduct, StartsFromPositiveZero) {
   const float a = -0.0f, b = 1.0f;
   float dst = 7;
-  ASSERT_EQ(mul_mm(&a, 4, 4, 1, 1, &b, 4, 4, 1, 1, &dst, 4, 4), 0u);
+  ASSERT_EQ(0u, mul_mm(&a, 4, 4, 1, 1, &b, 4, 4, 1, 1, &dst, 4, 4));
   EXPECT_FALSE(std::signbit(dst));
 }
 
@@ -149,7 +149,7 @@ TEST(MatrixProduct, EqualsThePlainRuleInEveryLayout) {
             plain::product(a.packed(), b.packed(), size_t(rows), size_t(inner), size_t(columns));
         // The result in the layouts in turn, so that every layout meets every other one.
         strided_buffer dst(rows, columns, all_layouts[size_t(rows + inner) % 7]);
-        ASSERT_EQ(multiply(a, b, dst), 0u);
+        ASSERT_EQ(0u, multiply(a, b, dst));
         expect_same(expected, dst, "product");
       }
     }
@@ -166,7 +166,7 @@ TEST(MatrixProduct, EqualsThePlainRuleForEverySizeUpTo40Times30) {
       strided_buffer dst(rows, columns, layout::packed);
       a.fill(random);
       b.fill(random);
-      ASSERT_EQ(multiply(a, b, dst), 0u);
+      ASSERT_EQ(0u, multiply(a, b, dst));
       expect_same(
           plain::product(a.packed(), b.packed(), size_t(rows), size_t(inner), size_t(columns)), dst,
           "product");
@@ -179,46 +179,46 @@ TEST(MatrixProduct, WritesColumnsOfARowInAscendingOrder) {
   plain::floats b(20);
   for (size_t j = 0; j < b.size(); ++j) b[j] = float(j);
   float dst = -1.0f;
-  ASSERT_EQ(mul_mm(a, 4, 4, 1, 1, b.data(), 80, 4, 20, 1, &dst, 0, 0), 0u);
-  EXPECT_EQ(dst, 19.0f);
+  ASSERT_EQ(0u, mul_mm(a, 4, 4, 1, 1, b.data(), 80, 4, 20, 1, &dst, 0, 0));
+  EXPECT_EQ(19.0f, dst);
 }
 
 TEST(MatrixProduct, WithInnerDimensionsThatDisagreeIsRefusedAndWritesNothing) {
   const float values[12] = {};
   float dst[12] = {7.0f};
-  EXPECT_EQ(mul_mm(values, 12, 4, 3, 2, values, 4, 4, 1, 4, dst, 4, 4), 32u);
-  EXPECT_EQ(mul_mm(values, 12, 4, 3, 0, values, 4, 4, 1, 4, dst, 4, 4), 32u);
-  EXPECT_EQ(mul_mm(nullptr, 12, 4, 3, 2, nullptr, 4, 4, 1, 4, nullptr, 4, 4), 32u);
-  EXPECT_EQ(dst[0], 7.0f);
+  EXPECT_EQ(32u, mul_mm(values, 12, 4, 3, 2, values, 4, 4, 1, 4, dst, 4, 4));
+  EXPECT_EQ(32u, mul_mm(values, 12, 4, 3, 0, values, 4, 4, 1, 4, dst, 4, 4));
+  EXPECT_EQ(32u, mul_mm(nullptr, 12, 4, 3, 2, nullptr, 4, 4, 1, 4, nullptr, 4, 4));
+  EXPECT_EQ(7.0f, dst[0]);
 }
 
 TEST(MatrixProduct, ThatIsEmptyGivesZeroAndLooksAtNoPointer) {
   float dst = 7.0f;
   for (const auto& [height, width] : {std::pair{0, 1}, {-1, 1}, {1, 0}, {1, -1}}) {
-    EXPECT_EQ(mul_mm(nullptr, 12, 4, 3, height, nullptr, 4, 4, width, 3, nullptr, 4, 4), 0u);
-    EXPECT_EQ(mul_mm(&dst, 12, 4, 3, height, &dst, 4, 4, width, 3, &dst, 4, 4), 0u);
+    EXPECT_EQ(0u, mul_mm(nullptr, 12, 4, 3, height, nullptr, 4, 4, width, 3, nullptr, 4, 4));
+    EXPECT_EQ(0u, mul_mm(&dst, 12, 4, 3, height, &dst, 4, 4, width, 3, &dst, 4, 4));
   }
-  EXPECT_EQ(dst, 7.0f);
+  EXPECT_EQ(7.0f, dst);
 }
 
 TEST(MatrixProduct, OverAnEmptySumIsZero) {
   const float unused = 1.0f;
   for (const int inner : {0, -3}) {
     plain::floats dst(20, 7.0f);
-    ASSERT_EQ(mul_mm(&unused, 4, 4, inner, 2, &unused, 4, 4, 10, inner, dst.data(), 40, 4), 0u);
+    ASSERT_EQ(0u, mul_mm(&unused, 4, 4, inner, 2, &unused, 4, 4, 10, inner, dst.data(), 40, 4));
     EXPECT_EQ(dst, plain::floats(20, 0.0f));
     dst.assign(20, 7.0f);
-    ASSERT_EQ(mul_mv(&unused, 4, 4, inner, 20, &unused, 4, inner, dst.data(), 4), 0u);
+    ASSERT_EQ(0u, mul_mv(&unused, 4, 4, inner, 20, &unused, 4, inner, dst.data(), 4));
     EXPECT_EQ(dst, plain::floats(20, 0.0f));
   }
 }
 
 TEST(MatrixProduct, OfNullIsRefused) {
   float value = 7.0f;
-  EXPECT_EQ(mul_mm(nullptr, 4, 4, 1, 1, &value, 4, 4, 1, 1, &value, 4, 4), 32u);
-  EXPECT_EQ(mul_mm(&value, 4, 4, 1, 1, nullptr, 4, 4, 1, 1, &value, 4, 4), 32u);
-  EXPECT_EQ(mul_mm(&value, 4, 4, 1, 1, &value, 4, 4, 1, 1, nullptr, 4, 4), 32u);
-  EXPECT_EQ(value, 7.0f);
+  EXPECT_EQ(32u, mul_mm(nullptr, 4, 4, 1, 1, &value, 4, 4, 1, 1, &value, 4, 4));
+  EXPECT_EQ(32u, mul_mm(&value, 4, 4, 1, 1, nullptr, 4, 4, 1, 1, &value, 4, 4));
+  EXPECT_EQ(32u, mul_mm(&value, 4, 4, 1, 1, &value, 4, 4, 1, 1, nullptr, 4, 4));
+  EXPECT_EQ(7.0f, value);
 }
 
 TEST(MatrixProduct, CarriesNansAndInfinities) {
@@ -226,7 +226,7 @@ TEST(MatrixProduct, CarriesNansAndInfinities) {
   const float a[2] = {1.0f, 0.0f};
   const float b[4] = {nan_value, infinity, 1.0f, infinity};
   float dst[2] = {};
-  ASSERT_EQ(mul_mm(a, 8, 4, 2, 1, b, 8, 4, 2, 2, dst, 8, 4), 0u);
+  ASSERT_EQ(0u, mul_mm(a, 8, 4, 2, 1, b, 8, 4, 2, 2, dst, 8, 4));
   EXPECT_TRUE(std::isnan(dst[0]));
   EXPECT_TRUE(std::isnan(dst[1]));  // infinity + 0 * infinity
 }
@@ -242,7 +242,7 @@ TEST(MatrixVectorProduct, EqualsThePlainRuleInEveryLayout) {
         strided_buffer dst(rows, 1, all_layouts[size_t(rows) % 7]);
         a.fill(random);
         x.fill(random);
-        ASSERT_EQ(multiply_vector(a, x, dst), 0u);
+        ASSERT_EQ(0u, multiply_vector(a, x, dst));
         expect_same(plain::product(a.packed(), x.packed(), size_t(rows), size_t(columns), 1), dst,
                     "vector");
       }
@@ -253,22 +253,22 @@ TEST(MatrixVectorProduct, EqualsThePlainRuleInEveryLayout) {
 TEST(MatrixVectorProduct, WithAVectorOfAnotherLengthIsRefusedAndWritesNothing) {
   const float values[4] = {};
   float dst = 7.0f;
-  EXPECT_EQ(mul_mv(values, 8, 4, 2, 1, values, 4, 3, &dst, 4), 32u);
-  EXPECT_EQ(mul_mv(values, 8, 4, 2, 0, values, 4, 3, &dst, 4), 32u);
-  EXPECT_EQ(dst, 7.0f);
+  EXPECT_EQ(32u, mul_mv(values, 8, 4, 2, 1, values, 4, 3, &dst, 4));
+  EXPECT_EQ(32u, mul_mv(values, 8, 4, 2, 0, values, 4, 3, &dst, 4));
+  EXPECT_EQ(7.0f, dst);
 }
 
 TEST(MatrixVectorProduct, WithoutRowsGivesZeroAndLooksAtNoPointer) {
-  EXPECT_EQ(mul_mv(nullptr, 8, 4, 2, 0, nullptr, 4, 2, nullptr, 4), 0u);
-  EXPECT_EQ(mul_mv(nullptr, 8, 4, 2, -5, nullptr, 4, 2, nullptr, 4), 0u);
+  EXPECT_EQ(0u, mul_mv(nullptr, 8, 4, 2, 0, nullptr, 4, 2, nullptr, 4));
+  EXPECT_EQ(0u, mul_mv(nullptr, 8, 4, 2, -5, nullptr, 4, 2, nullptr, 4));
 }
 
 TEST(MatrixVectorProduct, OfNullIsRefused) {
   float value = 7.0f;
-  EXPECT_EQ(mul_mv(nullptr, 4, 4, 1, 1, &value, 4, 1, &value, 4), 32u);
-  EXPECT_EQ(mul_mv(&value, 4, 4, 1, 1, nullptr, 4, 1, &value, 4), 32u);
-  EXPECT_EQ(mul_mv(&value, 4, 4, 1, 1, &value, 4, 1, nullptr, 4), 32u);
-  EXPECT_EQ(value, 7.0f);
+  EXPECT_EQ(32u, mul_mv(nullptr, 4, 4, 1, 1, &value, 4, 1, &value, 4));
+  EXPECT_EQ(32u, mul_mv(&value, 4, 4, 1, 1, nullptr, 4, 1, &value, 4));
+  EXPECT_EQ(32u, mul_mv(&value, 4, 4, 1, 1, &value, 4, 1, nullptr, 4));
+  EXPECT_EQ(7.0f, value);
 }
 
 }  // namespace

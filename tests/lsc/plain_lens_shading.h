@@ -12,22 +12,13 @@
 #include <string>
 #include <vector>
 
+#include "tests/kit/same_bits.h"
+
 namespace plain {
 
 using floats = std::vector<float>;
 
-/// Equal bits, or a NaN each: the sign and payload of a NaN are not defined.
-inline bool same(float a, float b) {
-  if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b);
-  return std::memcmp(&a, &b, sizeof a) == 0;
-}
-
-/// First index where the values differ, or `count`.
-inline size_t first_difference(const float* a, const float* b, size_t count) {
-  size_t i = 0;
-  while (i < count && same(a[i], b[i])) ++i;
-  return i;
-}
+using kit::first_difference;
 
 inline floats transpose(const floats& matrix, size_t rows, size_t columns) {
   floats result(matrix.size());

@@ -5,6 +5,7 @@
 #include <limits>
 #include <random>
 
+#include "tests/kit/same_bits.h"
 #include "tests/lsc/plain_lens_shading.h"
 
 namespace {
@@ -17,13 +18,13 @@ float minimum(const plain::floats& values) {
 }
 
 TEST(RunningMinimum, OfOneValueIsThatValue) {
-  EXPECT_EQ(minimum({3.0f}), 3.0f);
+  EXPECT_EQ(3.0f, minimum({3.0f}));
   EXPECT_TRUE(std::isnan(minimum({nan_value})));
 }
 
 TEST(RunningMinimum, LosesANanToTheNextValue) {
-  EXPECT_EQ(minimum({1.0f, nan_value, 5.0f}), 5.0f);
-  EXPECT_EQ(minimum({nan_value, 5.0f, 2.0f, 3.0f}), 2.0f);
+  EXPECT_EQ(5.0f, minimum({1.0f, nan_value, 5.0f}));
+  EXPECT_EQ(2.0f, minimum({nan_value, 5.0f, 2.0f, 3.0f}));
 }
 
 TEST(RunningMinimum, KeepsANanInTheLastPlaceOnly) {
@@ -35,7 +36,7 @@ TEST(RunningMinimum, KeepsANanInTheLastPlaceOnly) {
       if (place == count - 1) {
         EXPECT_TRUE(std::isnan(minimum(values))) << count;
       } else {
-        EXPECT_EQ(minimum(values), 4.0f) << count << " place " << place;
+        EXPECT_EQ(4.0f, minimum(values)) << count << " place " << place;
       }
     }
   }
@@ -52,7 +53,7 @@ TEST(RunningMinimum, EqualsThePlainRuleForRandomValuesWithAndWithoutNans) {
         if (round % 2 != 0 && random() % 16 == 0) v = nan_value;
         if (round % 5 == 0 && random() % 16 == 0) v = random() % 2 != 0 ? infinity : -infinity;
       }
-      EXPECT_TRUE(plain::same(minimum(values), plain::running_minimum(values))) << count;
+      EXPECT_TRUE(kit::same_bits(minimum(values), plain::running_minimum(values))) << count;
     }
   }
 }
@@ -60,17 +61,17 @@ TEST(RunningMinimum, EqualsThePlainRuleForRandomValuesWithAndWithoutNans) {
 TEST(PlaneNormalisation, DividesByTheMinimum) {
   plain::floats values = {2.0f, 4.0f, 3.0f};
   ASSERT_TRUE(qo::normalise_to_minimum(values.data(), values.size()));
-  EXPECT_EQ(values, (plain::floats{1.0f, 2.0f, 1.5f}));
+  EXPECT_EQ((plain::floats{1.0f, 2.0f, 1.5f}), values);
 }
 
 TEST(PlaneNormalisation, TurnsWhatIsNotAboveOneIntoOne) {
   // The NaN hides the 1 before it, so that the minimum is 2; both then end as 1.
   plain::floats values = {1.0f, nan_value, 2.0f, 8.0f};
   ASSERT_TRUE(qo::normalise_to_minimum(values.data(), values.size()));
-  EXPECT_EQ(values, (plain::floats{1.0f, 1.0f, 1.0f, 4.0f}));
+  EXPECT_EQ((plain::floats{1.0f, 1.0f, 1.0f, 4.0f}), values);
   values = {infinity, infinity};
   ASSERT_TRUE(qo::normalise_to_minimum(values.data(), values.size()));
-  EXPECT_EQ(values, (plain::floats{1.0f, 1.0f}));
+  EXPECT_EQ((plain::floats{1.0f, 1.0f}), values);
 }
 
 TEST(PlaneNormalisation, RefusesAMinimumThatIsNotAboveZeroAndLeavesThePlane) {
@@ -79,7 +80,7 @@ TEST(PlaneNormalisation, RefusesAMinimumThatIsNotAboveZeroAndLeavesThePlane) {
     values.back() = last;
     const plain::floats before = values;
     EXPECT_FALSE(qo::normalise_to_minimum(values.data(), values.size())) << last;
-    EXPECT_EQ(plain::first_difference(before.data(), values.data(), 19), 19u);
+    EXPECT_EQ(19u, plain::first_difference(before.data(), values.data(), 19));
   }
   plain::floats smallest = {std::numeric_limits<float>::denorm_min()};
   EXPECT_TRUE(qo::normalise_to_minimum(smallest.data(), 1));

@@ -40,8 +40,8 @@ plain::floats one_term(size_t term) {
 }
 
 TEST(PolynomialSurface, SamplesTheGridItselfWhenTheSizesAreEqual) {
-  EXPECT_EQ(sampled(one_term(1), 3, 2, 3, 2), (plain::floats{1, 2, 3, 1, 2, 3}));
-  EXPECT_EQ(sampled(one_term(2), 3, 2, 3, 2), (plain::floats{1, 1, 1, 2, 2, 2}));
+  EXPECT_EQ((plain::floats{1, 2, 3, 1, 2, 3}), sampled(one_term(1), 3, 2, 3, 2));
+  EXPECT_EQ((plain::floats{1, 1, 1, 2, 2, 2}), sampled(one_term(2), 3, 2, 3, 2));
 }
 
 TEST(PolynomialSurface, HasItsFifteenTermsInTheOrderOfTheDesignMatrix) {
@@ -56,11 +56,11 @@ TEST(PolynomialSurface, HasItsFifteenTermsInTheOrderOfTheDesignMatrix) {
 TEST(PolynomialSurface, SpansTheGridFromCornerToCorner) {
   const plain::floats x = sampled(one_term(1), 17, 13, 65, 49);
   const plain::floats y = sampled(one_term(2), 17, 13, 65, 49);
-  EXPECT_EQ(x[0], 1.0f);
-  EXPECT_EQ(x[64], 17.0f);
-  EXPECT_EQ(x[2], 1.5f);
-  EXPECT_EQ(y[0], 1.0f);
-  EXPECT_EQ(y[48 * 65], 13.0f);
+  EXPECT_EQ(1.0f, x[0]);
+  EXPECT_EQ(17.0f, x[64]);
+  EXPECT_EQ(1.5f, x[2]);
+  EXPECT_EQ(1.0f, y[0]);
+  EXPECT_EQ(13.0f, y[48 * 65]);
 }
 
 TEST(PolynomialSurface, EqualsThePlainRuleAtEverySize) {
@@ -75,8 +75,8 @@ TEST(PolynomialSurface, EqualsThePlainRuleAtEverySize) {
       const plain::floats expected =
           plain::surface(c, grid_width, grid_height, out_width, out_height);
       const plain::floats actual = sampled(c, grid_width, grid_height, out_width, out_height);
-      ASSERT_EQ(plain::first_difference(expected.data(), actual.data(), actual.size()),
-                actual.size())
+      ASSERT_EQ(actual.size(),
+                plain::first_difference(expected.data(), actual.data(), actual.size()))
           << out_width << " x " << out_height;
     }
   }
@@ -91,8 +91,8 @@ TEST(PolynomialSurface, EqualsThePlainRuleForExtremeCoefficientsAndEmptyGrids) {
       for (const uint16_t grid : std::initializer_list<uint16_t>{0, 1, 9}) {
         const plain::floats expected = plain::surface(c, grid, grid, 11, 7);
         const plain::floats actual = sampled(c, grid, grid, 11, 7);
-        ASSERT_EQ(plain::first_difference(expected.data(), actual.data(), actual.size()),
-                  actual.size());
+        ASSERT_EQ(actual.size(),
+                  plain::first_difference(expected.data(), actual.data(), actual.size()));
       }
       c[term] = kept;
     }
@@ -103,7 +103,7 @@ TEST(PolynomialSurface, OfLargeSidesKeepsItsPositionsExactInSinglePrecision) {
   const plain::floats c = one_term(1);
   const plain::floats expected = plain::surface(c, 255, 2, 65535, 2);
   const plain::floats actual = sampled(c, 255, 2, 65535, 2);
-  EXPECT_EQ(plain::first_difference(expected.data(), actual.data(), actual.size()), actual.size());
+  EXPECT_EQ(actual.size(), plain::first_difference(expected.data(), actual.data(), actual.size()));
 }
 
 TEST(PolynomialSurface, WithAnOutputSideOfOneIsNanEverywhere) {
@@ -123,7 +123,7 @@ TEST(PolynomialSurface, WithAnEmptyOutputOrANullPointerWritesNothing) {
   do_polynomial_upscale(nullptr, nullptr, 9, 9, 0, 0);
   do_polynomial_upscale(&sample, nullptr, 9, 9, 1, 1);
   do_polynomial_upscale(nullptr, c.data(), 9, 9, 1, 1);
-  EXPECT_EQ(sample, 7.0f);
+  EXPECT_EQ(7.0f, sample);
 }
 
 /// A call of the fit with arrays of exactly their sizes.
@@ -176,7 +176,7 @@ TEST(SurfaceFit, EqualsThePlainRuleForGridsUpTo40Times30) {
     for (uint16_t width = 1; width <= 40; width = uint16_t(width + 1 + width / 8)) {
       const plain::fit factors(width, height);
       surface_fit call(factors, 13, 9);
-      ASSERT_EQ(call.upscale(), 0u);
+      ASSERT_EQ(0u, call.upscale());
       for (size_t c = 0; c < 4; ++c)
         ASSERT_TRUE(call.equals(c, factors.upscale(call.grids[c], 13, 9)))
             << width << " x " << height << " channel " << c;
@@ -188,9 +188,8 @@ TEST(SurfaceFit, DoesNotReadTheRowIndex) {
   const plain::fit factors(6, 6);
   surface_fit call(factors, 4, 4);
   const guarded_array<int32_t> nothing(0);
-  EXPECT_EQ(lsc_polynomial_upscale_float(call.design_t.data(), call.lu.data(), nothing.data(),
-                                         call.source, call.destination, 6, 6, 4, 4, 15),
-            0u);
+  EXPECT_EQ(0u, lsc_polynomial_upscale_float(call.design_t.data(), call.lu.data(), nothing.data(),
+                                             call.source, call.destination, 6, 6, 4, 4, 15));
   EXPECT_TRUE(call.equals(0, factors.upscale(call.grids[0], 4, 4)));
 }
 
@@ -198,7 +197,7 @@ TEST(SurfaceFit, ReproducesAConstantGrid) {
   const plain::fit factors(17, 13);
   surface_fit call(factors, 65, 49);
   for (size_t c = 0; c < 4; ++c) std::fill(call.sources[c].begin(), call.sources[c].end(), 1.75f);
-  ASSERT_EQ(call.upscale(), 0u);
+  ASSERT_EQ(0u, call.upscale());
   double worst = 0;
   for (const guarded_array<float>& plane : call.planes)
     for (const float sample : plane) worst = std::max(worst, std::fabs(double(sample) - 1.75));
@@ -216,7 +215,7 @@ TEST(SurfaceFit, ReproducesAKnownQuartic) {
   for (size_t c = 0; c < 4; ++c)
     for (size_t i = 0; i < call.sources[c].size(); ++i)
       call.sources[c][i] = float(shading(double(i % 17) + 1, double(i / 17) + 1));
-  ASSERT_EQ(call.upscale(), 0u);
+  ASSERT_EQ(0u, call.upscale());
   double worst = 0;
   for (size_t r = 0; r < 49; ++r)
     for (size_t k = 0; k < 65; ++k)
@@ -235,7 +234,7 @@ TEST(SurfaceFit, WithFewerTermsLeavesTheOtherCoefficientsZero) {
   factors.a_t = plain::transpose(narrow, 30, 3);
   factors.lu = plain::factors(plain::product(factors.a_t, narrow, 3, 30, 3), 3);
   surface_fit call(factors, 11, 8);
-  ASSERT_EQ(call.upscale(3), 0u);
+  ASSERT_EQ(0u, call.upscale(3));
   for (size_t c = 0; c < 4; ++c) {
     plain::floats coefficients =
         plain::solve(factors.lu, plain::product(factors.a_t, call.grids[c], 3, 30, 1), 3);
@@ -247,7 +246,7 @@ TEST(SurfaceFit, WithFewerTermsLeavesTheOtherCoefficientsZero) {
 TEST(SurfaceFit, WithoutTermsSamplesTheZeroSurface) {
   const plain::fit factors(6, 5);
   surface_fit call(factors, 11, 8);
-  ASSERT_EQ(call.upscale(0), 0u);
+  ASSERT_EQ(0u, call.upscale(0));
   for (size_t c = 0; c < 4; ++c) EXPECT_TRUE(call.equals(c, plain::floats(88, 0.0f)));
 }
 
@@ -263,7 +262,7 @@ TEST(SurfaceFit, WithMoreTermsSamplesTheFirstFifteen) {
   factors.a_t = plain::transpose(wide, samples, count);
   factors.lu = plain::factors(plain::product(factors.a_t, wide, count, samples, count), count);
   surface_fit call(factors, 9, 9);
-  ASSERT_EQ(call.upscale(count), 0u);
+  ASSERT_EQ(0u, call.upscale(count));
   const plain::floats coefficients = plain::solve(
       factors.lu, plain::product(factors.a_t, call.grids[2], count, samples, 1), count);
   EXPECT_TRUE(call.equals(2, plain::surface(coefficients, 7, 6, 9, 9)));
@@ -273,21 +272,19 @@ TEST(SurfaceFit, OfASingularMatrixSucceedsWithWhatTheDivisionsGive) {
   plain::fit factors(6, 6);
   factors.lu.assign(factors.lu.size(), 0.0f);
   surface_fit call(factors, 4, 4);
-  ASSERT_EQ(call.upscale(), 0u);
+  ASSERT_EQ(0u, call.upscale());
   for (const float sample : call.planes[0]) EXPECT_FALSE(std::isfinite(sample));
 }
 
 TEST(SurfaceFit, WithAnEmptyOutputSucceedsAndLooksAtNoPointer) {
-  EXPECT_EQ(
-      lsc_polynomial_upscale_float(nullptr, nullptr, nullptr, nullptr, nullptr, 9, 9, 0, 5, 15),
-      0u);
-  EXPECT_EQ(
-      lsc_polynomial_upscale_float(nullptr, nullptr, nullptr, nullptr, nullptr, 9, 9, 5, 0, 15),
-      0u);
+  EXPECT_EQ(0u, lsc_polynomial_upscale_float(nullptr, nullptr, nullptr, nullptr, nullptr, 9, 9, 0,
+                                             5, 15));
+  EXPECT_EQ(0u, lsc_polynomial_upscale_float(nullptr, nullptr, nullptr, nullptr, nullptr, 9, 9, 5,
+                                             0, 15));
   const plain::fit factors(6, 6);
   surface_fit call(factors, 4, 4);
   call.out_width = 0;
-  EXPECT_EQ(call.upscale(), 0u);
+  EXPECT_EQ(0u, call.upscale());
   EXPECT_TRUE(call.is_untouched(0));
 }
 
@@ -295,7 +292,7 @@ TEST(SurfaceFit, OfAnEmptyGridFitsZero) {
   plain::fit factors(6, 6);
   surface_fit call(factors, 4, 4);
   call.grid_width = 0;
-  ASSERT_EQ(call.upscale(), 0u);
+  ASSERT_EQ(0u, call.upscale());
   EXPECT_TRUE(call.equals(0, plain::floats(16, 0.0f)));
 }
 
@@ -304,25 +301,22 @@ TEST(SurfaceFit, OfNullIsRefusedAndWritesNothing) {
   surface_fit call(factors, 4, 4);
   const float* const a_t = call.design_t.data();
   const float* const lu = call.lu.data();
-  EXPECT_EQ(lsc_polynomial_upscale_float(nullptr, lu, nullptr, call.source, call.destination, 6, 6,
-                                         4, 4, 15),
-            2u);
-  EXPECT_EQ(lsc_polynomial_upscale_float(a_t, nullptr, nullptr, call.source, call.destination, 6, 6,
-                                         4, 4, 15),
-            2u);
-  EXPECT_EQ(
-      lsc_polynomial_upscale_float(a_t, lu, nullptr, nullptr, call.destination, 6, 6, 4, 4, 15),
-      2u);
-  EXPECT_EQ(lsc_polynomial_upscale_float(a_t, lu, nullptr, call.source, nullptr, 6, 6, 4, 4, 15),
-            2u);
+  EXPECT_EQ(2u, lsc_polynomial_upscale_float(nullptr, lu, nullptr, call.source, call.destination, 6,
+                                             6, 4, 4, 15));
+  EXPECT_EQ(2u, lsc_polynomial_upscale_float(a_t, nullptr, nullptr, call.source, call.destination,
+                                             6, 6, 4, 4, 15));
+  EXPECT_EQ(2u, lsc_polynomial_upscale_float(a_t, lu, nullptr, nullptr, call.destination, 6, 6, 4,
+                                             4, 15));
+  EXPECT_EQ(2u,
+            lsc_polynomial_upscale_float(a_t, lu, nullptr, call.source, nullptr, 6, 6, 4, 4, 15));
   for (size_t c = 0; c < 4; ++c) {
     const float* const source = call.source[c];
     call.source[c] = nullptr;
-    EXPECT_EQ(call.upscale(), 2u);
+    EXPECT_EQ(2u, call.upscale());
     call.source[c] = source;
     float* const destination = call.destination[c];
     call.destination[c] = nullptr;
-    EXPECT_EQ(call.upscale(), 2u);
+    EXPECT_EQ(2u, call.upscale());
     call.destination[c] = destination;
   }
   for (size_t c = 0; c < 4; ++c) EXPECT_TRUE(call.is_untouched(c));
@@ -333,7 +327,7 @@ TEST(SurfaceFit, OfAGridBeyondTwoGigabytesIsRefused) {
   surface_fit call(factors, 4, 4);
   call.grid_width = 65535;
   call.grid_height = 8193;
-  EXPECT_EQ(call.upscale(), 2u);
+  EXPECT_EQ(2u, call.upscale());
   EXPECT_TRUE(call.is_untouched(0));
 }
 
@@ -353,7 +347,7 @@ TEST(SurfaceFit, WithoutMemoryKeepsThePlanesOfEarlierChannels) {
         EXPECT_TRUE(call.is_untouched(c));
       }
     }
-    EXPECT_EQ(ledger.live_blocks(), 0u);
+    EXPECT_EQ(0u, ledger.live_blocks());
   }
 }
 

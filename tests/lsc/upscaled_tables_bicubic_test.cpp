@@ -12,6 +12,7 @@
 #include "tests/image_utils/bicubic_reference.h"
 #include "tests/kit/allocation_ledger.h"
 #include "tests/kit/module_calibration.h"
+#include "tests/kit/same_bits.h"
 
 namespace {
 
@@ -66,11 +67,11 @@ std::vector<float> plain_plane(const std::vector<uint32_t>& raw, int grid_w, int
       const std::vector<float> expected =
           plain_plane(module.raw(set, channel), grid_w, grid_h, out_w, out_h, divisor, orientation);
       const float* const plane = tables->gain_tables[set] + channel * samples;
-      for (size_t i = 0; i < samples; ++i)
-        if (memcmp(&expected[i], plane + i, sizeof(float)) != 0)
-          return ::testing::AssertionFailure()
-                 << "set " << set << " channel " << channel << " sample " << i << ": expected "
-                 << expected[i] << ", got " << plane[i];
+      const size_t i = kit::first_difference(expected.data(), plane, samples);
+      if (i != samples)
+        return ::testing::AssertionFailure()
+               << "set " << set << " channel " << channel << " sample " << i << ": expected "
+               << expected[i] << ", got " << plane[i];
     }
   return ::testing::AssertionSuccess();
 }
@@ -106,8 +107,8 @@ TEST(BicubicTables, TurnRawValuesIntoGainsWithoutNormalising) {
   module_calibration words(1, 4, 3, 10, flat(512));
   for (module_calibration* const module : {&bytes, &words}) {
     const tables_ptr tables = build(10, 8, *module);
-    ASSERT_NE(tables, nullptr);
-    for (size_t i = 0; i < 4 * 10 * 8; ++i) ASSERT_EQ(tables->gain_tables[0][i], 1.5f);
+    ASSERT_NE(nullptr, tables);
+    for (size_t i = 0; i < 4 * 10 * 8; ++i) ASSERT_EQ(1.5f, tables->gain_tables[0][i]);
   }
 }
 
@@ -150,7 +151,7 @@ TEST(BicubicTables, MayLieBelowOneWhereTheSplineSwingsBelowZero) {
   module_calibration module(
       1, 4, 2, 8, [](size_t, size_t, size_t, size_t column) { return column < 2 ? 0u : 255u; });
   const tables_ptr tables = build(7, 2, module);
-  ASSERT_NE(tables, nullptr);
+  ASSERT_NE(nullptr, tables);
   EXPECT_EQ(tables->gain_tables[0][1], -255.0f / 16 / 256 + 1.0f);
 }
 
@@ -167,7 +168,7 @@ TEST(BicubicTables, OfSidesOf256StayZero) {
   for (const auto& [w, h] : sizes)
     for (uint32_t orientation = 0; orientation <= 3; ++orientation) {
       const tables_ptr tables = build(w, h, module, orientation);
-      ASSERT_NE(tables, nullptr);
+      ASSERT_NE(nullptr, tables);
       const float* const block = tables->gain_tables[0];
       EXPECT_TRUE(std::all_of(block, block + size_t{4} * w * h, [](float v) { return v == 0.0f; }))
           << w << " x " << h << " orientation " << orientation;
@@ -188,7 +189,7 @@ TEST(BicubicTables, Of300By10HoldOnlyTheFirst440SamplesOfAPlane) {
   module_calibration module(1, 4, 3, 8, [](size_t, size_t, size_t, size_t) { return 64u; });
   for (uint32_t orientation = 0; orientation <= 3; ++orientation) {
     const tables_ptr tables = build(300, 10, module, orientation);
-    ASSERT_NE(tables, nullptr);
+    ASSERT_NE(nullptr, tables);
     for (size_t channel = 0; channel < 4; ++channel)
       for (size_t i = 0; i < 3000; ++i)
         ASSERT_EQ(tables->gain_tables[0][channel * 3000 + i], i < 44 * 10 ? 1.25f : 0.0f) << i;
@@ -199,10 +200,10 @@ TEST(BicubicTables, OfAnUnknownOrientationAreZero) {
   module_calibration module(2, 5, 4, 8, uneven);
   for (const uint32_t orientation : {4u, 5u, 256u, 0x10000u, UINT32_MAX}) {
     const tables_ptr tables = build(12, 10, module, orientation);
-    ASSERT_NE(tables, nullptr) << orientation;
-    ASSERT_EQ(tables->table_count, 2);
+    ASSERT_NE(nullptr, tables) << orientation;
+    ASSERT_EQ(2, tables->table_count);
     for (size_t set = 0; set < 2; ++set)
-      for (size_t i = 0; i < 4 * 120; ++i) ASSERT_EQ(tables->gain_tables[set][i], 0.0f);
+      for (size_t i = 0; i < 4 * 120; ++i) ASSERT_EQ(0.0f, tables->gain_tables[set][i]);
   }
 }
 
@@ -212,16 +213,16 @@ TEST(BicubicTables, OfNoSetsAreAnEmptyRecordButNeedTheArrayOfSets) {
   module.object().lsc_sets = &unused;
   kit::allocation_ledger ledger;
   tables_ptr tables = build(12, 10, module, 99);
-  ASSERT_NE(tables, nullptr);
-  EXPECT_EQ(tables->table_count, 0);
-  EXPECT_EQ(ledger.live_blocks(), 2u);  // the record and its array; the working planes are gone
+  ASSERT_NE(nullptr, tables);
+  EXPECT_EQ(0, tables->table_count);
+  EXPECT_EQ(2u, ledger.live_blocks());  // the record and its array; the working planes are gone
   tables.reset();
-  EXPECT_EQ(ledger.live_blocks(), 0u);
+  EXPECT_EQ(0u, ledger.live_blocks());
   // Not even the grid's size is looked at.
   module.object().lsc_grid_width = 0;
-  EXPECT_NE(build(12, 10, module), nullptr);
+  EXPECT_NE(nullptr, build(12, 10, module));
   module.object().lsc_sets = nullptr;
-  EXPECT_EQ(build(12, 10, module), nullptr);
+  EXPECT_EQ(nullptr, build(12, 10, module));
 }
 
 TEST(BicubicTables, OfSetsOfDifferentElementWidthsAreEachConverted) {
@@ -234,7 +235,7 @@ TEST(BicubicTables, OfSetsOfDifferentElementWidthsAreEachConverted) {
   const tables_ptr tables(compute_upscaled_lsc_tables_bicubic(11, 9, &both, 1));
   const tables_ptr of_bytes = build(11, 9, bytes, 1);
   const tables_ptr of_words = build(11, 9, words, 1);
-  ASSERT_NE(tables, nullptr);
+  ASSERT_NE(nullptr, tables);
   const size_t size = 4 * 11 * 9 * sizeof(float);
   EXPECT_EQ(0, memcmp(tables->gain_tables[0], of_bytes->gain_tables[0], size));
   EXPECT_EQ(0, memcmp(tables->gain_tables[1], of_words->gain_tables[0], size));
@@ -246,45 +247,45 @@ TEST(BicubicTables, TakeTheLowSixteenBitsOfTheSizes) {
   module_calibration module(1, 5, 4, 8, uneven);
   EXPECT_TRUE(matches(build(0x10000 + 12, 0xabc0000 + 10, module).get(), module, 1, 5, 4, 12, 10,
                       256.0f, 0));
-  EXPECT_EQ(build(0x10000, 10, module), nullptr);
-  EXPECT_EQ(build(10, 0x20000, module), nullptr);
+  EXPECT_EQ(nullptr, build(0x10000, 10, module));
+  EXPECT_EQ(nullptr, build(10, 0x20000, module));
 }
 
 TEST(BicubicTables, FailWithoutASizeACalibrationItsSetsOrOneOfItsGrids) {
   kit::allocation_ledger ledger;
-  EXPECT_EQ(compute_upscaled_lsc_tables_bicubic(10, 10, nullptr, 0), nullptr);
+  EXPECT_EQ(nullptr, compute_upscaled_lsc_tables_bicubic(10, 10, nullptr, 0));
   module_calibration module(2, 5, 4, 8, uneven);
-  EXPECT_EQ(build(0, 10, module), nullptr);
-  EXPECT_EQ(build(10, 0, module), nullptr);
+  EXPECT_EQ(nullptr, build(0, 10, module));
+  EXPECT_EQ(nullptr, build(10, 0, module));
   for (size_t set = 0; set < 2; ++set)
     for (size_t channel = 0; channel < 4; ++channel) {
       const void* const grid = module.set(set).channel_tables[channel];
       module.set(set).channel_tables[channel] = nullptr;
-      EXPECT_EQ(build(10, 10, module), nullptr);
+      EXPECT_EQ(nullptr, build(10, 10, module));
       module.set(set).channel_tables[channel] = grid;
     }
-  EXPECT_EQ(ledger.allocations(), 0u);
-  EXPECT_NE(build(10, 10, module), nullptr);
+  EXPECT_EQ(0u, ledger.allocations());
+  EXPECT_NE(nullptr, build(10, 10, module));
   module.object().lsc_sets = nullptr;
-  EXPECT_EQ(build(10, 10, module), nullptr);
-  EXPECT_EQ(ledger.live_blocks(), 0u);
+  EXPECT_EQ(nullptr, build(10, 10, module));
+  EXPECT_EQ(0u, ledger.live_blocks());
 }
 
 TEST(BicubicTables, FailWhenTheUpscalerRefusesTheSizes) {
   kit::allocation_ledger ledger;
   module_calibration module(2, 5, 4, 8, uneven);
-  EXPECT_EQ(build(4, 10, module), nullptr);
-  EXPECT_EQ(build(10, 3, module), nullptr);
-  EXPECT_EQ(build(1, 1, module), nullptr);
-  EXPECT_NE(build(5, 4, module), nullptr);
+  EXPECT_EQ(nullptr, build(4, 10, module));
+  EXPECT_EQ(nullptr, build(10, 3, module));
+  EXPECT_EQ(nullptr, build(1, 1, module));
+  EXPECT_NE(nullptr, build(5, 4, module));
   const uint8_t grids[][2] = {{0, 4}, {5, 0}, {0, 0}, {1, 4}, {5, 1}};
   for (const auto& [w, h] : grids) {
     module.object().lsc_grid_width = w;
     module.object().lsc_grid_height = h;
-    EXPECT_EQ(build(10, 10, module), nullptr) << int{w} << " x " << int{h};
+    EXPECT_EQ(nullptr, build(10, 10, module)) << int{w} << " x " << int{h};
   }
-  EXPECT_EQ(ledger.live_blocks(), 0u);
-  EXPECT_EQ(ledger.bad_releases(), 0u);
+  EXPECT_EQ(0u, ledger.live_blocks());
+  EXPECT_EQ(0u, ledger.bad_releases());
 }
 
 TEST(BicubicTables, LeaveNothingBehindWhicheverAllocationFails) {
@@ -297,18 +298,18 @@ TEST(BicubicTables, LeaveNothingBehindWhicheverAllocationFails) {
     const size_t failures = ledger.failures();
     const tables_ptr tables = build(12, 10, module);
     if (ledger.failures() == failures) {
-      EXPECT_NE(tables, nullptr);
-      EXPECT_EQ(ledger.live_blocks(), 5u);  // the record, its array, three blocks
+      EXPECT_NE(nullptr, tables);
+      EXPECT_EQ(5u, ledger.live_blocks());  // the record, its array, three blocks
       EXPECT_EQ(ledger.live_bytes(), 16u + 3 * 8 + 3 * 4 * 12 * 10 * 4);
       break;
     }
-    EXPECT_EQ(tables, nullptr) << "after " << successes;
-    EXPECT_EQ(ledger.live_blocks(), 0u) << "after " << successes;
+    EXPECT_EQ(nullptr, tables) << "after " << successes;
+    EXPECT_EQ(0u, ledger.live_blocks()) << "after " << successes;
   }
   // Four planes, the record, its array, and for each set its block and two of the upscaler.
   EXPECT_EQ(successes, 4u + 2 + 3 * 3);
-  EXPECT_EQ(ledger.live_blocks(), 0u);
-  EXPECT_EQ(ledger.bad_releases(), 0u);
+  EXPECT_EQ(0u, ledger.live_blocks());
+  EXPECT_EQ(0u, ledger.bad_releases());
 }
 
 }  // namespace

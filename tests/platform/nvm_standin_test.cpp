@@ -5,6 +5,7 @@
 #include "qo_nvm.h"
 #include "tests/kit/allocation_ledger.h"
 #include "tests/kit/guarded_buffer.h"
+#include "tests/kit/row_name.h"
 #include "writer/nvm_writer.h"
 
 namespace {
@@ -175,8 +176,7 @@ class RefusedImage : public testing::TestWithParam<refused_case> {};
 
 TEST_P(RefusedImage, LeavesTheHandleNull) { EXPECT_TRUE(parsed_image(GetParam().image).refused()); }
 
-INSTANTIATE_TEST_SUITE_P(Fields, RefusedImage, testing::ValuesIn(refused),
-                         [](const auto& parameter) { return std::string(parameter.param.name); });
+INSTANTIATE_TEST_SUITE_P(Fields, RefusedImage, testing::ValuesIn(refused), kit::row_name);
 
 TEST(NvmImage, CutAtAnyLengthIsRefused) {
   const bytes whole = writer::nvm_image({.columns = 3, .rows = 2, .grid = writer::nvm_grid{}});

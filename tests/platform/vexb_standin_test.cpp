@@ -4,6 +4,7 @@
 
 #include "qo_vexb_parser.h"
 #include "tests/kit/guarded_buffer.h"
+#include "tests/kit/row_name.h"
 #include "writer/records.h"
 
 namespace {
@@ -128,8 +129,7 @@ TEST_P(RefusedRecord, StaysAsItWas) {
   EXPECT_TRUE(record.unchanged());
 }
 
-INSTANTIATE_TEST_SUITE_P(Places, RefusedRecord, testing::ValuesIn(refused),
-                         [](const auto& parameter) { return std::string(parameter.param.name); });
+INSTANTIATE_TEST_SUITE_P(Places, RefusedRecord, testing::ValuesIn(refused), kit::row_name);
 
 TEST(Blocks, GetTheAddressesOfTheirArrays) {
   placed_record record(writer::record_34());

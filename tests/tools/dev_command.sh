@@ -37,7 +37,7 @@ refuses() {
 here ./dev help | grep '^Usage: ./dev COMMAND$' >/dev/null || report 'no usage'
 refuses "unknown command 'tset'" tset
 refuses 'clean takes no argument' clean all
-refuses "no preset is named 'resize'; there are: asan clang debug release." test resize
+refuses "no preset is named 'resize'; there are: aarch64 asan clang debug release." test resize
 refuses "no preset is named 'base'" test base
 refuses 'a preset and a regular expression, no more' test release a b
 [[ ! -e build ]] || report 'wrong arguments make a build folder'

@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 
+#include "cmc_parser/records/kinds.h"
 #include "qo_cmc/parser.h"
 #include "tests/kit/allocation_ledger.h"
 #include "writer/container_writer.h"
@@ -33,10 +34,9 @@ TEST(SampleModule, HasTheSameBytesEachTime) {
 }
 
 TEST(SampleModule, HoldsEachKindThatHasASlotAndForeignOnes) {
-  std::set<uint16_t> wanted = {1,  2,  3,  5,  6,  7,  8,  9,  10, 11,  13,  14,  15,
-                               16, 17, 18, 19, 20, 21, 22, 23, 24, 25,  26,  27,  28,
-                               29, 30, 31, 32, 33, 34, 35, 36, 64, 300, 722, 1000};
-  EXPECT_EQ(wanted, kinds_in(sample_container()));
+  std::set<uint16_t> wanted = {64, 300, 722, 1000};
+  wanted.insert(std::begin(qo::record_kinds), std::end(qo::record_kinds));
+  EXPECT_EQ(wanted, kinds_in(sample_container())) << "sample_module.cpp lacks a kind";
   wanted.erase(34);
   EXPECT_EQ(wanted, kinds_in(sample_container(record_34_choice::synthesised)));
 }

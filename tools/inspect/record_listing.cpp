@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 
 namespace {
@@ -23,8 +24,9 @@ uint32_t sum_of_words(const std::vector<uint8_t>& image, size_t offset) {
   return sum;
 }
 
-/// The address in the slot that shows whether a record of this kind was taken.
-const void* slot_of(const parsed_cmc& cmc, uint16_t id) {
+/// The address in the slot that shows whether a record of this kind was taken; none for a kind that
+/// is not listed here.
+std::optional<const void*> slot_of(const parsed_cmc& cmc, uint16_t id) {
   switch (id) {
     case 1:
       return cmc.general.record;
@@ -93,7 +95,7 @@ const void* slot_of(const parsed_cmc& cmc, uint16_t id) {
     case 36:
       return cmc.record_36;
     default:
-      return nullptr;
+      return std::nullopt;
   }
 }
 
@@ -106,7 +108,7 @@ std::string fate_of(const uint8_t* record, const record_header& header, parsed_c
   void* const copy = std::malloc(header.size);
   if (copy == nullptr) return "no memory for a copy";
   std::memcpy(copy, record, header.size);
-  const bool was_filled = slot_of(cmc, header.id) != nullptr;
+  const bool was_filled = slot_of(cmc, header.id).value_or(nullptr) != nullptr;
   const bool had_lens_shading = cmc.lens_shading != nullptr;
   const uint32_t code = cmc_parse(copy, &cmc, nullptr);
   if (code != QO_CMC_OK) {
@@ -114,9 +116,10 @@ std::string fate_of(const uint8_t* record, const record_header& header, parsed_c
     return "refused, code " + std::to_string(code);
   }
   if (was_filled && gives_way(header.id)) return "released: the slot is taken";
-  const void* const slot = slot_of(cmc, header.id);
-  if (slot == nullptr) return "malformed or empty: the slot is empty";
-  std::string fate = slot == copy ? "kept" : "converted";
+  const std::optional<const void*> slot = slot_of(cmc, header.id);
+  if (!slot) return "taken by the parser; which slot it fills is not known here";
+  if (*slot == nullptr) return "malformed or empty: the slot is empty";
+  std::string fate = *slot == copy ? "kept" : "converted";
   if (header.id == 27) fate = "converted, its copy kept";
   if (header.id == 10)
     fate += had_lens_shading ? "; lens_shading is taken" : "; lens_shading built from it";

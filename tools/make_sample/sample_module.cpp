@@ -143,7 +143,7 @@ std::vector<bytes> records_kept() {
           writer::record_21()};
 }
 
-/// The records of kinds 22 to 36, but for the lens-shading tables and kind 34.
+/// The records of kinds from 22 on, but for the lens-shading tables and kind 34.
 std::vector<bytes> records_converted() {
   return {
       writer::record_22({.width = 5, .height = 4, .grid_entries = 3, .items = 2}),

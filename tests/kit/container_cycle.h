@@ -69,12 +69,20 @@ inline cycle run_cycle(allocation_ledger& ledger, const std::vector<uint8_t>& im
     EXPECT_EQ(nullptr, cmc->unused_6);
     EXPECT_EQ(nullptr, cmc->unused_7);
     result.tour = tour_of(*cmc);
+    slot_words slots;
+    memcpy(slots.data(), cmc, sizeof slots);
+    for (size_t i = 0; i < slots.size(); ++i) {
+      const auto* const block = reinterpret_cast<const void*>(slots[i]);
+      EXPECT_TRUE(!ledger.holds(block) || result.tour.owns(block))
+          << "slot " << i + 1 << " owns a block that tests/kit/slot_tour.cpp does not visit";
+    }
     std::vector<const void*> owned = result.tour.owned;
     for (const void* const block : owned) EXPECT_TRUE(ledger.holds(block));
     std::sort(owned.begin(), owned.end());
     EXPECT_EQ(owned.end(), std::adjacent_find(owned.begin(), owned.end())) << "two owners";
     qo_cmc_parser_deinit(cmc);
-    EXPECT_EQ(live, result.tour.owned.size() + 1 + ledger.live_blocks());
+    EXPECT_EQ(live, result.tour.owned.size() + 1 + ledger.live_blocks())
+        << "teardown released other blocks than tests/kit/slot_tour.cpp visits";
   }
   result.left_blocks = ledger.live_blocks();
   result.left_bytes = ledger.live_bytes();
@@ -127,7 +135,8 @@ inline allowed_leaks replay_records(allocation_ledger& ledger, const std::vector
       EXPECT_FALSE(owned) << "kind " << kind;
       ledger.release(copy);
     } else if (!owned && ledger.holds(copy)) {
-      EXPECT_TRUE(forgets_short_records(kind)) << "kind " << kind;
+      EXPECT_TRUE(forgets_short_records(kind))
+          << "kind " << kind << " is not among those that forget a copy by contract";
       leaked(size);
     }
     if (earlier_34 && earlier_34 != cmc->record_34) leaked(earlier_34->size);

@@ -15,6 +15,8 @@
 
 #include "qo_cmc/parser.h"
 #include "tests/kit/allocation_ledger.h"
+#include "tests/kit/row_name.h"
+#include "tests/kit/slot_tour.h"
 #include "writer/container_writer.h"
 
 namespace kit {
@@ -31,6 +33,9 @@ inline std::ostream& operator<<(std::ostream& out, copy_fate fate) {
   static constexpr const char* names[] = {"kept", "released", "leaked", "left_to_caller", "lost"};
   return out << names[static_cast<size_t>(fate)];
 }
+
+/// What a decoder logs of an allocation that it needed and did not get.
+inline constexpr const char* null_destination_message = "memcpy_s: nullptr received\n";
 
 /// What one call of cmc_parse() did.
 struct decoded {
@@ -54,9 +59,6 @@ inline writer::bytes bytes_at(const void* memory, size_t size) {
   return writer::bytes().raw(memory, size);
 }
 
-/// Names the instances of a table-driven test after their rows.
-inline constexpr auto row_name = [](const auto& row) { return std::string(row.param.name); };
-
 /// Owns a zeroed parsed CMC and the ledger of the library's blocks. At its end it releases what
 /// the library leaked or left to its caller, tears the parsed CMC down, and expects that no block
 /// is left and that nothing was released twice. One can exist at a time; a loop may make one for
@@ -75,7 +77,8 @@ class decoder_fixture {
       EXPECT_TRUE(ledger_.holds(block)) << "a leaked copy was released after all";
       if (ledger_.holds(block)) ledger_.release(block);
     }
-    EXPECT_EQ(0u, ledger_.live_blocks()) << "blocks are left after teardown";
+    EXPECT_EQ(0u, ledger_.live_blocks())
+        << "blocks are left after teardown: is the kind's release in cmc_parser/teardown.cpp?";
     EXPECT_EQ(0u, ledger_.bad_releases());
   }
 
@@ -93,20 +96,19 @@ class decoder_fixture {
   }
 
   parsed_cmc& cmc() { return *cmc_; }
+  const parsed_cmc& cmc() const { return *cmc_; }
   allocation_ledger& ledger() { return ledger_; }
 
-  /// The slots as numbers: slot k, counted from 1, is element k - 1.
-  std::array<uint64_t, 62> slots() const {
-    std::array<uint64_t, 62> words;
-    static_assert(sizeof words == sizeof(parsed_cmc));
+  slot_words slots() const {
+    slot_words words;
     memcpy(words.data(), cmc_, sizeof words);
     return words;
   }
   /// Whether the given slots have these values and every other one is zero bytes.
   testing::AssertionResult holds_only(const std::vector<slot_value>& expected) const {
-    std::array<uint64_t, 62> wanted{};
+    slot_words wanted{};
     for (const slot_value& entry : expected) wanted.at(entry.slot - 1) = entry.value;
-    const std::array<uint64_t, 62> words = slots();
+    const slot_words words = slots();
     for (size_t i = 0; i < words.size(); ++i)
       if (words[i] != wanted[i])
         return testing::AssertionFailure() << "slot " << std::dec << i + 1 << " is " << std::hex
@@ -130,7 +132,7 @@ class decoder_fixture {
     return stored(block) ? copy_fate::kept : copy_fate::leaked;
   }
   bool stored(const uint8_t* block) const {
-    const std::array<uint64_t, 62> words = slots();
+    const slot_words words = slots();
     if (std::find(words.begin(), words.end(), reinterpret_cast<uintptr_t>(block)) != words.end())
       return true;
     // Record 27's slot holds a structure that owns the copy.
