@@ -37,11 +37,14 @@ class contest {
   static constexpr const char* operations_name = "operations";
   static constexpr const char* work_name = "bound";
   [[nodiscard]] static bool is_peer(const std::string& name);
+  [[nodiscard]] static bool is_onlooker(const std::string& name) { return name[0] == '('; }
   [[nodiscard]] static bool is_bound(const std::string& name);
 
   void ours(job run) { add(ours_name, std::move(run)); }
   void scalar(job run) { add(scalar_name, std::move(run)); }
   void peer(const std::string& name, job run) { add(name, std::move(run)); }
+  /// Who does it with samples of another type that happen to be as long: shown, but no rival.
+  void onlooker(const std::string& name, job run) { add("(" + name + ")", std::move(run)); }
 
   /// Physical bounds; the larger one counts. Bytes are those read and those written, each once, and
   /// the clock runs for a plain copy that moves as many. Operations are additions or products in

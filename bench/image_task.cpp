@@ -54,4 +54,17 @@ void add_image_peers(contest& held, const image_task& task) {
 #endif
 }
 
+void add_onlookers(contest& held, const image_task& task) {
+  (void)held;
+  (void)task;
+#ifdef QO_BENCH_LIBYUV
+  held.onlooker("libyuv", libyuv_four_byte_job(task));
+#endif
+#ifdef QO_BENCH_ZIMG
+  image_task of_floats = task;
+  of_floats.from = of_floats.to = sample::f32;
+  held.onlooker("zimg", zimg_image_job(of_floats));
+#endif
+}
+
 }  // namespace bench

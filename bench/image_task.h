@@ -37,10 +37,14 @@ struct image_task {
 
 /// All that are built in and can do it, in memory of their own.
 void add_image_peers(contest& held, const image_task& task);
+/// For copies of 32-bit samples: those that have floats or pixels of four bytes as long.
+void add_onlookers(contest& held, const image_task& task);
 
 /// One each; empty for what the peer cannot do.
 [[nodiscard]] job opencv_image_job(const image_task& task);
 [[nodiscard]] job libyuv_image_job(const image_task& task);
+/// Nearest neighbour of pixels of four bytes.
+[[nodiscard]] job libyuv_four_byte_job(const image_task& task);
 [[nodiscard]] job zimg_image_job(const image_task& task);
 [[nodiscard]] job swscale_image_job(const image_task& task);
 

@@ -33,8 +33,8 @@ void limit(row_table table) {
 }  // namespace
 
 job libyuv_image_job(const image_task& task) {
-  if (task.how == method::cubic || task.from != task.to || task.from == sample::f32) return nullptr;
-  if (task.from == sample::u32 && task.how != method::nearest) return nullptr;
+  if (task.how == method::cubic || task.from != task.to) return nullptr;
+  if (bytes_of(task.from) > 2) return nullptr;
   limit(selected_rows());
   const plane src = with_noise(dense_plane(task.from, task.in.width, task.in.height));
   const plane dst = dense_plane(task.to, task.out.width, task.out.height);
@@ -53,16 +53,25 @@ job libyuv_image_job(const image_task& task) {
                              dst.as<uint8_t>(), out_width, out_width, out_height, filter);
         },
         dst, task.channel_step);
-  if (task.from == sample::u16)
-    return then_insert(
-        [=] {
-          libyuv::ScalePlane_16(src.as<uint16_t>() + first, in_width, region_width, region_height,
-                                dst.as<uint16_t>(), out_width, out_width, out_height, filter);
-        },
-        dst, task.channel_step);
+  return then_insert(
+      [=] {
+        libyuv::ScalePlane_16(src.as<uint16_t>() + first, in_width, region_width, region_height,
+                              dst.as<uint16_t>(), out_width, out_width, out_height, filter);
+      },
+      dst, task.channel_step);
+}
+
+job libyuv_four_byte_job(const image_task& task) {
+  limit(selected_rows());
+  const plane src = with_noise(dense_plane(sample::u32, task.in.width, task.in.height));
+  const plane dst = dense_plane(sample::u32, task.out.width, task.out.height);
+  const auto in_width = static_cast<int>(task.in.width);
+  const auto in_height = static_cast<int>(task.in.height);
+  const auto out_width = static_cast<int>(task.out.width);
+  const auto out_height = static_cast<int>(task.out.height);
   return [=] {
-    libyuv::ARGBScale(src.as<uint8_t>() + 4 * first, 4 * in_width, region_width, region_height,
-                      dst.as<uint8_t>(), 4 * out_width, out_width, out_height, filter);
+    libyuv::ARGBScale(src.as<uint8_t>(), 4 * in_width, in_width, in_height, dst.as<uint8_t>(),
+                      4 * out_width, out_width, out_height, libyuv::kFilterNone);
   };
 }
 

@@ -19,6 +19,14 @@ namespace {
 bench::rows every_row() {
   bench::rows all;
   bench::add_resize_rows(all);
+  bench::add_crop_rows(all);
+  bench::add_bicubic_rows(all);
+  bench::add_area_rows(all);
+  bench::add_nearest_rows(all);
+  bench::add_matrix_rows(all);
+  bench::add_fit_rows(all);
+  bench::add_correction_rows(all);
+  bench::add_parser_rows(all);
   return all;
 }
 

@@ -66,7 +66,7 @@ void print_line(row_table table, const row& timed_row, const std::vector<timed>&
   std::string all;
   for (const timed& each : times) {
     if (contest::is_bound(each.name)) bound = std::max(bound, each.nanoseconds);
-    if (contest::is_peer(each.name) &&
+    if (contest::is_peer(each.name) && !contest::is_onlooker(each.name) &&
         (best.nanoseconds == 0 || each.nanoseconds < best.nanoseconds))
       best = each;
     if (contest::is_bound(each.name) || contest::is_peer(each.name))

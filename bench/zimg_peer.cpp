@@ -59,6 +59,7 @@ zimg_graph_builder_params parameters_of(method how) {
 }  // namespace
 
 job zimg_image_job(const image_task& task) {
+  if (task.from == sample::u32 || task.to == sample::u32) return nullptr;
   zimg_image_format from = format_of(task.from, task.in);
   const zimg_image_format to = format_of(task.to, task.out);
   if (task.left != 0 || task.top != 0) {
