@@ -37,19 +37,12 @@ void contest::bound_by_operations(double operations) {
   add(operations_name, [count, run] { run(count); });
 }
 
-void contest::compare(const void* ours, const void* scalar, size_t bytes) {
-  results_.push_back({ours, scalar, bytes});
-}
-
-void contest::compare(const plane& ours, const plane& scalar) {
-  compare(ours.memory.get(), scalar.memory.get(), ours.bytes());
-}
-
 bool contest::agrees() const {
   for (const contender& each : contenders_)
     if (each.name == ours_name || each.name == scalar_name) each.run();
   for (const pair_of_results& each : results_)
-    if (std::memcmp(each.ours, each.scalar, each.bytes) != 0) return false;
+    if (std::memcmp(each.ours.memory.get(), each.scalar.memory.get(), each.ours.bytes()) != 0)
+      return false;
   return true;
 }
 

@@ -55,8 +55,7 @@ class contest {
   void bound_by_work(job run) { add(work_name, std::move(run)); }
 
   /// Ours and the scalar loop must agree in every bit before they are timed.
-  void compare(const void* ours, const void* scalar, size_t bytes);
-  void compare(const plane& ours, const plane& scalar);
+  void compare(const plane& ours, const plane& scalar) { results_.push_back({ours, scalar}); }
   /// Runs both; whether all that is to be compared is equal.
   [[nodiscard]] bool agrees() const;
 
@@ -66,9 +65,8 @@ class contest {
   void add(const std::string& name, job run);
 
   struct pair_of_results {
-    const void* ours;
-    const void* scalar;
-    size_t bytes;
+    plane ours;
+    plane scalar;
   };
   std::vector<contender> contenders_;
   std::vector<pair_of_results> results_;

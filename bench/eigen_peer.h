@@ -22,7 +22,7 @@ struct eigen_variant {
   job (*transpose)(const matrix_task& task);
   job (*factors)(size_t side);
   /// Design matrix, its transpose, the normal matrix and its factors.
-  job (*normal_equations)(size_t grid_width, size_t grid_height);
+  job (*normal_equations)(const image_size& grid);
   /// One quartic surface from its coefficients.
   job (*surface)(const image_size& grid, const image_size& out);
   /// Four grids, with the factors given.

@@ -75,27 +75,16 @@ job factors(size_t side) {
   };
 }
 
-/// A row of monomials for each sample.
-void fill_design(matrix& rows, Eigen::Index width, Eigen::Index height, float step_x,
-                 float step_y) {
-  rows.resize(width * height, terms);
-  for (Eigen::Index r = 0; r < height; ++r) {
-    const float y = 1 + float(r) * step_y, y2 = y * y, y3 = y2 * y;
-    for (Eigen::Index k = 0; k < width; ++k) {
-      const float x = 1 + float(k) * step_x, x2 = x * x, x3 = x2 * x;
-      float* const row = rows.data() + (r * width + k) * terms;
-      row[0] = 1, row[1] = x, row[2] = y, row[3] = x2, row[4] = x * y, row[5] = y2;
-      row[6] = x3, row[7] = x2 * y, row[8] = x * y2, row[9] = y3;
-      row[10] = x2 * x2, row[11] = x3 * y, row[12] = x2 * y2, row[13] = x * y3, row[14] = y2 * y2;
-    }
-  }
+void fill_design(matrix& rows, const image_size& grid) {
+  rows.resize(index(grid.samples()), terms);
+  fill_monomials(rows.data(), grid);
 }
 
-job normal_equations(size_t grid_width, size_t grid_height) {
+job normal_equations(const image_size& grid) {
   const auto m = std::make_shared<operands>();
   const auto lu = std::make_shared<Eigen::PartialPivLU<matrix>>(terms);
-  return [m, lu, grid_width, grid_height] {
-    fill_design(m->a, index(grid_width), index(grid_height), 1, 1);
+  return [m, lu, grid] {
+    fill_design(m->a, grid);
     m->b = m->a.transpose();
     m->c.noalias() = m->b * m->a;
     lu->compute(m->c);
@@ -103,36 +92,23 @@ job normal_equations(size_t grid_width, size_t grid_height) {
   };
 }
 
-/// A surface has rank five: powers of y with their coefficients, times powers of x.
-void fill_powers(matrix& powers, Eigen::Index count, float step) {
-  powers.resize(5, count);
-  powers.row(0).setOnes();
-  powers.row(1) = vector::LinSpaced(count, 1, 1 + float(count - 1) * step).transpose();
-  for (Eigen::Index i = 2; i < 5; ++i)
-    powers.row(i) = powers.row(i - 1).cwiseProduct(powers.row(1));
-}
+using row_array = Eigen::Array<float, 1, Eigen::Dynamic>;
 
-using coefficient_grid = Eigen::Matrix<float, 5, 5>;
-
+/// Samples one surface: in each row a polynomial in x, by Horner's rule.
 template <typename Coefficients>
-coefficient_grid grid_of(const Coefficients& c) {
-  coefficient_grid grid;
-  grid << c[0], c[1], c[3], c[6], c[10],  //
-      c[2], c[4], c[7], c[11], 0,         //
-      c[5], c[8], c[12], 0, 0,            //
-      c[9], c[13], 0, 0, 0,               //
-      c[14], 0, 0, 0, 0;
-  return grid;
-}
-
-/// Samples one surface; `a` and `b` hold the powers of x and y, `c` the rows' coefficients.
-template <typename Coefficients>
-void sample_surface(operands& work, const Coefficients& coefficients, const image_size& grid,
-                    const image_size& out, Eigen::Map<matrix> plane) {
-  fill_powers(work.a, index(out.width), float(grid.width - 1) / float(out.width - 1));
-  fill_powers(work.b, index(out.height), float(grid.height - 1) / float(out.height - 1));
-  work.c.noalias() = work.b.transpose() * grid_of(coefficients);
-  plane.noalias() = work.c.lazyProduct(work.a);
+void sample_surface(const Coefficients& c, const image_size& grid, const image_size& out,
+                    Eigen::Map<matrix> plane) {
+  const auto step_x = float(grid.width - 1) / float(out.width - 1);
+  const auto step_y = float(grid.height - 1) / float(out.height - 1);
+  const row_array x = row_array::LinSpaced(index(out.width), 1, 1 + float(out.width - 1) * step_x);
+  for (Eigen::Index r = 0; r < plane.rows(); ++r) {
+    const float y = 1 + float(r) * step_y;
+    const float k0 = c[0] + y * (c[2] + y * (c[5] + y * (c[9] + y * c[14])));
+    const float k1 = c[1] + y * (c[4] + y * (c[8] + y * c[13]));
+    const float k2 = c[3] + y * (c[7] + y * c[12]);
+    const float k3 = c[6] + y * c[11];
+    plane.row(r).array() = (((c[10] * x + k3) * x + k2) * x + k1) * x + k0;
+  }
 }
 
 Eigen::Map<matrix> mapped(const plane& to, const image_size& size, size_t number = 0) {
@@ -144,7 +120,7 @@ job surface(const image_size& grid, const image_size& out) {
   m->x = noise(15, 1);
   const plane result = dense_plane(sample::f32, out.width, out.height);
   return [m, result, grid, out] {
-    sample_surface(*m, m->x, grid, out, mapped(result, out));
+    sample_surface(m->x, grid, out, mapped(result, out));
     keep(result.as<float>());
   };
 }
@@ -153,7 +129,7 @@ job surface(const image_size& grid, const image_size& out) {
 struct fit_of_grids {
   explicit fit_of_grids(const image_size& grid) {
     matrix design;
-    fill_design(design, index(grid.width), index(grid.height), 1, 1);
+    fill_design(design, grid);
     transposed = design.transpose();
     lu.compute(transposed * design);
   }
@@ -163,20 +139,17 @@ struct fit_of_grids {
 
 job fit(const image_size& grid, const image_size& out) {
   const auto prepared = std::make_shared<fit_of_grids>(grid);
-  const auto work = std::make_shared<operands>();
   const auto grids = std::make_shared<matrix>(noise(4, grid.samples()));
   const plane result = dense_plane(sample::f32, out.width, out.height * 4);
   return [=] {
     const matrix coefficients = prepared->lu.solve(prepared->transposed * grids->transpose());
     for (size_t channel = 0; channel < 4; ++channel)
-      sample_surface(*work, coefficients.col(index(channel)), grid, out,
-                     mapped(result, out, channel));
+      sample_surface(coefficients.col(index(channel)), grid, out, mapped(result, out, channel));
     keep(result.as<float>());
   };
 }
 
 job gain_tables(const module_grids& grids, const image_size& out) {
-  const auto work = std::make_shared<operands>();
   const plane raw =
       with_noise(dense_plane(sample::u16, grids.width * grids.height, 4 * grids.sets));
   const plane result = dense_plane(sample::f32, out.width, out.height * 4 * grids.sets);
@@ -197,7 +170,7 @@ job gain_tables(const module_grids& grids, const image_size& out) {
       const matrix coefficients = prepared.lu.solve(prepared.transposed * gains.transpose());
       for (size_t channel = 0; channel < 4; ++channel) {
         Eigen::Map<matrix> plane = mapped(result, out, 4 * set + channel);
-        sample_surface(*work, coefficients.col(index(channel)), grid, out, plane);
+        sample_surface(coefficients.col(index(channel)), grid, out, plane);
         const float minimum = plane.minCoeff();
         plane = (plane / minimum).cwiseMax(1.0f);
       }

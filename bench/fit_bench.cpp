@@ -47,9 +47,14 @@ void fill_normal_equations(contest& held, const image_size& size) {
     std::copy(made.lu.begin(), made.lu.end(), expected.as<float>());
   });
   held.compare(lu, expected);
-  for_each_eigen([&](const eigen_variant& eigen) {
-    held.peer(eigen.name, eigen.normal_equations(size.width, size.height));
-  });
+#ifdef QO_BENCH_OPENBLAS
+  held.peer("openblas", openblas_normal_equations_job(size));
+#endif
+#ifdef QO_BENCH_LIBXSMM
+  held.peer("libxsmm", libxsmm_normal_equations_job(size));
+#endif
+  for_each_eigen(
+      [&](const eigen_variant& eigen) { held.peer(eigen.name, eigen.normal_equations(size)); });
   held.bound_by_bytes(design.bytes() + design_t.bytes());
   // The normal matrix is symmetric: half of its products.
   held.bound_by_operations(double(terms * (terms + 1) * samples));

@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "bench/builder_peers.h"
 #include "bench/matrix_task.h"
 
 extern "C" void sgetrf_(const int* rows, const int* columns, float* a, const int* stride,
@@ -65,6 +66,24 @@ job openblas_factor_job(size_t side) {
     const int n = integer(side);
     int info = 0;
     sgetrf_(&n, &n, lu.as<float>(), &n, pivots->data(), &info);
+  };
+}
+
+job openblas_normal_equations_job(const image_size& grid) {
+  openblas_set_num_threads(1);
+  const int samples = integer(grid.samples()), terms = 15;
+  const plane design = dense_plane(sample::f32, 15, grid.samples());
+  const plane design_t = dense_plane(sample::f32, grid.samples(), 15);
+  const plane lu = dense_plane(sample::f32, 15, 15);
+  const auto pivots = std::make_shared<std::vector<int>>(15);
+  return [=] {
+    fill_monomials(design.as<float>(), grid);
+    cblas_somatcopy(CblasRowMajor, CblasTrans, samples, terms, 1, design.as<float>(), terms,
+                    design_t.as<float>(), samples);
+    cblas_sgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, terms, terms, samples, 1,
+                design_t.as<float>(), samples, design.as<float>(), terms, 0, lu.as<float>(), terms);
+    int info = 0;
+    sgetrf_(&terms, &terms, lu.as<float>(), &terms, pivots->data(), &info);
   };
 }
 

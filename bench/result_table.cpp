@@ -22,7 +22,8 @@ std::string formatted(const char* format, double value) {
 }
 
 std::string time_text(double nanoseconds) {
-  return formatted(nanoseconds < 10 ? "%.3f" : "%.1f", nanoseconds);
+  if (nanoseconds == 0) return "-";
+  return formatted(nanoseconds < 0.1 ? "%.4f" : nanoseconds < 10 ? "%.3f" : "%.1f", nanoseconds);
 }
 
 std::string ratio_text(double ours, double other) {
