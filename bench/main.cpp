@@ -55,7 +55,13 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "qo_bench: one regex at most\n");
     return 2;
   }
-  const std::regex wanted(argc == 2 ? argv[1] : "");
+  std::regex wanted;
+  try {
+    wanted = argc == 2 ? argv[1] : "";
+  } catch (const std::regex_error& error) {
+    std::fprintf(stderr, "qo_bench: %s: %s\n", argv[1], error.what());
+    return 2;
+  }
   bench::print_heading(bench::selected_rows());
   for (const bench::row& each : every_row())
     if (std::regex_search(each.name, wanted)) hold(each);
