@@ -142,7 +142,7 @@ void fill_checksum(contest& held, const container_image& image, writer::checksum
     asm volatile("" : : "r"(valid));
   });
   // One rule after the other, until one holds.
-  held.scalar([image, blob, both = rule == writer::checksum_rule::rule_b] {
+  held.scalar([image, both = rule == writer::checksum_rule::rule_b] {
     uint32_t sum = sum_of_words(*image, 0);
     asm volatile("" : "+r"(sum));
     if (both) sum = sum_of_words(*image, qo::container_header_size);
