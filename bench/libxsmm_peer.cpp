@@ -1,22 +1,15 @@
 // libxsmm: products by code that is generated for their size. What it computes differently: it
 // fuses multiply and add. It counts by columns, so that ours by rows is transpose(b) transpose(a).
+// The generated code leaves the upper halves of vector registers dirty: they are cleared.
 
 #include <libxsmm.h>
 
 #include "bench/builder_peers.h"
 #include "bench/matrix_task.h"
-#include "bench/row_tables.h"
+#include "bench/vector_operations.h"
 
 namespace bench {
 namespace {
-
-/// The generated code leaves the upper halves of vector registers dirty, and what comes after it
-/// with the older encoding then runs several times slower.
-void clear_upper_halves() {
-#if defined(__x86_64__)
-  if (selected_rows() != row_table::base) asm volatile("vzeroupper" ::: "memory");
-#endif
-}
 
 /// c = a b, packed by rows.
 libxsmm_smmfunction generated_for(const matrix_task& task) {

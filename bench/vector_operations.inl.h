@@ -5,6 +5,12 @@
 
 #include "bench/vector_operations.h"
 
+#if defined(__x86_64__)
+#define QO_BENCH_IN_REGISTER(value) "+x"(value)
+#else
+#define QO_BENCH_IN_REGISTER(value) "+w"(value)
+#endif
+
 namespace bench::QO_BENCH_ROWS {
 namespace {
 
@@ -21,14 +27,20 @@ void operate(size_t operations) {
   floats p0 = factor, p1 = factor, p2 = factor, p3 = factor, p4 = factor, p5 = factor, p6 = factor;
   floats s0 = factor, s1 = factor, s2 = factor, s3 = factor, s4 = factor, s5 = factor, s6 = factor;
   // The compiler must neither know the factor nor merge two steps.
-  asm volatile("" : "+x"(factor));
+  asm volatile("" : QO_BENCH_IN_REGISTER(factor));
   for (size_t done = 0; done < operations; done += 2 * chains * lanes) {
     p0 *= factor, p1 *= factor, p2 *= factor, p3 *= factor, p4 *= factor, p5 *= factor;
     p6 *= factor;
     s0 += factor, s1 += factor, s2 += factor, s3 += factor, s4 += factor, s5 += factor;
     s6 += factor;
-    asm volatile("" : "+x"(p0), "+x"(p1), "+x"(p2), "+x"(p3), "+x"(p4), "+x"(p5), "+x"(p6));
-    asm volatile("" : "+x"(s0), "+x"(s1), "+x"(s2), "+x"(s3), "+x"(s4), "+x"(s5), "+x"(s6));
+    asm volatile(""
+                 : QO_BENCH_IN_REGISTER(p0), QO_BENCH_IN_REGISTER(p1), QO_BENCH_IN_REGISTER(p2),
+                   QO_BENCH_IN_REGISTER(p3), QO_BENCH_IN_REGISTER(p4), QO_BENCH_IN_REGISTER(p5),
+                   QO_BENCH_IN_REGISTER(p6));
+    asm volatile(""
+                 : QO_BENCH_IN_REGISTER(s0), QO_BENCH_IN_REGISTER(s1), QO_BENCH_IN_REGISTER(s2),
+                   QO_BENCH_IN_REGISTER(s3), QO_BENCH_IN_REGISTER(s4), QO_BENCH_IN_REGISTER(s5),
+                   QO_BENCH_IN_REGISTER(s6));
   }
 }
 
