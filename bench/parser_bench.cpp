@@ -1,91 +1,191 @@
-// Parsing is bounded by copying: a large container, mostly lens-shading tables, beside the plain
-// copies of the same bytes into the same allocations.
+// Parsing, from the container to the released slots, and its checksum alone. Both are bounded by
+// the memory that they must touch; a sample is a byte of the container here.
 
-#include <benchmark/benchmark.h>
+#include <malloc.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <vector>
 
+#include "bench/families.h"
+#include "bench/row_tables.h"
+#include "bench/vector_operations.h"
+#include "cmc_parser/container.h"
 #include "qo_cmc/parser.h"
+#include "tests/kit/slot_tour.h"
 #include "writer/container_writer.h"
 #include "writer/records.h"
 
+namespace bench {
 namespace {
 
-constexpr uint16_t lights = 162;
-constexpr uint16_t width = 65;
-constexpr uint16_t height = 49;
-constexpr size_t planes = 4;
-constexpr size_t plane_bytes = 2 * size_t{width} * height;
-constexpr size_t light_head_bytes = 22;
-
-struct workload {
-  writer::bytes mapped = writer::record_28({.lights = lights, .width = width, .height = height});
-  writer::bytes mapped_ext =
-      writer::record_33({.lights = lights, .width = width, .height = height});
-  std::vector<uint8_t> image = writer::container().add(mapped).add(mapped_ext).image();
-};
-
-const workload& the_workload() {
-  static const workload made;
+/// Large containers are mostly lens-shading tables, of 25 KB for each light and set.
+writer::container tables_of(uint16_t lights) {
+  writer::container made;
+  made.add(writer::record_28({.lights = lights, .width = 65, .height = 49}));
+  made.add(writer::record_33({.lights = lights, .width = 65, .height = 49}));
   return made;
 }
 
-void parse_and_tear_down(benchmark::State& state) {
-  const std::vector<uint8_t>& image = the_workload().image;
-  const qo_blob blob = writer::blob_of(image);
-  for (auto _ : state) {
+/// Of each kind one, with a small table: what the calls and the small blocks cost.
+writer::container every_kind_once() {
+  writer::container made;
+  uint16_t last = 0;
+  for (const writer::named_record& record : writer::every_good_record()) {
+    const uint16_t kind = record.content.u16_at(6);
+    if (kind != last && kind != 28 && kind != 33) made.add(record.content);
+    last = kind;
+  }
+  made.add(writer::record_28({.lights = 3, .width = 17, .height = 13}));
+  made.add(writer::record_33({.lights = 3, .width = 17, .height = 13}));
+  return made;
+}
+
+/// What a parser cannot do without: it reads all bytes once for the checksum, makes the blocks that
+/// are kept, copies into them, and releases them. The private copy that is made of each record,
+/// also where it is not kept, is work of its own.
+class least_work {
+ public:
+  explicit least_work(const std::vector<uint8_t>& image) : image_(image) {
+    const qo_blob blob = writer::blob_of(image);
     parsed_cmc* const cmc = qo_cmc_parser_init(&blob);
-    if (!cmc || !cmc->lens_shading || !cmc->lens_shading_ext) {
-      state.SkipWithError("the container did not parse");
-      return;
-    }
-    benchmark::DoNotOptimize(cmc->lens_shading->lights);
+    if (cmc == nullptr) std::abort();
+    for (const void* const block : kit::tour_of(*cmc).owned)
+      kept_.push_back(malloc_usable_size(const_cast<void*>(block)));
     qo_cmc_parser_deinit(cmc);
+    std::vector<size_t> unmatched = kept_;
+    qo::record_walk walk(image.data(), uint32_t(image.size()));
+    while (const std::optional<qo::record_view> record = walk.next()) {
+      // Some kinds keep the private copy itself.
+      const auto same = std::find(unmatched.begin(), unmatched.end(), usable_size_of(record->size));
+      if (same != unmatched.end())
+        unmatched.erase(same);
+      else
+        passing_.push_back(*record);
+    }
+    blocks_.reserve(kept_.size() + 1);
   }
-  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(image.size()));
-}
-BENCHMARK(parse_and_tear_down)->Unit(benchmark::kMillisecond);
 
-void* copy_of(const uint8_t* bytes, size_t size) {
-  void* const copy = std::malloc(size);
-  std::memcpy(copy, bytes, size);
-  benchmark::DoNotOptimize(copy);  // or a copy that is only released again is left out
-  benchmark::ClobberMemory();
-  return copy;
-}
-
-/// The blocks that parsing one record makes, and no more than copies into them.
-void copy_record(const writer::bytes& record, size_t light_bytes, std::vector<void*>& blocks) {
-  void* const record_copy = copy_of(record.data(), record.size());
-  blocks.push_back(std::calloc(1, sizeof(lens_shading_set)));
-  blocks.push_back(std::calloc(lights, light_bytes));
-  const uint8_t* next = record.data() + 32;
-  for (size_t light = 0; light < lights; ++light) {
-    next += light_head_bytes;
-    for (size_t plane = 0; plane < planes; ++plane, next += plane_bytes)
-      blocks.push_back(copy_of(next, plane_bytes));
+  void run() {
+    const unsigned sum = vector_sum_of(selected_rows())(image_.data(), image_.size());
+    asm volatile("" : : "r"(sum));
+    blocks_.push_back(std::calloc(1, sizeof(parsed_cmc)));
+    const uint8_t* from = image_.data();
+    const uint8_t* const end = from + image_.size();
+    for (const size_t size : kept_) {
+      const size_t there = std::min(size, image_.size());
+      if (size_t(end - from) < there) from = image_.data();
+      blocks_.push_back(copy_of(from, there));
+      from += there;
+    }
+    for (void* const block : blocks_) std::free(block);
+    blocks_.clear();
   }
-  std::free(record_copy);
+
+  void run_with_private_copies() {
+    for (const qo::record_view& record : passing_) std::free(copy_of(record.bytes, record.size));
+    run();
+  }
+
+ private:
+  static size_t usable_size_of(size_t size) {
+    void* const block = std::malloc(size);
+    const size_t usable = malloc_usable_size(block);
+    std::free(block);
+    return usable;
+  }
+  static void* copy_of(const uint8_t* bytes, size_t size) {
+    void* const copy = std::malloc(size);
+    std::memcpy(copy, bytes, size);
+    keep(copy);
+    return copy;
+  }
+
+  const std::vector<uint8_t>& image_;
+  std::vector<size_t> kept_;
+  std::vector<qo::record_view> passing_;  ///< records whose private copy is not kept
+  std::vector<void*> blocks_;
+};
+
+using container_image = std::shared_ptr<const std::vector<uint8_t>>;
+
+void fill_parse(contest& held, const container_image& image) {
+  held.ours([image] {
+    const qo_blob blob = writer::blob_of(*image);
+    parsed_cmc* const cmc = qo_cmc_parser_init(&blob);
+    keep(cmc);
+    qo_cmc_parser_deinit(cmc);
+  });
+  const auto work = std::make_shared<least_work>(*image);
+  held.bound_by_work([image, work] { work->run(); });
+  held.onlooker("with private copies", [image, work] { work->run_with_private_copies(); });
 }
 
-void copies_alone(benchmark::State& state) {
-  const workload& work = the_workload();
-  std::vector<void*> blocks;
-  blocks.reserve(2 * (2 + planes * lights) + 1);
-  for (auto _ : state) {
-    blocks.push_back(std::calloc(1, sizeof(parsed_cmc)));
-    copy_record(work.mapped, sizeof(lens_shading_light), blocks);
-    copy_record(work.mapped_ext, sizeof(lens_shading_light_ext), blocks);
-    benchmark::ClobberMemory();
-    for (void* const block : blocks) std::free(block);
-    blocks.clear();
+uint32_t sum_of_words(const std::vector<uint8_t>& image, size_t first) {
+  uint32_t sum = 0;
+  for (size_t i = first; i + 4 <= image.size(); i += 4) {
+    uint32_t word;
+    std::memcpy(&word, image.data() + i, 4);
+    sum += word;
   }
-  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(work.image.size()));
+  return sum;
 }
-BENCHMARK(copies_alone)->Unit(benchmark::kMillisecond);
+
+void fill_checksum(contest& held, const container_image& image, writer::checksum_rule rule) {
+  const qo_blob blob = writer::blob_of(*image);
+  if (!qo::is_valid_container(blob)) std::abort();
+  held.ours([image, blob] {
+    const bool valid = qo::is_valid_container(blob);
+    asm volatile("" : : "r"(valid));
+  });
+  // One rule after the other, until one holds.
+  held.scalar([image, both = rule == writer::checksum_rule::rule_b] {
+    uint32_t sum = sum_of_words(*image, 0);
+    asm volatile("" : "+r"(sum));
+    if (both) sum = sum_of_words(*image, qo::container_header_size);
+    asm volatile("" : : "r"(sum));
+  });
+  held.bound_by_work([image, sum = vector_sum_of(selected_rows())] {
+    const unsigned value = sum(image->data(), image->size());
+    asm volatile("" : : "r"(value));
+  });
+}
 
 }  // namespace
 
-BENCHMARK_MAIN();
+void add_parser_rows(rows& all) {
+  struct workload {
+    const char* name;
+    writer::container content;
+  };
+  const workload workloads[] = {
+      {"13 KB", every_kind_once()}, {"600 KB", tables_of(12)}, {"8 MB", tables_of(162)}};
+  for (const workload& each : workloads) {
+    const auto image = std::make_shared<const std::vector<uint8_t>>(each.content.image());
+    all.push_back({.name = std::string("parse and release ") + each.name,
+                   .samples = image->size(),
+                   .avx512 = 1.3,
+                   .avx2 = 1.3,
+                   .rival = contest::work_name,
+                   .fill = [image](contest& held) { fill_parse(held, image); }});
+  }
+  for (const workload& each : workloads)
+    for (const auto rule : {writer::checksum_rule::rule_a, writer::checksum_rule::rule_b}) {
+      writer::container content = each.content;
+      const auto image = std::make_shared<const std::vector<uint8_t>>(content.rule(rule).image());
+      const bool of_all = rule == writer::checksum_rule::rule_a;
+      all.push_back(
+          {.name = std::string(of_all ? "checksum of all words " : "checksum of the records ") +
+                   each.name,
+           .samples = image->size(),
+           .avx512 = 1.15,
+           .avx2 = 1.15,
+           .rival = contest::work_name,
+           .fill = [image, rule](contest& held) { fill_checksum(held, image, rule); }});
+    }
+}
+
+}  // namespace bench

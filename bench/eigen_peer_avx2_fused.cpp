@@ -1,0 +1,4 @@
+#define QO_BENCH_EIGEN_NAMESPACE eigen_avx2_fused
+#define QO_BENCH_EIGEN_LIBRARY Eigen_avx2_fused
+#define QO_BENCH_EIGEN_NAME "eigen fused"
+#include "bench/eigen_peer.inl.h"

@@ -1,0 +1,3 @@
+#define QO_BENCH_ROWS rows_avx2
+#define QO_BENCH_VECTOR_BYTES 32
+#include "bench/vector_operations.inl.h"
