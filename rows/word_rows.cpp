@@ -16,6 +16,8 @@ uint32_t sum(const uint8_t* bytes, size_t count) {
   for (; count - done >= step; done += step)
     for (size_t i = 0; i < 4; ++i)
       partial[i] += load_vector<words>(bytes + 4 * (done + i * lanes_of<uint32_t>));
+  for (; count - done >= lanes_of<uint32_t>; done += lanes_of<uint32_t>)
+    partial[0] += load_vector<words>(bytes + 4 * done);
   const words lanes = (partial[0] + partial[1]) + (partial[2] + partial[3]);
   uint32_t total = 0;
   for (size_t i = 0; i < lanes_of<uint32_t>; ++i) total += lanes[i];
