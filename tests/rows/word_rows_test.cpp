@@ -35,11 +35,11 @@ TEST(WordRows, TheSumOfAnyNumberOfWordsIsThePlainOneUpToAnInaccessiblePage) {
 }
 
 TEST(WordRows, TheSumIsTheSameAtEveryAlignment) {
-  std::vector<uint8_t> bytes(4 * 200 + 64, 0xff);
+  std::vector<uint8_t> bytes(4 * 600 + 64, 0xff);
   for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(0xff - i % 7);
   for (size_t offset = 0; offset < 64; ++offset)
-    EXPECT_EQ(plain_sum(bytes.data() + offset, 200),
-              qo::rows().words.sum(bytes.data() + offset, 200))
+    EXPECT_EQ(plain_sum(bytes.data() + offset, 600),
+              qo::rows().words.sum(bytes.data() + offset, 600))
         << offset;
 }
 
