@@ -1,15 +1,17 @@
 // bicubic_resize_32f_to_u16p10() and bicubic_resize_u16_to_u16(): sizes, positions and memory. The
-// arithmetic is in catmull_rom_kernel.
+// arithmetic is in rows/spline_rows.
 
 #include "qo_cmc/image_utils.h"
 
+#include <algorithm>
 #include <cassert>
-#include <cstring>
+#include <type_traits>
 
+#include "base/c_heap.h"
 #include "base/float_to_int.h"
-#include "image_utils/catmull_rom_kernel.h"
-#include "image_utils/extrapolated_buffer.h"
+#include "image_utils/extrapolated_rows.h"
 #include "qo_cmc/status.h"
+#include "rows/row_table.h"
 
 namespace qo {
 namespace {
@@ -40,34 +42,92 @@ struct spline_position {
   return {static_cast<size_t>(sample), position - static_cast<float>(sample)};
 }
 
-/// One output row. `border_row` is the first of the four buffer rows that the splines run through.
-void resize_row(const float* border_row, float fy, const resize_size& size, uint16_t* dst) {
-  const size_t stride = extrapolated_stride(size.in_width);
-  for (size_t column = 0; column < size.out_width; ++column) {
-    const spline_position x = spline_position_of(column, size.in_width, size.out_width);
-    float block[16];
-    for (size_t row = 0; row < 4; ++row)
-      memcpy(block + 4 * row, border_row + row * stride + x.sample, 4 * sizeof(float));
-    // Contract: the low 16 bits. What the spline leaves below 0 or above 65535 wraps.
-    dst[column] = static_cast<uint16_t>(bicubic_kernel_4x4_p10(block, fy, x.fraction));
+/// Columns that are worked on together: their tables and the values of four rows stand on the
+/// stack.
+struct column_strip {
+  size_t begin;
+  size_t count;
+  uint32_t cells[spline_strip];  ///< first of a column's four samples, as column of the buffer
+  float fractions[spline_strip];
+
+  [[nodiscard]] column_range source_columns() const { return {cells[0], cells[count - 1] + 4u}; }
+};
+
+void place_strip(size_t begin, const resize_size& size, column_strip& strip) {
+  strip.begin = begin;
+  strip.count = std::min(spline_strip, size.out_width - begin);
+  for (size_t x = 0; x < strip.count; ++x) {
+    const spline_position at = spline_position_of(begin + x, size.in_width, size.out_width);
+    strip.cells[x] = static_cast<uint32_t>(at.sample);
+    strip.fractions[x] = at.fraction;
   }
 }
 
-/// Both members: `fill_buffer(buffer)` loads the source.
-template <typename FillBuffer>
-[[nodiscard]] uint32_t resize_plane(const void* src, uint16_t* dst, const resize_size& size,
-                                    const FillBuffer fill_buffer) {
+/// The values of the splines along four consecutive rows. Moving on keeps the rows that both
+/// windows share.
+struct spline_window {
+  alignas(64) float values[4][spline_strip + spline_room];
+  size_t held[4] = {SIZE_MAX, SIZE_MAX, SIZE_MAX, SIZE_MAX};
+
+  template <typename Sample>
+  void move_to(size_t first, extrapolated_rows<Sample>& source, const column_strip& strip) {
+    source.move_to(first);
+    for (size_t row = first; row < first + 4; ++row) {
+      if (held[row % 4] == row) continue;
+      held[row % 4] = row;
+      // Of integers continued linearly all terms are exact; a side of 1 is continued otherwise.
+      const bool integers = std::is_same_v<Sample, uint16_t> && source.continues_linearly();
+      const auto along = integers ? rows().splines.along_integers : rows().splines.along;
+      along(source.row(row), strip.cells, strip.fractions, strip.count, values[row % 4]);
+    }
+  }
+
+  [[nodiscard]] const float* row(size_t row) const { return values[row % 4]; }
+};
+
+template <typename Sample>
+void resize_strip(extrapolated_rows<Sample>& source, const column_strip& strip,
+                  const resize_size& size, uint16_t* dst) {
+  spline_window window;
+  size_t row = 0;
+  while (row < size.out_height) {
+    // Output rows between the same source rows are formed together.
+    float fractions[spline_results];
+    size_t count = 0;
+    size_t first = 0;
+    while (row + count < size.out_height && count < spline_results) {
+      const spline_position at = spline_position_of(row + count, size.in_height, size.out_height);
+      if (count != 0 && at.sample != first) break;
+      first = at.sample;
+      fractions[count++] = at.fraction;
+    }
+    window.move_to(first, source, strip);
+    const float* const values[4] = {window.row(first), window.row(first + 1), window.row(first + 2),
+                                    window.row(first + 3)};
+    rows().splines.across(values, fractions, count, strip.count,
+                          dst + row * size.out_width + strip.begin, size.out_width);
+    row += count;
+  }
+}
+
+/// Both members. Contract: the low 16 bits are stored; what the spline leaves below 0 or above
+/// 65535 wraps.
+template <typename Sample>
+[[nodiscard]] uint32_t resize_plane(const source_plane<Sample>& src, uint16_t* dst,
+                                    const resize_size& size) {
   if (!has_extrapolated_buffer(size.in_width, size.in_height)) return QO_CMC_INVALID_SIZE;
   if (size.out_height == 0 || size.out_width == 0) return QO_CMC_OK;
-  if (src == nullptr || dst == nullptr) return QO_CMC_INVALID_SIZE;
+  if (src.samples == nullptr || dst == nullptr) return QO_CMC_INVALID_SIZE;
 
-  const heap_array<float> buffer = new_extrapolated_buffer(size.in_width, size.in_height);
-  if (buffer == nullptr) return QO_CMC_NO_MEMORY;
-  fill_buffer(buffer.get());
-  const size_t stride = extrapolated_stride(size.in_width);
-  for (size_t row = 0; row < size.out_height; ++row) {
-    const spline_position y = spline_position_of(row, size.in_height, size.out_height);
-    resize_row(buffer.get() + y.sample * stride, y.fraction, size, dst + row * size.out_width);
+  const heap_array<float> storage(
+      c_new_array<float>(extrapolated_rows<Sample>::storage_size(size.in_width)));
+  if (storage == nullptr) return QO_CMC_NO_MEMORY;
+  extrapolated_rows<Sample> source(src, storage.get());
+  for (size_t column = 0; column < size.out_width; column += spline_strip) {
+    column_strip strip;
+    place_strip(column, size, strip);
+    source.use_columns(strip.source_columns());
+    resize_strip(source, strip, size, dst);
   }
   return QO_CMC_OK;
 }
@@ -77,9 +137,8 @@ template <typename FillBuffer>
 
 uint32_t bicubic_resize_32f_to_u16p10(const float* src, uint16_t in_h, uint16_t in_w, uint16_t* dst,
                                       uint16_t out_h, uint16_t out_w) {
-  return qo::resize_plane(src, dst, {in_h, in_w, out_h, out_w}, [src, in_w, in_h](float* buffer) {
-    qo::fill_extrapolated_buffer(src, buffer, in_w, in_h);
-  });
+  return qo::resize_plane(qo::source_plane<float>{src, in_w, in_h}, dst,
+                          {in_h, in_w, out_h, out_w});
 }
 
 uint32_t bicubic_resize_u16_to_u16(const uint16_t* src, uint16_t in_h, uint16_t in_w,
@@ -87,8 +146,6 @@ uint32_t bicubic_resize_u16_to_u16(const uint16_t* src, uint16_t in_h, uint16_t 
                                    uint16_t out_w) {
   // Deliberate: only this member refuses an output of one row or column.
   if (out_h == 1 || out_w == 1) return QO_CMC_INVALID_SIZE;
-  return qo::resize_plane(
-      src, dst, {in_h, in_w, out_h, out_w}, [src, in_w, in_h, in_frac_bits](float* buffer) {
-        qo::create_scaled_extrapolated_buffer_u16(src, buffer, in_w, in_h, in_frac_bits);
-      });
+  return qo::resize_plane(qo::scaled_plane(src, in_w, in_h, in_frac_bits), dst,
+                          {in_h, in_w, out_h, out_w});
 }

@@ -1,13 +1,16 @@
 // image_bicubic_upscale_uint8_to_float() and image_bicubic_upscale_uint16_to_float(): sizes,
-// positions and memory. The arithmetic is in catmull_rom_patch.
+// positions and memory. The arithmetic is in rows/patch_rows.
 
 #include "qo_cmc/image_utils.h"
 
-#include "image_utils/catmull_rom_patch.h"
+#include <algorithm>
+
+#include "base/c_heap.h"
 #include "image_utils/corner_alignment.h"
-#include "image_utils/extrapolated_buffer.h"
+#include "image_utils/extrapolated_rows.h"
 #include "image_utils/plane_arrays.h"
 #include "qo_cmc/status.h"
+#include "rows/row_table.h"
 
 namespace qo {
 namespace {
@@ -26,20 +29,51 @@ struct upscale_size {
   return size.in_width <= size.out_width && size.in_height <= size.out_height;
 }
 
-/// Samples the surface of one extrapolated plane; `rows` has room for four output rows.
-void upscale_plane(const float* buffer, const upscale_size& size, float* rows, float* dst) {
-  const size_t stride = extrapolated_stride(size.in_width);
-  const size_t out_width = size.out_width;
-  const float step_x = corner_aligned_step(size.in_width, size.out_width);
+/// Where an output row falls on the source: in which row of cells, and how far below its first
+/// samples.
+struct patch_position {
+  size_t cell;
+  float fraction;
+};
+
+[[nodiscard]] patch_position patch_position_of(size_t index, float step) {
+  const float position = static_cast<float>(index) * step;
+  const size_t cell = static_cast<size_t>(position);  // below 65536, and not negative
+  return {cell, position - static_cast<float>(cell)};
+}
+
+/// The output rows from `begin` to before `end`, which all fall into the row of cells that `rows`
+/// stands at.
+template <typename Sample>
+void upscale_cells(const extrapolated_rows<Sample>& rows, size_t cell, const float* positions,
+                   const upscale_size& size, float step_y, size_t begin, size_t end, float* dst) {
+  const patch_rows& kernels = qo::rows().patches;
+  const float* const samples[4] = {rows.row(cell), rows.row(cell + 1), rows.row(cell + 2),
+                                   rows.row(cell + 3)};
+  for (size_t x = 0; x < size.out_width; x += patch_strip) {
+    const size_t count = std::min(patch_strip, size.out_width - x);
+    patch_values values;
+    kernels.along(samples, positions + x, count, &values);
+    for (size_t y = begin; y < end; ++y)
+      kernels.across(&values, patch_position_of(y, step_y).fraction, count,
+                     dst + y * size.out_width + x);
+  }
+}
+
+/// Samples the surface of the plane whose rows these are; `positions` are those of the output
+/// columns.
+template <typename Sample>
+void upscale_plane(extrapolated_rows<Sample> rows, const upscale_size& size, const float* positions,
+                   float* dst) {
   const float step_y = corner_aligned_step(size.in_height, size.out_height);
-  size_t rows_cell = SIZE_MAX;
-  for (size_t y = 0; y < size.out_height; ++y) {
-    const patch_position at = patch_position_of(y, step_y);
-    if (at.cell != rows_cell) {
-      rows_cell = at.cell;
-      evaluate_patch_rows(buffer + rows_cell * stride, stride, step_x, out_width, rows);
-    }
-    evaluate_output_row(rows, at.fraction, out_width, dst + y * out_width);
+  size_t begin = 0;
+  while (begin < size.out_height) {
+    const size_t cell = patch_position_of(begin, step_y).cell;
+    size_t end = begin + 1;
+    while (end < size.out_height && patch_position_of(end, step_y).cell == cell) ++end;
+    rows.move_to(cell);
+    upscale_cells(rows, cell, positions, size, step_y, begin, end, dst);
+    begin = end;
   }
 }
 
@@ -50,12 +84,17 @@ template <typename Sample>
   if (n_planes == 0) return QO_CMC_OK;
   if (has_null_plane(src_planes, dst_planes, n_planes)) return QO_CMC_INVALID_SIZE;
 
-  const heap_array<float> rows(c_new_array<float>(size_t{4} * size.out_width));
-  const heap_array<float> buffer = new_extrapolated_buffer(size.in_width, size.in_height);
-  if (rows == nullptr || buffer == nullptr) return QO_CMC_NO_MEMORY;
+  const heap_array<float> positions(c_new_array<float>(size.out_width));
+  const heap_array<float> storage(
+      c_new_array<float>(extrapolated_rows<Sample>::storage_size(size.in_width)));
+  if (positions == nullptr || storage == nullptr) return QO_CMC_NO_MEMORY;
+  const float step_x = corner_aligned_step(size.in_width, size.out_width);
+  for (size_t x = 0; x < size.out_width; ++x)
+    positions[x] = static_cast<float>(static_cast<int32_t>(x)) * step_x;
   for (size_t plane = 0; plane < n_planes; ++plane) {
-    fill_extrapolated_buffer(src_planes[plane], buffer.get(), size.in_width, size.in_height);
-    upscale_plane(buffer.get(), size, rows.get(), dst_planes[plane]);
+    const source_plane<Sample> src = {src_planes[plane], size.in_width, size.in_height};
+    upscale_plane(extrapolated_rows<Sample>(src, storage.get()), size, positions.get(),
+                  dst_planes[plane]);
   }
   return QO_CMC_OK;
 }

@@ -17,8 +17,6 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "base/c_heap.h"
-
 namespace qo {
 
 /// Samples that both borders of a row, or of a column, add together.
@@ -41,20 +39,45 @@ inline constexpr size_t extrapolated_margin = 3;
   return width != 0 && width < end && height != 0 && height < end;
 }
 
-/// An empty buffer for a plane, or null when there is no memory.
-[[nodiscard]] inline heap_array<float> new_extrapolated_buffer(uint16_t width, uint16_t height) {
-  return heap_array<float>(c_new_array<float>(extrapolated_size(width, height)));
-}
+/// A plane of samples, and the factor that each is multiplied by as it becomes a float. Floats are
+/// taken as they are.
+template <typename Sample>
+struct source_plane {
+  const Sample* samples;
+  uint16_t width;
+  uint16_t height;
+  float factor = 1.0f;
+};
+
+/// A source of 16-bit samples that are multiplied by 1 / 2^shift. The power is the signed 32-bit
+/// 1 << shift, the count modulo 32, so a count of 31 stands for -2^31 and changes the sign.
+[[nodiscard]] source_plane<uint16_t> scaled_plane(const uint16_t* samples, uint16_t width,
+                                                  uint16_t height, int32_t shift);
+
+/// Columns of the buffer: from `begin` to before `end`.
+struct column_range {
+  size_t begin;
+  size_t end;
+};
 
 /// Fills the buffer of a plane. The size satisfies has_extrapolated_buffer(). With a side of 1 the
-/// border reads cells before they are written; the buffer is cleared first then.
-void fill_extrapolated_buffer(const uint8_t* src, float* buffer, uint16_t width, uint16_t height);
-void fill_extrapolated_buffer(const uint16_t* src, float* buffer, uint16_t width, uint16_t height);
-void fill_extrapolated_buffer(const float* src, float* buffer, uint16_t width, uint16_t height);
+/// border reads cells before they are written, which count as 0.
+template <typename Sample>
+void fill_extrapolated_buffer(const source_plane<Sample>& plane, float* buffer);
 
-/// The same with every sample multiplied by 1 / 2^shift. The power is the signed 32-bit 1 << shift,
-/// the count modulo 32, so a count of 31 stands for -2^31.
-void create_scaled_extrapolated_buffer_u16(const uint16_t* src, float* buffer, uint16_t width,
-                                           uint16_t height, int32_t shift);
+// The rows that the buffer consists of, for those who make only some of them. Of each row only the
+// columns of a range are made: those of at least one neighbourhood, four columns.
+
+/// Makes a buffer row of source row `source_row`, its border cells included.
+template <typename Sample>
+void load_row(const source_plane<Sample>& plane, size_t source_row, column_range columns,
+              float* row);
+
+/// Makes a buffer row above or below the source, from the next two rows inward.
+void continue_rows(const float* near, const float* far, uint16_t width, column_range columns,
+                   float* row);
+
+/// Makes the row that a border reads before it is written.
+void clear_row(column_range columns, float* row);
 
 }  // namespace qo

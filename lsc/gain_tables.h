@@ -6,10 +6,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <type_traits>
 
 #include "base/c_heap.h"
 #include "lsc/byte_range.h"
 #include "qo_cmc/lsc.h"
+#include "rows/row_table.h"
 
 namespace qo {
 
@@ -46,6 +48,17 @@ struct grid_mirror {
   return {orientation <= 3, (orientation & 1) != 0, (orientation & 2) != 0};
 }
 
+/// The row kernel that turns raw values of one type into gains.
+template <typename Raw>
+[[nodiscard]] constexpr auto gains_kernel(const float_rows& kernels) {
+  if constexpr (std::is_same_v<Raw, uint8_t>)
+    return kernels.gains_from_u8;
+  else if constexpr (std::is_same_v<Raw, uint16_t>)
+    return kernels.gains_from_u16;
+  else
+    return kernels.gains_from_float;
+}
+
 /// Turns a grid of raw values (u8, u16 or float) into gains, raw / divisor + 1, each at its
 /// mirrored place. Both grids hold height rows of width samples, dense row-major, and do not
 /// overlap. An unknown orientation writes nothing.
@@ -55,17 +68,10 @@ void place_gains(const Raw* raw, size_t width, size_t height, float divisor, uin
   assert(!overlap(bytes_of(gains, width * height), bytes_of(raw, width * height)));
   const grid_mirror mirror = mirror_of(orientation);
   if (!mirror.known) return;
-  for (size_t row = 0; row < height; ++row) {
-    const Raw* const from = raw + row * width;
-    float* const to = gains + (mirror.top_bottom ? height - 1 - row : row) * width;
-    if (mirror.left_right) {
-      for (size_t column = 0; column < width; ++column)
-        to[width - 1 - column] = static_cast<float>(from[column]) / divisor + 1.0f;
-    } else {
-      for (size_t column = 0; column < width; ++column)
-        to[column] = static_cast<float>(from[column]) / divisor + 1.0f;
-    }
-  }
+  const auto convert_row = gains_kernel<Raw>(rows().floats);
+  for (size_t row = 0; row < height; ++row)
+    convert_row(raw + row * width, width, divisor, mirror.left_right,
+                gains + (mirror.top_bottom ? height - 1 - row : row) * width);
 }
 
 }  // namespace qo

@@ -8,8 +8,11 @@
 
 #include <cstdint>
 
+#include "rows/float_rows.h"
 #include "rows/gain_rows.h"
 #include "rows/matrix_rows.h"
+#include "rows/patch_rows.h"
+#include "rows/spline_rows.h"
 #include "rows/surface_rows.h"
 #include "rows/word_rows.h"
 
@@ -21,6 +24,9 @@ struct row_table {
   const matrix_rows& matrix;
   const surface_rows& surface;
   const gain_rows& gains;
+  const float_rows& floats;
+  const spline_rows& splines;
+  const patch_rows& patches;
 };
 
 /// What a table may use: each set includes those before it.

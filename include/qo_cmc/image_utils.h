@@ -86,8 +86,8 @@ void interpolate_gain_value(float* cell, uint16_t stride, uint32_t mode);
  *           side is below its source's; nothing is written
  *         - QO_CMC_OK (0): there are no planes; no pointer is looked at
  *         - QO_CMC_INVALID_SIZE (32): an array or a plane in it is null; nothing is written
- *         - QO_CMC_NO_MEMORY (4): the working memory of (in_w + 3) (in_h + 3) + 4 out_w floats
- *           cannot be allocated; nothing is written
+ *         - QO_CMC_NO_MEMORY (4): the working memory of 4 (in_w + 3) + out_w floats cannot be
+ *           allocated; nothing is written
  *         - QO_CMC_OK (0): done
  */
 uint32_t image_bicubic_upscale_uint8_to_float(const uint8_t* const* src_planes,
@@ -113,8 +113,8 @@ uint32_t image_bicubic_upscale_uint8_to_float(const uint8_t* const* src_planes,
  *           side is below its source's; nothing is written
  *         - QO_CMC_OK (0): there are no planes; no pointer is looked at
  *         - QO_CMC_INVALID_SIZE (32): an array or a plane in it is null; nothing is written
- *         - QO_CMC_NO_MEMORY (4): the working memory of (in_w + 3) (in_h + 3) + 4 out_w floats
- *           cannot be allocated; nothing is written
+ *         - QO_CMC_NO_MEMORY (4): the working memory of 4 (in_w + 3) + out_w floats cannot be
+ *           allocated; nothing is written
  *         - QO_CMC_OK (0): done
  */
 uint32_t image_bicubic_upscale_uint16_to_float(const uint16_t* const* src_planes,
@@ -179,8 +179,8 @@ void create_extrapolated_buffer_for_bicubic_u16(const uint16_t* src, float* buff
  *         - QO_CMC_INVALID_SIZE (32): in_h or in_w is 0 or above 65532; nothing is written
  *         - QO_CMC_OK (0): out_h or out_w is 0; no pointer is looked at
  *         - QO_CMC_INVALID_SIZE (32): a pointer is null; nothing is written
- *         - QO_CMC_NO_MEMORY (4): the working memory of (in_h + 3) (in_w + 3) floats cannot be
- *           allocated; nothing is written
+ *         - QO_CMC_NO_MEMORY (4): the working memory of 4 (in_w + 3) floats cannot be allocated;
+ *           nothing is written
  *         - QO_CMC_OK (0): done
  */
 uint32_t bicubic_resize_32f_to_u16p10(const float* src, uint16_t in_h, uint16_t in_w, uint16_t* dst,
@@ -204,8 +204,8 @@ uint32_t bicubic_resize_32f_to_u16p10(const float* src, uint16_t in_h, uint16_t 
  *         - QO_CMC_INVALID_SIZE (32): in_h or in_w is 0 or above 65532; nothing is written
  *         - QO_CMC_OK (0): out_h or out_w is 0; no pointer is looked at
  *         - QO_CMC_INVALID_SIZE (32): a pointer is null; nothing is written
- *         - QO_CMC_NO_MEMORY (4): the working memory of (in_h + 3) (in_w + 3) floats cannot be
- *           allocated; nothing is written
+ *         - QO_CMC_NO_MEMORY (4): the working memory of 4 (in_w + 3) floats cannot be allocated;
+ *           nothing is written
  *         - QO_CMC_OK (0): done
  */
 uint32_t bicubic_resize_u16_to_u16(const uint16_t* src, uint16_t in_h, uint16_t in_w,
