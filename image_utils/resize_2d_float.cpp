@@ -2,11 +2,14 @@
 
 #include "qo_cmc/image_utils.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 
 #include "base/float_to_int.h"
 #include "image_utils/corner_alignment.h"
 #include "qo_cmc/status.h"
+#include "rows/row_table.h"
 
 namespace qo {
 namespace {
@@ -27,17 +30,58 @@ struct sample_pair {
   return {first, second, position - static_cast<float>(first)};
 }
 
-/// One output row from the two source rows around it. The order of the products and sums is part of
-/// the result.
-void blend_rows(const float* upper, const float* lower, float fraction_y, uint32_t in_width,
-                float step_x, float* dst, uint32_t out_width) {
-  const float rest_y = 1.0f - fraction_y;
-  for (uint32_t i = 0; i < out_width; ++i) {
-    const sample_pair x = sample_pair_of(i, step_x, in_width);
-    const float rest_x = 1.0f - x.fraction;
-    dst[i] = x.fraction * lower[x.second] * fraction_y +
-             (upper[x.second] * x.fraction * rest_y + upper[x.first] * rest_x * rest_y +
-              rest_x * lower[x.first] * fraction_y);
+/// What is resized: rows of `width` samples.
+struct source_rows {
+  const float* first;
+  uint32_t width;
+
+  [[nodiscard]] const float* operator[](size_t row) const { return first + row * width; }
+};
+
+/// The products of the two source rows that were asked for last. A row stands in the place of its
+/// parity: of the two rows around an output neither replaces the other.
+class row_products {
+ public:
+  row_products(const bilinear_float_rows& kernels, const bilinear_float_columns& columns,
+               const source_rows& source)
+      : kernels_(kernels), columns_(columns), source_(source) {}
+
+  [[nodiscard]] const bilinear_float_row& at(size_t row) {
+    const size_t place = row % 2;
+    if (held_[place] != row) {
+      kernels_.across(columns_, source_[row], rows_[place]);
+      held_[place] = row;
+    }
+    return rows_[place];
+  }
+
+ private:
+  static constexpr size_t none = SIZE_MAX;
+
+  const bilinear_float_rows& kernels_;
+  const bilinear_float_columns& columns_;
+  const source_rows& source_;
+  size_t held_[2] = {none, none};
+  bilinear_float_row rows_[2];
+};
+
+/// The output columns from `left` on, as many as a strip has.
+void resize_strip(const source_rows& source, uint32_t in_height, float step_x, float step_y,
+                  uint32_t left, float* dst, uint32_t out_width, uint32_t out_height) {
+  const bilinear_float_rows& kernels = rows().bilinear_float;
+  const uint32_t count = std::min(out_width - left, uint32_t{bilinear_float_strip});
+  bilinear_float_columns columns;
+  kernels.plan({left, count, source.width, step_x}, columns);
+  row_products products(kernels, columns, source);
+  // From two rows to a step on hardly any source row is used twice.
+  const bool are_rows_shared = step_y < 2.0f;
+  for (uint32_t i = 0; i < out_height; ++i) {
+    const sample_pair y = sample_pair_of(i, step_y, in_height);
+    float* const row = dst + size_t{i} * out_width + left;
+    if (are_rows_shared)
+      kernels.down(products.at(y.first), products.at(y.second), y.fraction, row, count);
+    else
+      kernels.across_and_down(columns, source[y.first], source[y.second], y.fraction, row);
   }
 }
 
@@ -56,10 +100,8 @@ uint32_t resize_2d_array_float(const float* src, uint32_t in_w, int32_t in_h, fl
 
   const float step_x = qo::corner_aligned_step(in_width, out_width);
   const float step_y = qo::corner_aligned_step(in_h, out_height);
-  for (uint32_t i = 0; i < out_h; ++i) {
-    const qo::sample_pair y = qo::sample_pair_of(i, step_y, static_cast<uint32_t>(in_h));
-    qo::blend_rows(src + y.first * in_width, src + y.second * in_width, y.fraction, in_width,
-                   step_x, dst + size_t{i} * out_width, out_width);
-  }
+  for (uint32_t left = 0; left < out_width; left += qo::bilinear_float_strip)
+    qo::resize_strip({src, in_width}, static_cast<uint32_t>(in_h), step_x, step_y, left, dst,
+                     out_width, out_h);
   return QO_CMC_OK;
 }

@@ -8,6 +8,8 @@
 
 #include <cstdint>
 
+#include "rows/bilinear_float_rows.h"
+#include "rows/bilinear_rows.h"
 #include "rows/float_rows.h"
 #include "rows/gain_rows.h"
 #include "rows/matrix_rows.h"
@@ -27,6 +29,8 @@ struct row_table {
   const float_rows& floats;
   const spline_rows& splines;
   const patch_rows& patches;
+  const bilinear_rows& bilinear;
+  const bilinear_float_rows& bilinear_float;
 };
 
 /// What a table may use: each set includes those before it.

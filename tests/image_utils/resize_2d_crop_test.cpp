@@ -83,12 +83,25 @@ TEST(CropResize2d, EverySizeUpToFortyHasTheReferenceBits) {
     }
 }
 
+TEST(CropResize2d, EveryWidthTo140HasTheReferenceBitsAtEveryKindOfStep) {
+  guarded_crop cropper(900 * 9, 141 * 7);
+  for (uint32_t out = 2; out <= 140; ++out)
+    for (const uint32_t region : {(out + 3) / 2, out, 2 * out - 1, 2 * out + 3, 5 * out}) {
+      const auto cut = static_cast<int32_t>(out % 23);
+      ASSERT_TRUE(cropper.matches({region + 2 * out % 46, 9, out, 7}, {cut, 1, cut, 2},
+                                  guard_side::before));
+      ASSERT_TRUE(
+          cropper.matches({region + out % 23, 9, out, 3}, {cut, 2, 0, 0}, guard_side::behind));
+    }
+}
+
 TEST(CropResize2d, LargeSizesHaveTheReferenceBits) {
   guarded_crop cropper(640 * 400, 640 * 400);
   for (const margins& cut : {margins{0, 0, 0, 0}, margins{100, 50, 3, 200}, margins{600, 350, 0, 0},
                              margins{0, 0, 600, 350}})
-    for (const sizes& s : {sizes{640, 400, 320, 200}, sizes{640, 400, 33, 21},
-                           sizes{640, 400, 640, 400}, sizes{640, 400, 1000, 100}}) {
+    for (const sizes& s :
+         {sizes{640, 400, 320, 200}, sizes{640, 400, 33, 21}, sizes{640, 400, 640, 400},
+          sizes{640, 400, 1000, 100}, sizes{640, 400, 1600, 90}}) {
       ASSERT_TRUE(cropper.matches(s, cut, guard_side::before));
       ASSERT_TRUE(cropper.matches(s, cut, guard_side::behind));
     }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -92,6 +93,57 @@ TEST(Resize2dFloat, EverySizeUpToFortyHasTheReferenceBits) {
     }
 }
 
+// Widths that end before, at and behind every boundary of registers; steps below one sample, of
+// about one, up to two, up to four, and beyond.
+TEST(Resize2dFloat, EveryWidthTo140HasTheReferenceBitsAtEveryKindOfStep) {
+  guarded_resize resizer(141 * 9 * 6, 141 * 7);
+  for (uint32_t out = 2; out <= 140; ++out)
+    for (const uint32_t in : {(out + 3) / 2, out, out + 1, (3 * out) / 2 + 1, 2 * out - 1,
+                              2 * out + 1, 3 * out, 4 * out - 3, 4 * out + 1, 9 * out}) {
+      ASSERT_TRUE(resizer.matches({in, 6, out, 7}, guard_side::before));
+      ASSERT_TRUE(resizer.matches({in, 6, out, 3}, guard_side::behind));
+      ASSERT_TRUE(resizer.matches({in, 6, out, 2}, guard_side::behind));
+    }
+}
+
+// Strips are 768 outputs.
+TEST(Resize2dFloat, WidthsAroundStripsHaveTheReferenceBits) {
+  guarded_resize resizer(15000 * 3, 1600 * 5);
+  for (const uint32_t out : {767u, 768u, 769u, 785u, 1535u, 1536u, 1537u})
+    for (const uint32_t in : {300u, out, 2 * out - 1, 14999u})
+      for (const guard_side side : {guard_side::before, guard_side::behind}) {
+        ASSERT_TRUE(resizer.matches({in, 3, out, 5}, side));
+        ASSERT_TRUE(resizer.matches({in, 3, out, 2}, side));
+      }
+}
+
+// Rounded positions of wide rows may lie a sample further apart than their step has it.
+TEST(Resize2dFloat, StepsOfAlmostWholeSamplesHaveTheReferenceBits) {
+  guarded_resize resizer(65535 * 2, 65535 * 2);
+  for (uint32_t rest = 0; rest < 3; ++rest)
+    for (const uint32_t part : {1u, 2u, 4u})
+      for (const guard_side side : {guard_side::before, guard_side::behind})
+        ASSERT_TRUE(resizer.matches({65535 - rest, 2, 65534 / part - rest % 2, 2}, side));
+}
+
+TEST(Resize2dFloat, EveryAlignmentHasTheReferenceBits) {
+  constexpr size_t room = 16;
+  for (const sizes& s : {sizes{37, 5, 101, 7}, sizes{201, 5, 101, 3}, sizes{301, 5, 101, 3}}) {
+    std::vector<float> src(size_t{s.in_w} * s.in_h + room);
+    std::vector<float> dst(size_t{s.out_w} * s.out_h + room);
+    sample_planes::fill_with_noise(src.data(), src.size(), 43);
+    for (size_t i = 0; i < room; ++i) {
+      std::fill(dst.begin(), dst.end(), 90.0f);
+      const size_t to = (7 * i + 3) % room;
+      ASSERT_EQ(uint32_t{QO_CMC_OK}, resize(src.data() + i, dst.data() + to, s));
+      ASSERT_TRUE(sample_planes::same_bits(reference(src.data() + i, s), dst.data() + to, s.out_w));
+      for (size_t j = 0; j < to; ++j) ASSERT_EQ(90.0f, dst[j]) << j;
+      for (size_t j = to + size_t{s.out_w} * s.out_h; j < dst.size(); ++j)
+        ASSERT_EQ(90.0f, dst[j]) << j;
+    }
+  }
+}
+
 TEST(Resize2dFloat, LargeSizesHaveTheReferenceBits) {
   guarded_resize resizer(1 << 18, 1 << 18);
   for (const sizes& s :
@@ -114,10 +166,10 @@ TEST(Resize2dFloat, ExtremeSamplesHaveTheReferenceBits) {
                           -infinity,
                           std::numeric_limits<float>::quiet_NaN(),
                           1.0f};
-  for (uint32_t out = 2; out <= 12; ++out) {
-    std::vector<float> src(7 * 5);
-    for (size_t i = 0; i < src.size(); ++i) src[i] = values[(i * 5 + out) % 8];
-    const sizes s{7, 5, out, 14 - out};
+  for (uint32_t out = 2; out <= 70; ++out) {
+    const sizes s{3 + out * 7 % 80, 5, out, 2 + out % 9};
+    std::vector<float> src(size_t{s.in_w} * s.in_h);
+    for (size_t i = 0; i < src.size(); ++i) src[i] = values[(i * 5 + i / 7 + out) % 8];
     std::vector<float> dst(size_t{s.out_w} * s.out_h);
     ASSERT_EQ(uint32_t{QO_CMC_OK}, resize(src.data(), dst.data(), s));
     ASSERT_TRUE(sample_planes::same_bits(reference(src.data(), s), dst.data(), s.out_w));

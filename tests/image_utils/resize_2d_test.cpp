@@ -101,6 +101,50 @@ TYPED_TEST(Resize2d, EveryOutputSizeUpToFortyHasTheReferenceBits) {
     }
 }
 
+// Widths that end before, at and behind every boundary of registers; steps below one sample, of
+// about one, up to two, up to four, beyond, and whole ones.
+TYPED_TEST(Resize2d, EveryWidthTo140HasTheReferenceBitsAtEveryKindOfStep) {
+  guarded_resize<TypeParam> resizer(141 * 9 * 6, 141 * 7);
+  for (uint32_t out = 2; out <= 140; ++out)
+    for (const uint32_t in : {(out + 3) / 2, out, out + 1, (3 * out) / 2 + 1, 2 * out - 1,
+                              2 * out + 1, 3 * out, 4 * out - 3, 4 * out + 1, 9 * out}) {
+      ASSERT_TRUE(resizer.matches({in, 6, out, 7}, guard_side::before));
+      ASSERT_TRUE(resizer.matches({in, 6, out, 3}, guard_side::behind));
+      ASSERT_TRUE(resizer.matches({in, 6, out, 2}, guard_side::behind));
+    }
+}
+
+// Strips are 1280 outputs at most.
+TYPED_TEST(Resize2d, WidthsAroundStripsHaveTheReferenceBits) {
+  guarded_resize<TypeParam> resizer(15000 * 3, 6200 * 5);
+  for (const uint32_t out : {1279u, 1280u, 1281u, 1344u, 1345u, 2559u, 2560u, 2561u, 3841u})
+    for (const uint32_t in : {700u, out, 2 * out - 1, 14999u})
+      for (const guard_side side : {guard_side::before, guard_side::behind}) {
+        ASSERT_TRUE(resizer.matches({in, 3, out, 5}, side));
+        ASSERT_TRUE(resizer.matches({in, 3, out, 2}, side));
+      }
+}
+
+TYPED_TEST(Resize2d, EveryAlignmentHasTheReferenceBits) {
+  constexpr size_t room = 64 / sizeof(TypeParam);
+  for (const sizes& s : {sizes{37, 5, 101, 7}, sizes{201, 5, 101, 3}, sizes{301, 5, 101, 3}}) {
+    std::vector<TypeParam> src(size_t{s.in_w} * s.in_h + room);
+    std::vector<TypeParam> dst(size_t{s.out_w} * s.out_h + room);
+    sample_planes::fill_with_noise(src.data(), src.size(), 43);
+    for (size_t i = 0; i < room; ++i) {
+      std::fill(dst.begin(), dst.end(), TypeParam{0x5a});
+      const size_t to = (7 * i + 3) % room;
+      ASSERT_EQ(uint32_t{QO_CMC_OK}, resize(src.data() + i, dst.data() + to, s));
+      ASSERT_TRUE(
+          same_bits(resize_2d_reference::fixed_point<fraction_bits<TypeParam>>(src.data() + i, s),
+                    dst.data() + to, s.out_w));
+      for (size_t j = 0; j < to; ++j) ASSERT_EQ(0x5a, dst[j]) << j;
+      for (size_t j = to + size_t{s.out_w} * s.out_h; j < dst.size(); ++j)
+        ASSERT_EQ(0x5a, dst[j]) << j;
+    }
+  }
+}
+
 const sizes large_sizes[] = {{640, 400, 320, 200}, {333, 257, 401, 513}, {17, 13, 640, 401},
                              {2, 2, 700, 300},     {70000, 2, 300, 3},   {2, 70000, 3, 300},
                              {3, 3, 70000, 3},     {3, 3, 3, 70000},     {300, 200, 300, 200}};
@@ -237,8 +281,8 @@ TYPED_TEST_SUITE(Resize2dInterleaved, interleaved_elements);
 
 TYPED_TEST(Resize2dInterleaved, WritesEveryStepthElementAndNothingBetween) {
   for (const int32_t step : {1, 2, 3, 4, 7})
-    for (const sizes& s :
-         {sizes{5, 4, 9, 7}, sizes{40, 31, 9, 7}, sizes{2, 2, 2, 2}, sizes{6, 6, 33, 40}}) {
+    for (const sizes& s : {sizes{5, 4, 9, 7}, sizes{40, 31, 9, 7}, sizes{2, 2, 2, 2},
+                           sizes{6, 6, 33, 40}, sizes{65, 9, 33, 5}, sizes{50, 3, 3200, 4}}) {
       const auto stride = static_cast<size_t>(step);
       const size_t outputs = size_t{s.out_w} * s.out_h;
       kit::guarded_array<TypeParam> src(size_t{s.in_w} * s.in_h);
