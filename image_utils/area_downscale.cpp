@@ -9,12 +9,17 @@
 
 #include "base/float_to_int.h"
 #include "base/powers_of_two.h"
-#include "image_utils/clamped_samples.h"
 #include "image_utils/plane_arrays.h"
 #include "qo_cmc/status.h"
+#include "rows/row_table.h"
 
 namespace qo {
 namespace {
+
+struct plane_size {
+  uint64_t width;
+  uint64_t height;
+};
 
 struct area {
   uint32_t x;
@@ -23,19 +28,13 @@ struct area {
   uint32_t height;
 };
 
-/// What one output sample covers along one axis: `count` samples from `first` on.
+/// What one output sample covers along one axis: `count` samples from `first` on, those between
+/// the first and the last in full. A sample that is both has the weight of the first.
 struct coverage {
   uint32_t first;
   uint32_t count;
   float first_weight;
   float last_weight;
-
-  /// A sample that is first and last has the weight of the first.
-  [[nodiscard]] float weight(uint32_t i) const {
-    assert(i < count);
-    if (i == 0) return first_weight;
-    return i + 1 == count ? last_weight : 1.0f;
-  }
 };
 
 /// Walks an axis from one output sample to the next.
@@ -66,20 +65,65 @@ class coverage_walk {
   float fraction_ = 0.0f;  // and how much of its last one it took
 };
 
-/// The weighted sum over one output sample's area. One accumulator, rows outer, columns inner: the
-/// order is part of the result.
-template <typename Sample>
-[[nodiscard]] float weighted_sum(const Sample* plane, const plane_size& size, const area& region,
-                                 const coverage& rows, const coverage& columns) {
-  float sum = 0.0f;
-  for (uint32_t k = 0; k < rows.count; ++k) {
-    const auto samples =
-        samples_from(plane, size, region.y + rows.first + k, region.x + columns.first);
-    const float row_weight = rows.weight(k);
-    for (uint32_t j = 0; j < columns.count; ++j)
-      sum += columns.weight(j) * row_weight * static_cast<float>(samples[j]);
+/// The coverage of the next columns, as the kernels take it.
+void cover_columns(coverage_walk& walk, uint32_t count, area_columns& columns) {
+  uint32_t least = UINT32_MAX;
+  columns.count = count;
+  columns.taps = 0;
+  coverage column{};
+  const uint32_t groups = (count + area_columns::group - 1) / area_columns::group;
+  for (uint32_t c = 0; c < groups * area_columns::group; ++c) {
+    if (c < count) column = walk.next();
+    columns.taps = std::max(columns.taps, column.count);
+    least = std::min(least, column.count);
+    columns.starts[c] = static_cast<uint16_t>(column.first);
+    columns.counts[c] = static_cast<uint16_t>(column.count);
+    columns.first_weights[c] = column.first_weight;
+    columns.last_weights[c] = column.last_weight;
   }
-  return sum;
+  // Intervals of one length meet one sample more or less, and with rounded ends one more.
+  assert(least >= 1 && columns.taps - least <= 2);
+}
+
+/// Rows of a region, as the kernels take them.
+template <typename Sample>
+[[nodiscard]] area_band<Sample> cover_rows(const Sample* plane, const plane_size& size,
+                                           const area& region, const coverage& rows) {
+  const uint64_t first_row = uint64_t{region.y} + rows.first;
+  const uint64_t first = first_row * size.width + region.x;
+  return {plane + first,
+          size.width,
+          rows.count,
+          static_cast<uint32_t>(size.height - 1 - first_row),
+          size.width * size.height - first,
+          rows.first_weight,
+          rows.last_weight};
+}
+
+/// The kernels for samples of a type.
+template <typename Sample>
+struct kernels;
+
+template <>
+struct kernels<uint16_t> {
+  static constexpr auto average = &area_rows::average_u16;
+  static constexpr auto halve = &area_rows::halve_u16;
+};
+
+template <>
+struct kernels<float> {
+  static constexpr auto average = &area_rows::average_float;
+  static constexpr auto halve = &area_rows::halve_float;
+};
+
+/// Steps of two samples in both directions: nothing is covered in part.
+template <typename Sample>
+void halve_plane(const Sample* src, const plane_size& size, const area& region, uint16_t* dst,
+                 uint16_t out_width, uint16_t out_height, const area_format& format) {
+  const auto halve = rows().areas.*kernels<Sample>::halve;
+  const Sample* top = src + region.y * size.width + region.x;
+  for (uint32_t r = 0; r < out_height; ++r, top += 2 * size.width, dst += out_width)
+    halve(top, top + size.width, out_width, format, dst);
 }
 
 /// Powers of two between sample values and numbers.
@@ -88,29 +132,39 @@ struct number_format {
   float out_scale;  ///< units of an output sample in 1.0
 };
 
-[[nodiscard]] uint16_t to_fixed_point(float mean, const number_format& format) {
+/// trunc((sum * normaliser * in_unit + rounding) * out_scale), in one product and one sum: products
+/// with powers of two round nothing, and what they could drive out of range saturates or is lost
+/// beside the rounding term either way.
+[[nodiscard]] area_format format_of(float normaliser, const number_format& numbers) {
   // Contract: half a unit of 10 fractional bits, whatever the output has.
   constexpr float rounding = 0x1p-11f;
-  return static_cast<uint16_t>(
-      truncate_to_i32((mean * format.in_unit + rounding) * format.out_scale));
+  return {normaliser * numbers.in_unit * numbers.out_scale, rounding * numbers.out_scale};
 }
 
 template <typename Sample>
 void downscale_plane(const Sample* src, const plane_size& size, const area& region, uint16_t* dst,
-                     uint16_t out_width, uint16_t out_height, const number_format& format) {
+                     uint16_t out_width, uint16_t out_height, const number_format& numbers) {
+  // An empty region has means that are no numbers.
+  if (region.width == 0 || region.height == 0) {
+    std::fill_n(dst, size_t{out_width} * out_height, uint16_t{0});
+    return;
+  }
   const float step_x = static_cast<float>(region.width) / static_cast<float>(out_width);
   const float step_y = static_cast<float>(region.height) / static_cast<float>(out_height);
-  // An empty region makes this infinite, the mean no number, and the output 0.
-  const float normaliser = 1.0f / (step_x * step_y);
-  coverage_walk row_walk(step_y, static_cast<uint32_t>(size.height));
-  for (uint32_t r = 0; r < out_height; ++r) {
-    const coverage rows = row_walk.next();
-    uint16_t* const dst_row = dst + size_t{r} * out_width;
-    coverage_walk column_walk(step_x, static_cast<uint32_t>(size.width));
-    for (uint32_t c = 0; c < out_width; ++c) {
-      const float sum = weighted_sum(src, size, region, rows, column_walk.next());
-      dst_row[c] = to_fixed_point(sum * normaliser, format);
-    }
+  const area_format format = format_of(1.0f / (step_x * step_y), numbers);
+  if (step_x == 2.0f && step_y == 2.0f)
+    return halve_plane(src, size, region, dst, out_width, out_height, format);
+
+  const auto average = rows().areas.*kernels<Sample>::average;
+  coverage_walk column_walk(step_x, static_cast<uint32_t>(size.width));
+  area_columns columns;  // 24 KiB
+  for (uint32_t first = 0; first < out_width; first += area_columns::capacity) {
+    const uint32_t count = std::min(area_columns::capacity, out_width - first);
+    cover_columns(column_walk, count, columns);
+    coverage_walk row_walk(step_y, static_cast<uint32_t>(size.height));
+    for (uint32_t r = 0; r < out_height; ++r)
+      average(columns, cover_rows(src, size, region, row_walk.next()), format,
+              dst + size_t{r} * out_width + first);
   }
 }
 
@@ -118,7 +172,7 @@ template <typename Sample>
 [[nodiscard]] uint32_t downscale_planes(const Sample* const* src_planes,
                                         uint16_t* const* dst_planes, const plane_size& size,
                                         uint16_t out_width, uint16_t out_height, uint16_t n_planes,
-                                        const uint16_t* roi, const number_format& format) {
+                                        const uint16_t* roi, const number_format& numbers) {
   if (size.width <= out_width || size.height <= out_height) return QO_CMC_INVALID_SIZE;
   if (out_width < 3 || out_height < 3) return QO_CMC_INVALID_SIZE;
   area region{0, 0, static_cast<uint32_t>(size.width), static_cast<uint32_t>(size.height)};
@@ -132,7 +186,7 @@ template <typename Sample>
   if (has_null_plane(src_planes, dst_planes, n_planes)) return QO_CMC_INVALID_SIZE;
 
   for (size_t i = 0; i < n_planes; ++i)
-    downscale_plane(src_planes[i], size, region, dst_planes[i], out_width, out_height, format);
+    downscale_plane(src_planes[i], size, region, dst_planes[i], out_width, out_height, numbers);
   return QO_CMC_OK;
 }
 

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+#include "rows/area_rows.h"
 #include "rows/bilinear_float_rows.h"
 #include "rows/bilinear_rows.h"
 #include "rows/float_rows.h"
@@ -31,6 +32,7 @@ struct row_table {
   const patch_rows& patches;
   const bilinear_rows& bilinear;
   const bilinear_float_rows& bilinear_float;
+  const area_rows& areas;
 };
 
 /// What a table may use: each set includes those before it.

@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <random>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "qo_cmc/image_utils.h"
@@ -221,11 +224,130 @@ TEST(AreaDownscale, LargeSizesHaveTheReferenceBits) {
   }
 }
 
+TEST(AreaDownscale, HalfOfEverySizeTo280HasTheReferenceBits) {
+  guarded_downscale downscaler(281 * 7, 140 * 3);
+  for (int out = 3; out <= 140; ++out) {
+    const region odd{1, 1, 2 * out, 6};
+    for (const guard_side side : {guard_side::before, guard_side::behind}) {
+      ASSERT_TRUE(downscaler.matches({2 * out, 6, out, 3}, side));
+      ASSERT_TRUE(downscaler.matches({6, 2 * out, 3, out}, side));
+      ASSERT_TRUE(downscaler.matches({2 * out + 1, 7, out, 3}, side, &odd));
+      ASSERT_TRUE(downscaler.matches({2 * out, 7, out, 3}, side));
+    }
+  }
+}
+
+TEST(AreaDownscale, WidthsAroundAStripOfColumnsHaveTheReferenceBits) {
+  // The library takes 2048 columns at a time, in groups of up to 16.
+  guarded_downscale downscaler(5 * 6200 * 4, 4112 * 3);
+  for (const int out : {2031, 2032, 2033, 2047, 2048, 2049, 2063, 2064, 2065, 4096, 4097, 4112})
+    for (const int in : {out + 1, out * 5 / 4, 2 * out - 1, 2 * out, out * 25 / 12, 5 * out})
+      ASSERT_TRUE(
+          downscaler.matches({in, 4, out, 3}, in % 2 ? guard_side::before : guard_side::behind));
+}
+
+/// Both planes at any offset, with samples on either side that must stay.
+template <typename Sample>
+void expect_reference_at_every_offset(const std::vector<Sample>& room, const sizes& s) {
+  constexpr size_t offsets = 40;
+  constexpr uint16_t untouched = 0xa5c3;
+  const size_t count = static_cast<size_t>(s.out_w * s.out_h);
+  for (size_t offset = 0; offset < offsets; ++offset) {
+    const Sample* const src = room.data() + offset;
+    const size_t dst_offset = (7 * offset + 1) % offsets;
+    std::vector<uint16_t> dst(count + 2 * offsets, untouched);
+    std::vector<uint16_t> expected(dst);
+    if constexpr (std::is_same_v<Sample, float>)
+      ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src, dst.data() + dst_offset, s, nullptr));
+    else
+      ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src, dst.data() + dst_offset, s, nullptr, 0, 10));
+    const std::vector<uint16_t> samples = reference(src, s, whole(s), 0, 10);
+    std::copy(samples.begin(), samples.end(),
+              expected.begin() + static_cast<std::ptrdiff_t>(dst_offset));
+    ASSERT_EQ(expected, dst) << "offset " << offset << ", " << s.in_w << " to " << s.out_w;
+  }
+}
+
+TEST(AreaDownscale, EveryAlignmentHasTheReferenceBitsAndOnlyOutputIsWritten) {
+  std::vector<float> floats(450 * 7);
+  std::vector<uint16_t> halves(450 * 7);
+  sample_planes::fill_with_noise(floats.data(), floats.size(), 67);
+  sample_planes::fill_with_noise(halves.data(), halves.size(), 71);
+  for (const sizes& s : {sizes{101, 7, 50, 3}, sizes{90, 6, 45, 3}, sizes{83, 6, 40, 4},
+                         sizes{146, 7, 70, 5}, sizes{131, 7, 47, 3}, sizes{440, 7, 41, 3}}) {
+    expect_reference_at_every_offset(floats, s);
+    expect_reference_at_every_offset(halves, s);
+  }
+}
+
+TEST(AreaDownscale, SmallestAndLargestSamplesHaveTheReferenceBits) {
+  std::vector<float> floats(600 * 6);
+  std::vector<uint16_t> halves(600 * 6);
+  sample_planes::fill_with_extremes(floats.data(), floats.size(), 73);
+  sample_planes::fill_with_extremes(halves.data(), halves.size(), 79);
+  for (const int out : {17, 35, 64, 129, 200, 256, 300, 431, 599}) {
+    const sizes s{600, 6, out, out % 2 ? 4 : 3};
+    std::vector<uint16_t> dst(static_cast<size_t>(s.out_w * s.out_h));
+    ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(floats.data(), dst.data(), s, nullptr));
+    EXPECT_EQ(reference(floats.data(), s, whole(s), 0, 10), dst) << out;
+    for (const int in_bits : {0, 7, 31}) {
+      ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(halves.data(), dst.data(), s, nullptr, in_bits, 10));
+      EXPECT_EQ(reference(halves.data(), s, whole(s), in_bits, 10), dst) << out;
+    }
+  }
+}
+
+TEST(AreaDownscale, WhatIsNoNumberOrInfiniteReachesOnlyWhatCoversIt) {
+  // One sample at each place in turn: a column that does not cover it must not see it.
+  constexpr float infinity = std::numeric_limits<float>::infinity();
+  for (const float odd : {infinity, -infinity, std::numeric_limits<float>::quiet_NaN()})
+    for (const sizes& s : {sizes{70, 4, 35, 3}, sizes{70, 6, 35, 3}, sizes{70, 4, 69, 3},
+                           sizes{73, 4, 35, 3}, sizes{70, 4, 28, 3}, sizes{95, 4, 21, 3}}) {
+      std::vector<float> src(static_cast<size_t>(s.in_w * s.in_h));
+      sample_planes::fill_with_noise(src.data(), src.size(), 83);
+      std::vector<uint16_t> dst(static_cast<size_t>(s.out_w * s.out_h));
+      for (float& sample : src) {
+        const float kept = std::exchange(sample, odd);
+        ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src.data(), dst.data(), s, nullptr));
+        ASSERT_EQ(reference(src.data(), s, whole(s), 0, 10), dst)
+            << "at " << &sample - src.data() << ", " << s.in_w << " to " << s.out_w;
+        sample = kept;
+      }
+    }
+}
+
+TEST(AreaDownscale, MagnitudesWhereScalesCouldOverflowOrVanishHaveTheReferenceBits) {
+  // Regions smaller than the output have means above their samples.
+  const float values[] = {std::numeric_limits<float>::max(),
+                          -std::numeric_limits<float>::max(),
+                          std::numeric_limits<float>::max() / 9,
+                          std::numeric_limits<float>::max() / 1024,
+                          -std::numeric_limits<float>::max() / 4096,
+                          std::numeric_limits<float>::min(),
+                          std::numeric_limits<float>::denorm_min() * 5,
+                          -std::numeric_limits<float>::denorm_min(),
+                          2097151.875f,
+                          -2097152.0f,
+                          1e-4f,
+                          -0x1p-11f};
+  std::vector<float> src(40 * 8);
+  std::vector<uint16_t> dst(36 * 6);
+  const sizes s{40, 8, 36, 6};
+  for (const float value : values)
+    for (const region& roi : {region{0, 0, 40, 8}, region{1, 2, 9, 2}, region{0, 0, 1, 1},
+                              region{3, 1, 36, 6}, region{2, 1, 18, 3}}) {
+      for (size_t i = 0; i < src.size(); ++i) src[i] = i % 3 == 2 ? 0.0f : value;
+      ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src.data(), dst.data(), s, &roi));
+      ASSERT_EQ(reference(src.data(), s, roi, 0, 10), dst) << value << " of " << roi.w;
+    }
+}
+
 TEST(AreaDownscale, EveryNumberOfFractionBitsHasTheReferenceBits) {
-  guarded_downscale downscaler(7 * 6, 5 * 4);
+  guarded_downscale downscaler(44 * 6, 22 * 4);
   for (int in_bits = 0; in_bits <= 33; ++in_bits)
     for (int out_bits = 0; out_bits <= 33; ++out_bits)
-      ASSERT_TRUE(downscaler.matches({7, 6, 5, 4}, guard_side::behind, nullptr, in_bits, out_bits));
+      for (const sizes& s : {sizes{7, 6, 5, 4}, sizes{44, 6, 22, 3}, sizes{25, 4, 19, 3}})
+        ASSERT_TRUE(downscaler.matches(s, guard_side::behind, nullptr, in_bits, out_bits));
 }
 
 TEST(AreaDownscale, ExtremeFloatsHaveTheReferenceBits) {

@@ -1,0 +1,50 @@
+/// What the area kernels share: lanes of outputs, and the way from their sums to samples.
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "rows/area_rows.h"
+#include "rows/lanes.h"
+
+namespace qo::QO_ROWS_NS {
+namespace {
+
+constexpr size_t lanes = lanes_of<float>;
+
+template <size_t Lanes>
+using floats = vector_n<float, Lanes>;
+template <size_t Lanes>
+using words = vector_n<uint32_t, Lanes>;
+
+/// The values whose low 16 bits are the samples.
+template <size_t Lanes>
+[[nodiscard]] inline __attribute__((always_inline)) vector_n<int32_t, Lanes> to_units(
+    floats<Lanes> sum, const area_format& format) {
+  return truncate_lanes_for_low_16<Lanes>(sum * format.factor + format.offset);
+}
+
+template <size_t Lanes>
+[[nodiscard]] inline __attribute__((always_inline)) vector_n<uint16_t, Lanes> to_fixed_point(
+    floats<Lanes> sum, const area_format& format) {
+  return __builtin_convertvector(to_units<Lanes>(sum, format), vector_n<uint16_t, Lanes>);
+}
+
+/// Picks from two vectors within each quad of lanes; numbers from 4 on are those of b.
+template <size_t A, size_t B, size_t C, size_t D, typename Words>
+[[nodiscard]] inline __attribute__((always_inline)) Words pick(Words a, Words b) {
+  constexpr size_t n = sizeof(Words) / 4;
+#define QO_AT(i, quad) static_cast<int>((i) % 4 + 4 * (quad) + (i) / 4 * n)
+#define QO_QUAD(quad) QO_AT(A, quad), QO_AT(B, quad), QO_AT(C, quad), QO_AT(D, quad)
+  if constexpr (n == 4)
+    return __builtin_shufflevector(a, b, QO_QUAD(0));
+  else if constexpr (n == 8)
+    return __builtin_shufflevector(a, b, QO_QUAD(0), QO_QUAD(1));
+  else
+    return __builtin_shufflevector(a, b, QO_QUAD(0), QO_QUAD(1), QO_QUAD(2), QO_QUAD(3));
+#undef QO_QUAD
+#undef QO_AT
+}
+
+}  // namespace
+}  // namespace qo::QO_ROWS_NS
