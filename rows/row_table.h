@@ -14,6 +14,8 @@
 #include "rows/float_rows.h"
 #include "rows/gain_rows.h"
 #include "rows/matrix_rows.h"
+#include "rows/maximum_rows.h"
+#include "rows/nearest_rows.h"
 #include "rows/patch_rows.h"
 #include "rows/spline_rows.h"
 #include "rows/surface_rows.h"
@@ -33,6 +35,8 @@ struct row_table {
   const bilinear_rows& bilinear;
   const bilinear_float_rows& bilinear_float;
   const area_rows& areas;
+  const nearest_rows& nearest;
+  const maximum_rows& maxima;
 };
 
 /// What a table may use: each set includes those before it.

@@ -189,6 +189,83 @@ TEST(NearestNeighbor, LargeSizesHaveTheReferenceBits) {
   }
 }
 
+TEST(NearestNeighbor, SmallSizesOfManyRowsHaveTheReferenceBits) {
+  // Rows that repeat, that are left out, and that end far from the end of the plane.
+  every_scaler scalers(140 * 11, 140 * 19);
+  for (int64_t width = 1; width <= 140; ++width)
+    for (const guard_side side : {guard_side::before, guard_side::behind}) {
+      ASSERT_TRUE(scalers.matches({width, 7, (width + 1) / 2, 19}, side));
+      ASSERT_TRUE(scalers.matches({width, 11, width, 4}, side));
+      ASSERT_TRUE(scalers.matches({(width + 1) / 2, 5, width, 15}, side));
+      ASSERT_TRUE(scalers.matches({(width + 3) / 4, 3, width, 3}, side));
+      ASSERT_TRUE(scalers.matches({width, 9, (width + 3) / 4, 3}, side));
+    }
+}
+
+TEST(NearestNeighbor, SizesAroundAStripOfColumnsHaveTheReferenceBits) {
+  every_scaler scalers(3 * 65535, 3 * 9000);
+  const auto matches_both_sides = [&](const sizes& s) {
+    const auto result = scalers.matches(s, guard_side::before);
+    return result ? scalers.matches(s, guard_side::behind) : result;
+  };
+  for (const int64_t strip : {int64_t{2048}, int64_t{4096}, int64_t{8192}})
+    for (int64_t width = strip - 3; width <= strip + 3; ++width) {
+      ASSERT_TRUE(matches_both_sides({width / 2, 3, width, 2}));
+      ASSERT_TRUE(matches_both_sides({2 * width, 3, width, 2}));
+      ASSERT_TRUE(matches_both_sides({2 * width + 177, 2, width, 2}));
+      // One block of maxima is as wide as a strip, and wider.
+      ASSERT_TRUE(matches_both_sides({2 * width, 3, 2, 2}));
+      ASSERT_TRUE(matches_both_sides({5 * width, 3, 5, 2}));
+    }
+  ASSERT_TRUE(matches_both_sides({65535, 3, 2, 2}));
+  ASSERT_TRUE(matches_both_sides({65535, 3, 7, 3}));
+  ASSERT_TRUE(matches_both_sides({65535, 3, 4095, 2}));
+}
+
+TEST(NearestNeighbor, AnyNumberOfEqualRowsHasTheReferenceBits) {
+  every_scaler scalers(40 * 5, 40 * 1100);
+  for (const int64_t height :
+       {int64_t{126}, int64_t{127}, int64_t{128}, int64_t{254}, int64_t{255}, int64_t{1100}})
+    for (const int64_t in_height : {int64_t{2}, int64_t{3}, int64_t{5}}) {
+      ASSERT_TRUE(scalers.matches({40, in_height, 40, height}, guard_side::before));
+      ASSERT_TRUE(scalers.matches({9, in_height, 5, height}, guard_side::behind));
+    }
+}
+
+/// Outputs of `scaler` at every alignment of both planes; what lies around them is left alone.
+template <typename Sample, typename Out, typename Scaler, typename Reference>
+void expect_reference_bits_at_every_alignment(Scaler scaler, Reference reference) {
+  constexpr size_t most = 64 / sizeof(Sample);
+  std::vector<Sample> src(3 * 150 + most);
+  sample_planes::fill_with_noise(src.data(), src.size(), 8);
+  for (const sizes& s : {sizes{75, 3, 150, 3}, sizes{150, 3, 75, 2}, sizes{150, 3, 149, 2},
+                         sizes{150, 2, 61, 3}, sizes{150, 3, 40, 2}}) {
+    const auto count = static_cast<size_t>(s.out_w * s.out_h);
+    for (size_t from = 0; from < most; ++from) {
+      const std::vector<Out> expected = reference(src.data() + from, s);
+      for (size_t to = 0; to < most; ++to) {
+        std::vector<Out> dst(count + 2 * most, Out{0xa5});
+        std::vector<Out> around = dst;
+        std::copy(expected.begin(), expected.end(), around.begin() + static_cast<ptrdiff_t>(to));
+        ASSERT_EQ(uint32_t{QO_CMC_OK}, scaler(src.data() + from, dst.data() + to, s));
+        ASSERT_EQ(around, dst) << s.in_w << " to " << s.out_w << " at " << from << ", " << to;
+      }
+    }
+  }
+}
+
+TEST(NearestNeighbor, EveryAlignmentHasTheReferenceBits) {
+  expect_reference_bits_at_every_alignment<uint32_t, uint32_t>(scale, fixed_point_reference);
+  expect_reference_bits_at_every_alignment<uint16_t, uint16_t>(
+      upscale, far_edge_reference<uint16_t, uint16_t>);
+  for (const uint8_t use_max : {uint8_t{0}, uint8_t{1}})
+    expect_reference_bits_at_every_alignment<int32_t, uint32_t>(
+        [use_max](const int32_t* src, uint32_t* dst, const sizes& s) {
+          return downscale(src, dst, s, use_max);
+        },
+        use_max != 0 ? maximum_reference : far_edge_reference<uint32_t, int32_t>);
+}
+
 TEST(NearestNeighbor, FarColumnBehindThePlaneIsItsLastSample) {
   // 64 to 2049 is a step of 2048: output 2048 falls on sample 64. Likewise 1 to 257.
   for (const sizes& s :
@@ -386,6 +463,20 @@ TEST(NearestNeighborMaximum, OfNegativeSamplesIsZero) {
   uint32_t dst[4] = {9, 9, 9, 9};
   ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src.data(), dst, {4, 4, 2, 2}, 1));
   for (const uint32_t sample : dst) EXPECT_EQ(0u, sample);
+}
+
+TEST(NearestNeighborMaximum, OfExtremeSamplesHasTheReferenceBits) {
+  for (const int64_t width : {int64_t{5}, int64_t{33}, int64_t{70}, int64_t{140}})
+    for (int64_t out_width = 2; out_width <= width + 3; ++out_width) {
+      const sizes s{width, 4, out_width, 3};
+      std::vector<int32_t> src(static_cast<size_t>(width * 4));
+      sample_planes::fill_with_extremes(src.data(), src.size(), static_cast<uint32_t>(out_width));
+      std::vector<uint32_t> dst(static_cast<size_t>(out_width * 3));
+      ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src.data(), dst.data(), s, 1));
+      ASSERT_TRUE(annotated(
+          same_bits(maximum_reference(src.data(), s), dst.data(), static_cast<size_t>(out_width)),
+          s));
+    }
 }
 
 TEST(NearestNeighborMaximum, OfAnEmptyBlockIsZero) {
