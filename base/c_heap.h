@@ -40,7 +40,7 @@ template <typename T>
   size_t size;
   if (__builtin_mul_overflow(count, sizeof(T), &size)) return nullptr;
   T* const copy = static_cast<T*>(malloc(size));
-  if (copy) memcpy(copy, source, size);
+  if (copy != nullptr) memcpy(copy, source, size);
   return copy;
 }
 

@@ -7,7 +7,7 @@
 
 namespace qo {
 
-/// The little-endian value that starts `offset` bytes behind `bytes`.
+/// The little-endian value that starts `offset` bytes after `bytes`.
 template <typename T>
 [[nodiscard]] T load(const void* bytes, size_t offset = 0) {
   T value;

@@ -30,7 +30,7 @@ bool is_valid_container(const qo_blob& container) {
   const uint32_t total = container.size;
   if (total < container_header_size || stated_total(image) != total) return false;
   const uint32_t checksum = load<uint32_t>(image, checksum_offset);
-  // Writers follow either of two rules: the sum of every other word, or of the records alone.
+  // Writers follow either of two rules: the sum of every other word, or only of the records.
   // The second sum is the first one less the header.
   const uint32_t header = sum_of_words(image, container_header_size);
   const uint32_t records =

@@ -73,7 +73,7 @@ struct source_20 {
   return {from_16_16(load<uint32_t>(source, 0)), load<uint32_t>(source, 4)};
 }
 
-/// Hands out the data area behind the blocks, front to back.
+/// Hands out the data area after the blocks, front to back.
 class data_area {
  public:
   explicit data_area(uint8_t* start) : next_(start) {}

@@ -26,7 +26,7 @@ namespace {
 
 uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* module) {
   if (record == nullptr || cmc == nullptr) return QO_CMC_INVALID;
-  // The size is looked at alone first: a shorter block has no header to read.
+  // First only the size is looked at: a shorter block has no header to read.
   if (qo::load<uint32_t>(record) < sizeof(record_header)) return QO_CMC_INVALID;
   const record_header header = qo::load<record_header>(record);
   qo::record_decoder* const decode = qo::decoder_of(header.id);

@@ -58,10 +58,10 @@ void parse_container(std::vector<uint8_t> image, bool sealed, const qo_blob* nvm
   uint8_t* const block = exact_block(image);
   const qo_blob container = {block, static_cast<uint32_t>(image.size())};
   parsed_cmc* const cmc = qo_cmc_parser_init_v1(&container, nvm);
-  require(cmc || !sealed);
-  if (cmc) qo_vexb_others_parser_init(&container, cmc);
+  require(cmc != nullptr || !sealed);
+  if (cmc != nullptr) qo_vexb_others_parser_init(&container, cmc);
   free(block);
-  if (!cmc) return;
+  if (cmc == nullptr) return;
   check_slots(*cmc);
   free(cmc->others);
   qo_cmc_parser_deinit(cmc);
@@ -86,7 +86,7 @@ void extract_others(const std::vector<uint8_t>& image) {
   const qo_blob container = {block, static_cast<uint32_t>(image.size())};
   qo_vexb_others_parser_init(&container, &cmc);
   free(block);
-  require(!cmc.others || cmc.others->others_count <= 8);
+  require(cmc.others == nullptr || cmc.others->others_count <= 8);
   free(cmc.others);
 }
 

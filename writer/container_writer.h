@@ -13,7 +13,7 @@ namespace writer {
 
 /// A growing little-endian byte string. Calls that append or change return the string itself, so
 /// that a layout reads as one chain: `bytes().u16(2).u16(3).f32(0.5f)`.
-class bytes {
+class [[nodiscard]] bytes {
  public:
   bytes() = default;
   explicit bytes(std::vector<uint8_t> content) : content_(std::move(content)) {}
@@ -33,7 +33,7 @@ class bytes {
   bytes& zeros_to_multiple_of(size_t alignment);
   /// Zeros until the string has `least` bytes, none when it has as many already.
   bytes& zeros_to_size(size_t least);
-  /// The characters alone, without a terminator.
+  /// Only the characters, without a terminator.
   bytes& text(std::string_view characters) { return raw(characters.data(), characters.size()); }
   /// The characters and a NUL.
   bytes& c_string(std::string_view characters) { return text(characters).u8(0); }
@@ -78,7 +78,7 @@ class bytes {
 inline constexpr size_t record_header_size = 8;
 
 struct record_options {
-  bool padded = true;              ///< zeros behind the body, up to a multiple of 8 bytes in all
+  bool padded = true;              ///< zeros after the body, up to a multiple of 8 bytes in all
   std::optional<uint32_t> size{};  ///< written into the size field instead of the true size
   uint8_t reserved = 0;            ///< header byte 5
 };
@@ -95,14 +95,14 @@ bytes record(uint16_t id, uint8_t version, const bytes& body, const record_optio
 /// 4 bytes the size field is cut as well.
 bytes resized(const bytes& record, size_t size);
 
-/// Which sum a container's checksum word holds; both wrap at 32 bits and take whole words alone.
+/// Which sum a container's checksum word holds; both wrap at 32 bits and take only whole words.
 enum class checksum_rule {
   rule_a,  ///< every word but the checksum word itself
   rule_b,  ///< the words from byte 24 on
 };
 
 /// The checksum that `rule` asks for; the image has at least the 24 bytes of a container's header.
-uint32_t checksum_of(const std::vector<uint8_t>& image, checksum_rule rule);
+[[nodiscard]] uint32_t checksum_of(const std::vector<uint8_t>& image, checksum_rule rule);
 /// Writes the true size and the checksum into an image that was altered.
 void seal(std::vector<uint8_t>& image, checksum_rule rule = checksum_rule::rule_a);
 
@@ -142,7 +142,7 @@ class container {
 };
 
 /// The caller's view of an image; it must outlive the result.
-qo_blob blob_of(const std::vector<uint8_t>& image);
+[[nodiscard]] qo_blob blob_of(const std::vector<uint8_t>& image);
 qo_blob blob_of(std::vector<uint8_t>&& image) = delete;
 
 }  // namespace writer

@@ -23,7 +23,7 @@ namespace writer {
 // ------------------------------------------------------- kinds whose copy is kept as it stands
 
 /// Kind 1: the module's name at byte 24, NUL-terminated; from version 101 on the number of pairs
-/// (u16) directly behind it, then keys and values, NUL-terminated.
+/// (u16) directly after it, then keys and values, NUL-terminated.
 struct general_fields {
   std::string name = "module";
   std::vector<std::pair<std::string, std::string>> pairs = {{"vendor", "nobody"}, {"lens", ""}};
@@ -65,7 +65,7 @@ struct record_6_fields {
 };
 bytes record_6(const record_6_fields& fields = {});
 
-/// Kind 13: n (u16) at byte 70 and n u16 from byte 72; behind them parameter 0 (version 101) and
+/// Kind 13: n (u16) at byte 70 and n u16 from byte 72; after them parameter 0 (version 101) and
 /// parameters 1 to 3 (version 102), one u16 each.
 struct record_13_fields {
   uint16_t count = 5;
@@ -216,7 +216,7 @@ light_head default_light_head(size_t light);
 ///          two u16 coordinates, four planes
 ///     11:  8 u16 lights, u16 width, u16 height; blocks from 14, each u16 aux, u16 id, u16 -,
 ///          two u16 coordinates, four planes
-///     both: two u16 gains a light behind the blocks
+///     both: two u16 gains a light after the blocks
 struct fixed_grid_fields {
   uint16_t lights = 2;
   uint16_t width = 3;
@@ -306,7 +306,7 @@ struct record_26_fields {
 bytes record_26(const record_26_fields& fields = {});
 
 /// Kind 27: entries, planes, width and height (u16) from byte 24; from byte 32 for each entry
-/// 20 bytes and its planes; from version 101 on 16 bytes an entry behind them.
+/// 20 bytes and its planes; from version 101 on 16 bytes an entry after them.
 struct record_27_fields {
   uint16_t entries = 2;
   uint16_t planes = 2;

@@ -19,7 +19,7 @@ constexpr extent aux_size = 2;
 
 [[nodiscard]] lens_shading_ptr<lens_shading_light_ext> build_set(const record_copy& record) {
   lens_shading_ptr<lens_shading_light_ext> set(c_new<lens_shading_set>());
-  if (!set) return nullptr;
+  if (set == nullptr) return nullptr;
   memcpy(set.get(), record.bytes(), sizeof(record_header));
   const uint16_t light_count = record.read<uint16_t>(8);
   set->width = record.read<uint16_t>(10);

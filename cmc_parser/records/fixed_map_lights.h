@@ -14,7 +14,7 @@ namespace qo {
 //     4  u16  coords[2]
 //     8  four planes of u16[W H]
 //
-// The gains of all lights, u16[2] each, stand behind the last light.
+// The gains of all lights, u16[2] each, stand after the last light.
 inline constexpr extent fixed_map_light_head_size = 8;
 inline constexpr extent fixed_map_planes = 4;
 inline constexpr extent light_gains_size = 4;
@@ -51,7 +51,7 @@ template <typename Light>
   return copy_tables(set, record.at(offset + fixed_map_light_head_size), light);
 }
 
-/// Reads all lights of a set: the first at `lights_offset`, each `stride` bytes behind the one
+/// Reads all lights of a set: the first at `lights_offset`, each `stride` bytes after the one
 /// before it, and their gains at `gains_offset`; false without memory.
 template <typename Light>
 [[nodiscard]] bool read_fixed_map_lights(const record_copy& record, extent lights_offset,

@@ -6,7 +6,7 @@
 
 // Record 1, general data:
 //    24  char  name[]          NUL-terminated
-//     -  u16   pair_count      version >= 101, directly behind the terminator
+//     -  u16   pair_count      version >= 101, directly after the terminator
 //     -  char  key[], value[]  version >= 101, pair_count times, NUL-terminated each
 
 namespace qo {
@@ -53,7 +53,7 @@ uint32_t decode_general(record_copy record, parsed_cmc& cmc, const calibration*)
     // room.
     if (!record.holds(pairs_offset + extent(2) * pair_count)) return record.leak_as_too_short();
     pairs.reset(c_new_array<string_pair>(pair_count));
-    if (pairs && !index_pairs(record, pairs_offset, pair_count, pairs.get()))
+    if (pairs != nullptr && !index_pairs(record, pairs_offset, pair_count, pairs.get()))
       return record.leak_as_too_short();
   }
 

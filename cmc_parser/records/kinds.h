@@ -48,7 +48,7 @@ inline constexpr uint16_t record_kinds[] = {QO_RECORD_KINDS(QO_KIND_ID)};
 #undef QO_KIND_ID
 
 /// Whether records of this kind are decoded.
-constexpr bool is_record_kind(uint32_t id) {
+[[nodiscard]] constexpr bool is_record_kind(uint32_t id) {
   for (const uint16_t kind : record_kinds)
     if (kind == id) return true;
   return false;

@@ -20,7 +20,7 @@ constexpr extent blocks_offset = 16;
 [[nodiscard]] lens_shading_ptr<lens_shading_light> build_set(const record_copy& record,
                                                              std::optional<extent> gains_offset) {
   lens_shading_ptr<lens_shading_light> set(c_new<lens_shading_set>());
-  if (!set) return nullptr;
+  if (set == nullptr) return nullptr;
   set->light_count = record.read<uint16_t>(10);
   set->width = record.read<uint16_t>(12);
   set->height = record.read<uint16_t>(14);

@@ -47,7 +47,7 @@ template <typename Light>
 [[nodiscard]] build_result build_set(const record_copy& record, lens_shading_ptr<Light>& result) {
   if (!record.holds(blocks_offset)) return build_result::malformed;
   lens_shading_ptr<Light> set(c_new<lens_shading_set>());
-  if (!set) return build_result::set_out_of_memory;
+  if (set == nullptr) return build_result::set_out_of_memory;
   static_assert(offsetof(lens_shading_set, light_count) == 24);
   memcpy(set.get(), record.bytes(), offsetof(lens_shading_set, light_count));
   const uint16_t light_count = record.read<uint16_t>(24);

@@ -64,8 +64,8 @@ using sub_table_ptr = std::unique_ptr<record_15_sub_table, deleter<free_sub_tabl
   // No room is reserved for entries that the record cannot hold.
   if (!record.holds(reader.offset() + entry_head_size * count)) return nullptr;
   sub_table_ptr table(c_new<record_15_sub_table>());
-  if (table) table->entries = c_new_array<record_15_entry>(count);
-  if (!table || table->entries == nullptr) {
+  if (table != nullptr) table->entries = c_new_array<record_15_entry>(count);
+  if (table == nullptr || table->entries == nullptr) {
     log_null_destination();
     return nullptr;
   }

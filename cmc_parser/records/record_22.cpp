@@ -64,7 +64,7 @@ using content_ptr = std::unique_ptr<record_22_content, deleter<free_content>>;
 
   heap_array<record_22_grid_entry> grid(c_new_array<record_22_grid_entry>(count));
   heap_array<uint32_t> halves(c_new_array<uint32_t>((entry_values * count).value()));
-  if (!grid || !halves) return false;
+  if (grid == nullptr || halves == nullptr) return false;
   uint32_t* half = halves.get();
   for (uint16_t i = 0; i < count; ++i) {
     grid[i].tag = reader.read<uint16_t>();
@@ -78,7 +78,7 @@ using content_ptr = std::unique_ptr<record_22_content, deleter<free_content>>;
   return true;
 }
 
-/// Whether reading goes on behind this part of the record. `out_of_memory` alone leaks the copy.
+/// Whether reading goes on after this part of the record. Only `out_of_memory` leaks the copy.
 enum class part { complete, cut, out_of_memory };
 
 [[nodiscard]] part read_items(record_reader& reader, record_22_content& content) {
@@ -170,7 +170,7 @@ uint32_t decode_record_22(record_copy record, parsed_cmc& cmc, const calibration
   release_record_22(cmc);
   if (!record.holds(grid_offset)) return QO_CMC_OK;
   content_ptr content(c_new<record_22_content>());
-  if (!content) return QO_CMC_OK;
+  if (content == nullptr) return QO_CMC_OK;
   content->value_8 = record.read<uint32_t>(8);
   content->width = record.read<int16_t>(12);
   content->height = record.read<int16_t>(14);

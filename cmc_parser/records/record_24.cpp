@@ -49,7 +49,7 @@ using content_ptr = std::unique_ptr<record_24_content, deleter<free_content>>;
 [[nodiscard]] uint32_t convert(const record_copy& record, content_ptr& result) {
   if (!record.holds(head_size)) return QO_CMC_INVALID;
   content_ptr content(c_new<record_24_content>());
-  if (!content) return QO_CMC_NO_MEMORY;
+  if (content == nullptr) return QO_CMC_NO_MEMORY;
   memcpy(content.get(), record.bytes(), head_size.value());
   if (content->count != 0) {
     const uint32_t code = read_entries(record, *content);

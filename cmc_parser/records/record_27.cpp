@@ -77,7 +77,7 @@ uint32_t decode_record_27(record_copy record, parsed_cmc& cmc, const calibration
   if (has_tail && !record.holds_padded(end + tail_entry_size * count)) return QO_CMC_OK;
 
   heap_ptr<record_27_content> content(c_new<record_27_content>());
-  if (!content) return QO_CMC_OK;
+  if (content == nullptr) return QO_CMC_OK;
   content->entries = c_new_array<record_27_entry>(count);
   record_reader reader(record, entries_offset);
   if (content->entries == nullptr ||

@@ -33,7 +33,7 @@ uint32_t decode_record_29(record_copy record, parsed_cmc& cmc, const calibration
 
   heap_array<float> values(
       c_copy_array<float>(record.at(planes_offset), (4 * plane_values).value()));
-  if (!values) return QO_CMC_OK;
+  if (values == nullptr) return QO_CMC_OK;
   record_29_content* const content = c_new<record_29_content>();
   if (content == nullptr) return QO_CMC_OK;
   memcpy(content, record.bytes(), planes_offset.value());

@@ -90,7 +90,7 @@ void free_content(record_30_content* content) {
   return true;
 }
 
-/// Fills in what stands behind the head, as far as the record and the memory reach.
+/// Fills in what stands after the head, as far as the record and the memory reach.
 void read_parts(const record_copy& record, const calibration* module, record_30_content& content) {
   const extent items_size = item_size * content.item_count;
   if (!record.holds(minimum_size) || items_size == 0 ||

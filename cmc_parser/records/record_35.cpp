@@ -71,9 +71,9 @@ uint32_t decode_record_35(record_copy record, parsed_cmc& cmc, const calibration
   if (!record.holds(d_offset + size_of<uint32_t> * n)) return QO_CMC_OK;
 
   second_ptr second(c_new<record_35_second>());
-  if (!second) return QO_CMC_OK;
+  if (second == nullptr) return QO_CMC_OK;
   first_ptr first(c_new<record_35_first>());
-  if (!first) return QO_CMC_OK;
+  if (first == nullptr) return QO_CMC_OK;
   copy_scalars(record, *first);
   copy_scalars(record, *second);
   if (!copy_array(record, arrays_offset, n + 1, second->array_a) ||

@@ -41,7 +41,7 @@ uint32_t decode_record_36(record_copy record, parsed_cmc& cmc, const calibration
   if (!record.holds(array_32_offset + size_of<uint32_t> * count)) return QO_CMC_OK;
 
   content_ptr content(c_new<record_36_content>());
-  if (!content) return QO_CMC_OK;
+  if (content == nullptr) return QO_CMC_OK;
   memcpy(content.get(), record.bytes(), head_size.value());
   content->array_16 = c_copy_array<uint16_t>(record.at(head_size), count);
   content->array_32 = c_copy_array<uint32_t>(record.at(array_32_offset), count);

@@ -87,7 +87,7 @@ static uint32_t set_size(const struct image_view* image, uint8_t fraction_bits) 
   return set_head_size + channels * table_size(image, fraction_bits);
 }
 
-/* The offset behind the sets, or 0 when they are malformed. */
+/* The offset after the sets, or 0 when they are malformed. */
 static uint32_t check_sets(const struct image_view* image) {
   uint32_t offset = header_size;
   for (unsigned i = 0; i < image->set_count; ++i) {
@@ -101,7 +101,7 @@ static uint32_t check_sets(const struct image_view* image) {
   return offset;
 }
 
-/* The offset behind the grid, or 0 when it is malformed. */
+/* The offset after the grid, or 0 when it is malformed. */
 static uint32_t check_grid(const struct image_view* image, uint32_t offset) {
   if (image->size - offset < grid_head_size) return 0;
   const uint8_t* const grid = image->data + offset;
@@ -114,7 +114,7 @@ static uint32_t check_grid(const struct image_view* image, uint32_t offset) {
 
 static bool check_image(const qo_blob* blob, struct image_view* image) {
   const uint8_t* const data = blob->data;
-  if (!data || blob->size < header_size) return false;
+  if (data == NULL || blob->size < header_size) return false;
   if (load_u32(data) != image_magic || load_u32(data + 4) != blob->size) return false;
   if (load_u32(data + 8) != checksum_of(data + checksum_from, blob->size - checksum_from))
     return false;
@@ -129,7 +129,7 @@ static bool check_image(const qo_blob* blob, struct image_view* image) {
 
 static void* copy_of(const void* data, size_t size) {
   void* const copy = malloc(size);
-  if (copy) memcpy(copy, data, size);
+  if (copy != NULL) memcpy(copy, data, size);
   return copy;
 }
 
@@ -139,7 +139,7 @@ static void release(struct module_calibration* object) {
     for (unsigned channel = 0; channel < channels; ++channel)
       free((void*)object->sets[i].channel_tables[channel]);
   free(object->sets);
-  if (object->grid) free((void*)object->grid->values);
+  if (object->grid != NULL) free((void*)object->grid->values);
   free(object->grid);
   free(object);
 }
@@ -150,7 +150,7 @@ static bool build_sets(const struct image_view* image, struct module_calibration
   const uint8_t* set = image->data + header_size;
   if (image->set_count != 0) {
     object->sets = calloc(image->set_count, sizeof *object->sets);
-    if (!object->sets) return false;
+    if (object->sets == NULL) return false;
     object->shared.lsc_sets = object->sets;
   }
   for (unsigned i = 0; i < image->set_count; ++i) {
@@ -160,7 +160,7 @@ static bool build_sets(const struct image_view* image, struct module_calibration
     object->shared.lsc_set_count = (uint8_t)(i + 1);
     for (unsigned channel = 0; channel < channels; ++channel) {
       built->channel_tables[channel] = copy_of(set + set_head_size + channel * bytes, bytes);
-      if (!built->channel_tables[channel]) return false;
+      if (built->channel_tables[channel] == NULL) return false;
     }
     set += set_size(image, set[0]);
   }
@@ -172,14 +172,14 @@ static bool build_sets(const struct image_view* image, struct module_calibration
 
 static bool build_grid(const uint8_t* from, struct module_calibration* object) {
   object->grid = calloc(1, sizeof *object->grid);
-  if (!object->grid) return false;
+  if (object->grid == NULL) return false;
   object->shared.grid = object->grid;
   object->grid->width = from[0];
   object->grid->height = from[1];
   object->grid->shift = from[2];
   if (from[3] != 0) {
     object->grid->values = copy_of(from + grid_head_size, (size_t)4 * from[0] * from[1]);
-    if (!object->grid->values) return false;
+    if (object->grid->values == NULL) return false;
   }
   object->shared.grid_present = 1;
   return true;
@@ -187,9 +187,9 @@ static bool build_grid(const uint8_t* from, struct module_calibration* object) {
 
 uint32_t qo_nvm_parse(const qo_blob* image, calibration** result) {
   struct image_view view;
-  if (!image || !result || !check_image(image, &view)) return refused_image;
+  if (image == NULL || result == NULL || !check_image(image, &view)) return refused_image;
   struct module_calibration* const object = calloc(1, sizeof *object);
-  if (!object) return no_memory;
+  if (object == NULL) return no_memory;
   const uint8_t* end_of_sets = NULL;
   if (!build_sets(&view, object, &end_of_sets) ||
       (view.has_grid && !build_grid(end_of_sets, object))) {
@@ -201,5 +201,5 @@ uint32_t qo_nvm_parse(const qo_blob* image, calibration** result) {
 }
 
 void qo_nvm_deinit(calibration* handle) {
-  if (handle) release((struct module_calibration*)handle);
+  if (handle != NULL) release((struct module_calibration*)handle);
 }

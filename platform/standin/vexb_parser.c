@@ -56,7 +56,7 @@ static uint64_t load_u64(const uint8_t* from) {
 }
 
 /*
- * Whether `count` elements stand at `place` inside the record and behind its fixed part, which
+ * Whether `count` elements stand at `place` inside the record and after its fixed part, which
  * would otherwise change under the hands of the decoder. Place 0 holds exactly no elements.
  */
 static bool holds(uint64_t size, uint64_t place, uint32_t count, uint32_t element_size) {
@@ -112,7 +112,7 @@ static uint32_t decode_blocks(uint8_t* record, uint32_t size) {
 }
 
 uint32_t qo_vexb_parse_record(void* record) {
-  if (!record) return refused_layout;
+  if (record == NULL) return refused_layout;
   uint8_t* const bytes = record;
   const uint32_t size = load_u32(bytes);
   if (size < header_size) return refused_layout;

@@ -29,7 +29,7 @@ TEST(CHeap, CopiesTakeSourcesOfAnyAlignment) {
 }
 
 TEST(CHeap, SizesThatOverflowAreRefused) {
-  volatile size_t huge = SIZE_MAX / 2;  // known at run time alone, or the compiler refuses it
+  volatile size_t huge = SIZE_MAX / 2;  // known only at run time, or the compiler refuses it
   const size_t count = huge;
   const uint32_t source = 1;
   EXPECT_EQ(nullptr, qo::c_new_array<uint32_t>(count));

@@ -79,7 +79,7 @@ std::vector<uint16_t> samples_of(const lens_shading_set& set, const Light* light
   for (size_t light = 0; light < set.light_count; ++light)
     for (const auto& row : lights[light].tables)
       for (const uint16_t* const table : row)
-        if (table) all.insert(all.end(), table, table + size_t{set.width} * set.height);
+        if (table != nullptr) all.insert(all.end(), table, table + size_t{set.width} * set.height);
   return all;
 }
 std::vector<uint16_t> target_samples(const parsed_cmc& cmc) {

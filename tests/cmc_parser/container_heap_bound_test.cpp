@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "cmc_parser/records/kinds.h"
 #include "tests/kit/container_cycle.h"
 #include "tests/kit/fake_platform.h"
 #include "tests/kit/module_calibration.h"
@@ -30,7 +31,7 @@ void expect_bounded(const std::vector<uint8_t>& image, size_t extra = 0) {
 /// Records whose counts are as large as can be, and whose size is not.
 TEST(HeapBound, CountsThatNoDataBacksReserveNothing) {
   const kit::fake_platform quiet;
-  for (uint16_t kind = 0; kind <= 36; ++kind) {
+  for (const uint16_t kind : qo::record_kinds) {
     for (const uint8_t version : std::initializer_list<uint8_t>{100, 101, 102, 103}) {
       for (const uint8_t fill : std::initializer_list<uint8_t>{0x01, 0x7f, 0xff}) {
         for (const uint32_t size : {8u, 16u, 24u, 32u, 64u, 128u, 1200u}) {

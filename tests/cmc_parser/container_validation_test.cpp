@@ -52,7 +52,7 @@ TEST(ContainerValidation, BothEntriesAcceptEitherChecksum) {
 }
 
 // Words 7, 40, 11, 12, 13, then the checksum, then one record of 16 bytes: 16, 0x00050064, 1, 2.
-// All but the checksum sum up to 0x000500ca, the record alone to 0x00050077.
+// All but the checksum sum up to 0x000500ca, only the record to 0x00050077.
 TEST(ContainerValidation, TheTwoSumsCoverTheirOwnWords) {
   const auto image = [](uint32_t checksum) {
     writer::bytes words;

@@ -12,7 +12,8 @@ class DerivedRecord : public testing::Test {
   const writer::bytes& derive(const std::vector<writer::bytes>& records) {
     cmc_ = kit::parse(container().add(records).image());
     block_ = {};
-    if (cmc_ && cmc_->record_34) block_.raw(cmc_->record_34, cmc_->record_34->size);
+    if (cmc_ != nullptr && cmc_->record_34 != nullptr)
+      block_.raw(cmc_->record_34, cmc_->record_34->size);
     return block_;
   }
   /// Where a u64 in the block points to, from the block's start; 0 for null.

@@ -22,7 +22,7 @@ struct kept_case {
   std::vector<place> stored;
 };
 
-// Records 16, 18 and 19 of no more than their counts and filler behind them.
+// Records 16, 18 and 19 of no more than their counts and filler after them.
 bytes with_counts(uint16_t id, size_t size, std::vector<std::pair<size_t, uint16_t>> counts,
                   uint8_t version = 100) {
   bytes record =

@@ -15,7 +15,7 @@ constexpr size_t light_ext_size = 160;
 struct expected_light {
   writer::bytes head;                                     ///< bytes 0 to 21 of the entry
   std::array<std::optional<writer::bytes>, 16> tables{};  ///< by site; none: a null address
-  uint16_t aux = 0;                                       ///< in the longer entries alone
+  uint16_t aux = 0;                                       ///< only in the longer entries
 };
 
 struct expected_set {
@@ -32,7 +32,7 @@ inline void expect_light(kit::decoder_fixture& decoder, const uint8_t* light,
     const uint8_t* const table = kit::address_at(light, 24 + 8 * site);
     const std::optional<writer::bytes>& samples = expected.tables.at(site);
     ASSERT_EQ(samples.has_value(), table != nullptr);
-    if (!table) continue;
+    if (table == nullptr) continue;
     EXPECT_TRUE(decoder.ledger().holds(table)) << "every site owns a table";
     EXPECT_EQ(*samples, kit::bytes_at(table, samples->size()));
   }

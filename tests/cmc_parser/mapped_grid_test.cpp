@@ -269,8 +269,8 @@ TEST(LensShadingSlots, AMalformedMappedGridEmptiesTheSlotForAFixedOne) {
   (void)decoder.decode(writer::record_11({.lights = 3}));
   (void)decoder.decode(writer::resized(writer::record_28(), 50));
   (void)decoder.decode(writer::resized(writer::record_33(), 50));
-  EXPECT_FALSE(decoder.cmc().lens_shading);
-  EXPECT_FALSE(decoder.cmc().lens_shading_ext);
+  EXPECT_EQ(nullptr, decoder.cmc().lens_shading);
+  EXPECT_EQ(nullptr, decoder.cmc().lens_shading_ext);
   EXPECT_EQ(1u, decoder.owned_blocks());
   (void)decoder.decode(writer::record_10({.lights = 1}));
   (void)decoder.decode(writer::record_11({.lights = 1}));

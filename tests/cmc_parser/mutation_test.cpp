@@ -127,8 +127,8 @@ TEST_P(Mutation, OthersExtractionStaysInsideItsContainer) {
     const qo_blob blob = held.blob();
     parsed_cmc cmc = {};
     qo_vexb_others_parser_init(&blob, &cmc);
-    ASSERT_EQ(cmc.others ? 1u : 0u, ledger.live_blocks());
-    if (cmc.others) {
+    ASSERT_EQ(cmc.others != nullptr ? 1u : 0u, ledger.live_blocks());
+    if (cmc.others != nullptr) {
       ASSERT_GE(8u, cmc.others->others_count);
       ledger.release(cmc.others);
     }

@@ -125,7 +125,7 @@ TEST(NvmHandle, TheHandleIsReleasedOnceWhateverTheContainerHolds) {
       {"no records", container().image()},
       {"one lens-shading set", container().add(writer::record_28()).image()},
       {"the other lens-shading set", container().add(writer::record_33()).image()},
-      {"both sets alone", container().add(writer::record_28()).add(writer::record_33()).image()},
+      {"only both sets", container().add(writer::record_28()).add(writer::record_33()).image()},
       {"a walk that ends early",
        container().add(writer::record(5, 100, writer::bytes().zeros(8), {.size = 0})).image()},
   };

@@ -21,7 +21,7 @@ class OthersRecord : public testing::Test {
     others_block* const block = cmc_.others;
     cmc_.others = nullptr;
     EXPECT_TRUE(kit::is_empty(cmc_));
-    if (block && block != &earlier_) ledger_.release(block);
+    if (block != nullptr && block != &earlier_) ledger_.release(block);
     EXPECT_EQ(0u, ledger_.live_blocks());
     EXPECT_EQ(0u, ledger_.bad_releases());
   }
@@ -155,11 +155,11 @@ TEST_F(OthersRecord, TheSmallerOfTotalAndDescriptorBoundsTheWalk) {
       {"larger descriptor", 72, 90, true},
       {"total cuts the record", 71, 72, false},
       {"total ends before the record", 48, 72, false},
-      {"total ends behind the record's header", 56, 72, false},
+      {"total ends after the record's header", 56, 72, false},
       {"descriptor cuts the record", 72, 71, false},
       {"descriptor ends before the record", 72, 48, false},
       {"descriptor ends inside the record's header", 72, 55, false},
-      {"total of the header alone", 24, 72, false},
+      {"total of only the header", 24, 72, false},
       {"total below the header", 23, 72, false},
       {"total of 0", 0, 72, false},
   };
@@ -170,7 +170,7 @@ TEST_F(OthersRecord, TheSmallerOfTotalAndDescriptorBoundsTheWalk) {
     image.resize(c.bytes, 0xee);
     extract(image);
     EXPECT_EQ(c.found, cmc_.others != nullptr);
-    if (cmc_.others) ledger_.release(cmc_.others);
+    if (cmc_.others != nullptr) ledger_.release(cmc_.others);
     cmc_.others = nullptr;
   }
 }
@@ -214,9 +214,9 @@ TEST_F(OthersRecord, CopiedValuesMustLieInsideTheRecord) {
     uint32_t size;
     bool found;
   } cases[] = {
-      {"header alone", 0, 8, false},
+      {"only a header", 0, 8, false},
       {"value cut", 0, 11, false},
-      {"value alone", 0, 12, false},
+      {"only a value", 0, 12, false},
       {"count cut", 0, 15, false},
       {"no values", 0, 16, true},
       {"one value, cut", 1, 23, false},
@@ -233,7 +233,7 @@ TEST_F(OthersRecord, CopiedValuesMustLieInsideTheRecord) {
     // More values than the record says follow it, so that only its own end can cut them.
     extract(container().add(announcing(c.count, 12, c.size)).image());
     EXPECT_EQ(c.found, cmc_.others != nullptr);
-    if (cmc_.others) ledger_.release(cmc_.others);
+    if (cmc_.others != nullptr) ledger_.release(cmc_.others);
     cmc_.others = nullptr;
   }
 }

@@ -47,7 +47,7 @@ inline void expect_list(const uint8_t* content, const writer::bytes& record, siz
                         size_t count) {
   const uint8_t* const list = kit::address_at(content, 1088);
   const uint8_t* const tail = kit::address_at(content, 1096);
-  ASSERT_TRUE(list && tail);
+  ASSERT_TRUE(list != nullptr && tail != nullptr);
   for (size_t i = 0; i < count; ++i) {
     EXPECT_EQ(kit::part_of(record, offset, 16), kit::bytes_at(list + 24 * i, 16));
     const size_t size = size_t{4} * record.u32_at(offset + 12);
@@ -89,6 +89,6 @@ inline void expect_parts(kit::decoder_fixture& decoder, const writer::bytes& rec
   EXPECT_EQ(parts.list ? record.u32_at(at.list) : 0, kit::field_at<uint32_t>(content, 1080));
   EXPECT_EQ(parts.list_count, kit::field_at<int32_t>(content, 1084));
   if (parts.list) return expect_list(content, record, at.list + 8, fields.list_counts.size());
-  EXPECT_FALSE(kit::address_at(content, 1088));
-  EXPECT_FALSE(kit::address_at(content, 1096));
+  EXPECT_EQ(nullptr, kit::address_at(content, 1088));
+  EXPECT_EQ(nullptr, kit::address_at(content, 1096));
 }

@@ -60,7 +60,7 @@ TEST(Record24, WithoutEntriesIsItsFirst16BytesAlone) {
     const void* const content = decoder.cmc().record_24;
     ASSERT_TRUE(content);
     EXPECT_EQ(kit::part_of(writer::resized(record, size), 0, 16), kit::bytes_at(content, 16));
-    EXPECT_FALSE(kit::address_at(content, 16));
+    EXPECT_EQ(nullptr, kit::address_at(content, 16));
     EXPECT_EQ(1u, decoder.owned_blocks());
   }
 }

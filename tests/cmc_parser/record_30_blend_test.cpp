@@ -24,8 +24,8 @@ std::vector<uint32_t> decoded_grid(module_grid& module, const writer::bytes& rec
   kit::decoder_fixture decoder;
   (void)decoder.decode(record, &module.module());
   const record_30_content* const content = decoder.cmc().record_30;
-  EXPECT_TRUE(content && content->grid);
-  if (!content || !content->grid) return {};
+  EXPECT_TRUE(content != nullptr && content->grid != nullptr);
+  if (content == nullptr || content->grid == nullptr) return {};
   EXPECT_EQ(module.grid().width, content->grid_width);
   EXPECT_EQ(module.grid().height, content->grid_height);
   const size_t values = size_t{module.grid().width} * module.grid().height;
@@ -109,7 +109,7 @@ TEST(Record30Blend, SidesAtTheMarginsLeaveTheGridZero) {
 }
 
 TEST(Record30Blend, SidesBelowTheMarginsHaveAMeanOfZero) {
-  // Nothing lies strictly between 0 and 0, so that the centre's share alone is left.
+  // Nothing lies strictly between 0 and 0, so that only the centre's share is left.
   for (const auto& [width, height] :
        {std::pair<uint8_t, uint8_t>{5, 3}, {1, 1}, {5, 20}, {20, 3}, {1, 255}, {255, 1}}) {
     const size_t values = size_t{width} * height;
@@ -183,7 +183,7 @@ TEST(Record30Blend, TrailingValuesStandBehindTheRecordsOwnGrid) {
   const writer::bytes record = writer::record_30({.items = 1, .width = 4, .height = 3});
   kit::decoder_fixture decoder;
   (void)decoder.decode(record, &module.module());
-  ASSERT_TRUE(decoder.cmc().record_30 && decoder.cmc().record_30->trailing);
+  ASSERT_TRUE(decoder.cmc().record_30 != nullptr && decoder.cmc().record_30->trailing != nullptr);
   EXPECT_EQ(kit::part_of(record, items_end + 4 * 12, 16),
             kit::bytes_at(decoder.cmc().record_30->trailing, 16));
 }

@@ -35,7 +35,7 @@ struct places {
   size_t trailing;
 };
 
-/// The grid that the record alone makes.
+/// The grid that a record makes without a module.
 writer::bytes grid_of(const writer::bytes& record) {
   const places at(record);
   writer::bytes grid;
@@ -52,7 +52,7 @@ void expect_array(const char* what, const void* array,
                   const std::optional<writer::bytes>& expected) {
   SCOPED_TRACE(what);
   ASSERT_EQ(expected.has_value(), array != nullptr);
-  if (array) {
+  if (array != nullptr) {
     EXPECT_EQ(*expected, kit::bytes_at(array, expected->size()));
   }
 }
@@ -137,7 +137,7 @@ TEST(Record30, EachPartNeedsItsPaddedEnd) {
        72},
       {"the same with a grid of 24 bytes", 3, 3, 2, 1, 1, 101, 48, 72, 80},
       {"the same without a grid in the record", 3, 3, 2, 1, 1, 102, 48, 72, 72},
-      {"long trailing values behind no grid", 3, 3, 2, 5, 3, 102, 48, 72, 112},
+      {"long trailing values after no grid", 3, 3, 2, 5, 3, 102, 48, 72, 112},
       {"no values at all", 1, 0, 65535, 65535, 0, 101, 40, 40, 40},
   };
   for (const bound_case& c : cases) {
@@ -182,7 +182,7 @@ TEST(Record30, CountsBeyondTheRecordAreNotAllocated) {
       const size_t before = decoder.ledger().live_bytes();
       (void)decoder.decode(record);
       ASSERT_TRUE(decoder.cmc().record_30);
-      EXPECT_FALSE(decoder.cmc().record_30->trailing);
+      EXPECT_EQ(nullptr, decoder.cmc().record_30->trailing);
       EXPECT_GE(before + record.size() + 56 + 12 + 24, decoder.ledger().peak_bytes());
     }
   }
@@ -224,7 +224,7 @@ TEST(Record30, EachAllocationThatFailsEmptiesItsPartAndWhatFollows) {
         if (!c.structure) return kit::expect_dropped(decoder, result);
         EXPECT_EQ(copy_fate::released, result.fate);
         parts expected = {.items = c.items, .has_grid = c.grid, .trailing = c.trailing};
-        if (module && c.grid) {
+        if (module != nullptr && c.grid) {
           expected.grid = writer::bytes().zeros(4 * 48);
           expected.grid_size = {8, 6};
         }

@@ -40,7 +40,7 @@ TEST(Record35, IsHeldTwiceWithItsArraysInTwoOrders) {
       EXPECT_EQ(copy_fate::released, result.fate);
       const void* const first = decoder.cmc().record_35.first;
       const void* const second = decoder.cmc().record_35.second;
-      ASSERT_TRUE(first && second);
+      ASSERT_TRUE(first != nullptr && second != nullptr);
       EXPECT_TRUE(decoder.holds_only({{first_slot, first}, {second_slot, second}}));
       EXPECT_EQ(expected_scalars(record), kit::bytes_at(first, 24));
       EXPECT_EQ(expected_scalars(record), kit::bytes_at(second, 24));

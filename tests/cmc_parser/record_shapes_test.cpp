@@ -98,15 +98,15 @@ class RecordShapes : public testing::TestWithParam<uint16_t> {
         EXPECT_EQ(copy_fate::left_to_caller, result.fate);
         break;
     }
-    EXPECT_TRUE(decoder.holds_only(row().own.left ? row().own.left(result.copy, size)
-                                                  : std::vector<kit::slot_value>{}));
+    EXPECT_TRUE(decoder.holds_only(row().own.left != nullptr ? row().own.left(result.copy, size)
+                                                             : std::vector<kit::slot_value>{}));
     EXPECT_EQ(0u, decoder.owned_blocks());
     if (row().own.checked_before_allocating) {
       EXPECT_EQ(0u, decoder.ledger().allocations());
     }
   }
 
-  /// `second` behind `first`, which is well-formed.
+  /// `second` after `first`, which is well-formed.
   void expect_replacement(const bytes& first, const bytes& second) const {
     const outcome first_alone = outcome_alone(first);
     const outcome second_alone = outcome_alone(second);
@@ -163,7 +163,7 @@ TEST_P(RecordShapes, OfTwoOneWins) {
   if (row().own.second == replacement::by_a_rule_of_its_own) return;
   for (const sample& first : row().samples)
     for (const sample& second : row().samples) {
-      SCOPED_TRACE(testing::Message() << "sample " << &second - row().samples.data() << " behind "
+      SCOPED_TRACE(testing::Message() << "sample " << &second - row().samples.data() << " after "
                                       << &first - row().samples.data());
       expect_replacement(first.record, second.record);
     }

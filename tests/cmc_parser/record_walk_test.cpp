@@ -17,7 +17,7 @@ bytes marked(uint16_t kind, uint8_t mark, uint32_t size = 24) {
 }
 
 uint8_t mark_of(const record_header* record) {
-  return record ? reinterpret_cast<const uint8_t*>(record)[8] : 0;
+  return record != nullptr ? reinterpret_cast<const uint8_t*>(record)[8] : 0;
 }
 
 TEST(RecordWalk, RecordsAreCopiedByteForByte) {

@@ -175,7 +175,7 @@ failures fail_each_allocation(const std::vector<uint8_t>& image, const qo_blob* 
     EXPECT_EQ(result.refused != 0, cycle.accepted);
     for (const uint16_t kind : cycle.tour.incomplete) EXPECT_TRUE(may_lack_arrays(kind)) << kind;
     if (cycle.left_blocks == 0) continue;
-    // Record 22 alone forgets its copy, when its items are what there is no memory for.
+    // Only record 22 forgets its copy, when its items are what there is no memory for.
     ++result.leaks;
     EXPECT_EQ(1u, cycle.left_blocks);
     size_t offset = 24;

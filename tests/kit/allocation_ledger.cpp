@@ -62,7 +62,7 @@ void enter(const void* block, size_t size) {
 }
 
 void* entered(void* block, size_t size) {
-  if (!block) return nullptr;
+  if (block == nullptr) return nullptr;
   enter(block, size);
   const std::lock_guard lock(open_ledger->mutex);
   ++open_ledger->allocations;
@@ -92,12 +92,12 @@ void* counted_calloc(size_t count, size_t size) {
 
 void* counted_realloc(void* block, size_t size) {
   if (!allocation_may_succeed()) return nullptr;
-  if (block && !struck(block)) return nullptr;
+  if (block != nullptr && !struck(block)) return nullptr;
   return entered(std::realloc(block, size), size);
 }
 
 void counted_free(void* block) {
-  if (block && struck(block)) std::free(block);
+  if (block != nullptr && struck(block)) std::free(block);
 }
 
 void* replacement_of(std::string_view name) {
@@ -130,7 +130,7 @@ dynamic_view view_of(const dl_phdr_info& object) {
   for (size_t i = 0; i < object.dlpi_phnum; ++i)
     if (object.dlpi_phdr[i].p_type == PT_DYNAMIC)
       entry = reinterpret_cast<const ElfW(Dyn)*>(object.dlpi_addr + object.dlpi_phdr[i].p_vaddr);
-  for (; entry && entry->d_tag != DT_NULL; ++entry) {
+  for (; entry != nullptr && entry->d_tag != DT_NULL; ++entry) {
     const ElfW(Addr) value = entry->d_un.d_ptr;
     switch (entry->d_tag) {
       case DT_SYMTAB:
@@ -170,7 +170,7 @@ int redirect_imports(dl_phdr_info* object, size_t, void* wanted) {
       const auto symbol = ELF64_R_SYM(relocation.r_info);
       if (symbol == 0) continue;
       void* const replacement = replacement_of(view.names + view.symbols[symbol].st_name);
-      if (!replacement) continue;
+      if (replacement == nullptr) continue;
       void** const place = reinterpret_cast<void**>(object->dlpi_addr + relocation.r_offset);
       open_ledger->slots.push_back({place, *place});
       write_slot(place, replacement);
@@ -182,7 +182,7 @@ int redirect_imports(dl_phdr_info* object, size_t, void* wanted) {
 }  // namespace
 
 allocation_ledger::allocation_ledger(const char* library) {
-  if (open_ledger) give_up("already open");
+  if (open_ledger != nullptr) give_up("already open");
   open_ledger = new ledger_state;
   if (dl_iterate_phdr(redirect_imports, const_cast<char*>(library)) == 0)
     give_up("the library is not loaded");

@@ -63,7 +63,7 @@ inline cycle run_cycle(allocation_ledger& ledger, const std::vector<uint8_t>& im
   }
   result.accepted = cmc != nullptr;
   const size_t live = ledger.live_blocks();
-  if (cmc) {
+  if (cmc != nullptr) {
     EXPECT_TRUE(ledger.holds(cmc));
     EXPECT_EQ(nullptr, cmc->others);
     EXPECT_EQ(nullptr, cmc->unused_6);
@@ -139,7 +139,7 @@ inline allowed_leaks replay_records(allocation_ledger& ledger, const std::vector
           << "kind " << kind << " is not among those that forget a copy by contract";
       leaked(size);
     }
-    if (earlier_34 && earlier_34 != cmc->record_34) leaked(earlier_34->size);
+    if (earlier_34 != nullptr && earlier_34 != cmc->record_34) leaked(earlier_34->size);
   }
   qo_cmc_parser_deinit(cmc);
   EXPECT_EQ(leaks.blocks, ledger.live_blocks());

@@ -136,7 +136,8 @@ class decoder_fixture {
     if (std::find(words.begin(), words.end(), reinterpret_cast<uintptr_t>(block)) != words.end())
       return true;
     // Record 27's slot holds a structure that owns the copy.
-    return cmc_->record_27 && reinterpret_cast<const uint8_t*>(cmc_->record_27->record) == block;
+    return cmc_->record_27 != nullptr &&
+           reinterpret_cast<const uint8_t*>(cmc_->record_27->record) == block;
   }
 
   allocation_ledger ledger_;

@@ -32,7 +32,7 @@ fake_platform::state* open_platform = nullptr;
 template <typename Function>
 Function* next_definition(const char* name) {
   void* const found = dlsym(RTLD_NEXT, name);
-  if (!found) {
+  if (found == nullptr) {
     std::fprintf(stderr, "fake_platform: no library defines %s\n", name);
     std::abort();
   }
@@ -42,7 +42,7 @@ Function* next_definition(const char* name) {
 }  // namespace
 
 fake_platform::fake_platform() : state_(std::make_unique<state>()) {
-  if (open_platform) {
+  if (open_platform != nullptr) {
     std::fprintf(stderr, "fake_platform: already open\n");
     std::abort();
   }
@@ -74,7 +74,7 @@ void fake_platform::answer_images_with(calibration* handle, uint32_t status) {
   const std::lock_guard lock(state_->mutex);
   state_->own_handle = handle;
   state_->parse = [handle, status](const qo_blob*, calibration** result) {
-    if (handle) *result = handle;
+    if (handle != nullptr) *result = handle;
     return status;
   };
 }
@@ -111,7 +111,7 @@ void qo_log(int level, const char* format, ...) {
   std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
   std::vsnprintf(text.data(), text.size() + 1, format, arguments);
   va_end(arguments);
-  if (!open_platform) {
+  if (open_platform == nullptr) {
     next_definition<decltype(qo_log)>("qo_log")(level, "%s", text.c_str());
     return;
   }
@@ -121,28 +121,28 @@ void qo_log(int level, const char* format, ...) {
 
 uint32_t qo_vexb_parse_record(void* record) {
   std::function<uint32_t(void*)> decode;
-  if (open_platform) {
+  if (open_platform != nullptr) {
     const std::lock_guard lock(open_platform->mutex);
     ++open_platform->decoded_records;
     decode = open_platform->decode;
   }
-  if (decode) return decode(record);
+  if (decode != nullptr) return decode(record);
   return next_definition<decltype(qo_vexb_parse_record)>("qo_vexb_parse_record")(record);
 }
 
 uint32_t qo_nvm_parse(const qo_blob* image, calibration** result) {
   std::function<uint32_t(const qo_blob*, calibration**)> parse;
-  if (open_platform) {
+  if (open_platform != nullptr) {
     const std::lock_guard lock(open_platform->mutex);
     ++open_platform->parsed_images;
     parse = open_platform->parse;
   }
-  if (parse) return parse(image, result);
+  if (parse != nullptr) return parse(image, result);
   return next_definition<decltype(qo_nvm_parse)>("qo_nvm_parse")(image, result);
 }
 
 void qo_nvm_deinit(calibration* handle) {
-  if (open_platform) {
+  if (open_platform != nullptr) {
     const std::lock_guard lock(open_platform->mutex);
     open_platform->released.push_back(handle);
     if (handle == open_platform->own_handle) return;

@@ -20,7 +20,7 @@ guarded_buffer::guarded_buffer(size_t size, guard_side side) : size_(size) {
 }
 
 guarded_buffer::~guarded_buffer() {
-  if (mapping_) munmap(mapping_, mapping_size_);
+  if (mapping_ != nullptr) munmap(mapping_, mapping_size_);
 }
 
 guarded_buffer::guarded_buffer(guarded_buffer&& other) noexcept

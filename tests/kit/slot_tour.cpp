@@ -25,7 +25,7 @@ class tourist {
   /// Notes the owned block and whether there is one.
   bool own(const void* block) {
     value(uint8_t{block != nullptr});
-    if (block) tour_.owned.push_back(block);
+    if (block != nullptr) tour_.owned.push_back(block);
     return block != nullptr;
   }
   /// An owned array; false when it is missing.
@@ -46,7 +46,7 @@ class tourist {
   /// An address into a copy, with what stands there.
   void borrowed(const uint8_t* place, uint64_t count) {
     value(uint8_t{place != nullptr});
-    if (place) read(place, count);
+    if (place != nullptr) read(place, count);
   }
 
  private:
@@ -65,7 +65,7 @@ uint8_t u8_in(const record_header* record, size_t offset) {
 
 /// Bytes from a place in a copy to the copy's end.
 uint64_t rest_from(const record_header* record, const uint8_t* place) {
-  if (!place) return 0;
+  if (place == nullptr) return 0;
   return record->size - static_cast<uint64_t>(place - reinterpret_cast<const uint8_t*>(record));
 }
 
@@ -111,7 +111,8 @@ void visit_kept(tourist& t, const parsed_cmc& cmc) {
   }
   if (const record_header* const copy = cmc.record_20.record; t.own_copy(copy)) {
     t.borrowed(cmc.record_20.payload, rest_from(copy, cmc.record_20.payload));
-    if (cmc.record_20.tail) t.borrowed(cmc.record_20.tail, uint64_t{8} * u16_in(copy, 16));
+    if (cmc.record_20.tail != nullptr)
+      t.borrowed(cmc.record_20.tail, uint64_t{8} * u16_in(copy, 16));
   }
 }
 
@@ -230,7 +231,7 @@ void visit_lights(tourist& t, const lens_shading_set& set, const Light* lights) 
     t.read(&lights[i], offsetof(Light, fraction_bits) + sizeof(uint16_t));
     for (const auto& row : lights[i].tables)
       for (const uint16_t* const table : row)
-        t.own_values(set.id, table, table ? uint64_t{set.width} * set.height : 0);
+        t.own_values(set.id, table, table != nullptr ? uint64_t{set.width} * set.height : 0);
   }
 }
 
@@ -242,7 +243,7 @@ void visit_lens_shading(tourist& t, const parsed_cmc& cmc) {
   if (const lens_shading_set* const set = cmc.lens_shading_ext; t.own(set)) {
     t.read(set, offsetof(lens_shading_set, lights));
     visit_lights(t, *set, set->lights_ext);
-    for (unsigned i = 0; set->lights_ext && i < set->light_count; ++i)
+    for (unsigned i = 0; set->lights_ext != nullptr && i < set->light_count; ++i)
       t.value(set->lights_ext[i].aux);
   }
 }
@@ -252,12 +253,12 @@ void visit_decoded(tourist& t, const parsed_cmc& cmc) {
   if (t.own(cmc.record_31)) {
     const auto* const table = reinterpret_cast<const record_31_table*>(cmc.record_31);
     t.read(table, 12);
-    if (table->entries) t.read(table->entries, uint64_t{72} * table->count);
+    if (table->entries != nullptr) t.read(table->entries, uint64_t{72} * table->count);
   }
   if (t.own(cmc.record_34)) {
     const auto* const table = reinterpret_cast<const record_34_table*>(cmc.record_34);
     t.read(table, 12);
-    for (uint32_t i = 0; table->blocks && i < table->block_count; ++i) {
+    for (uint32_t i = 0; table->blocks != nullptr && i < table->block_count; ++i) {
       const auto* const place = reinterpret_cast<const uint8_t*>(table->blocks) + 40 * uint64_t{i};
       record_34_block block;
       memcpy(&block, place, sizeof block);
@@ -266,10 +267,10 @@ void visit_decoded(tourist& t, const parsed_cmc& cmc) {
                            std::pair<const void*, uint64_t>{block.short_entries, 8}};
       uint64_t count = block.long_count;
       for (const auto& [array, size] : arrays) {
-        if (array) t.read(array, size * count);
+        if (array != nullptr) t.read(array, size * count);
         count = block.short_count;
       }
-      if (block.tail) t.read(block.tail, 8);
+      if (block.tail != nullptr) t.read(block.tail, 8);
     }
   }
 }

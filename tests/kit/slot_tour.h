@@ -12,7 +12,7 @@ namespace kit {
 /// All slots of a parsed CMC, each 8 bytes: slot k, counted from 1, is element k - 1.
 using slot_words = std::array<uint64_t, sizeof(parsed_cmc) / sizeof(uint64_t)>;
 
-/// What a tour met. It reads every byte that the public headers promise behind a slot, so that
+/// What a tour met. It reads every byte that the public headers promise after a slot, so that
 /// under the address sanitizer an address of released memory, or an array shorter than its count,
 /// ends the test.
 struct slot_tour {

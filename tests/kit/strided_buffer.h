@@ -14,7 +14,7 @@ namespace kit {
 
 enum class layout {
   packed,
-  padded,         ///< gaps behind every row and every element
+  padded,         ///< gaps after every row and every element
   transposed,     ///< column by column
   rows_reversed,  ///< the base is the start of the last row in memory
   elements_reversed,

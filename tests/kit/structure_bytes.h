@@ -1,4 +1,4 @@
-/// Looks at what the decoders build by place alone.
+/// Looks at what the decoders build only by place.
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # dynamic_section.sh LIBRARY: what the loader is told. The library needs the stack's three libraries
-# and the C library alone, is bound at once and then read-only, and has no executable data.
+# and the C library only, is bound at once and then read-only, and has no executable data.
 set -euo pipefail
 
 library=$1

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# public_headers.sh ROOT C_COMPILER CXX_COMPILER: every public header compiles alone, as C11 and as
+# public_headers.sh ROOT C_COMPILER CXX_COMPILER: every public header compiles by itself, as C11 and as
 # C++20, without a warning.
 set -euo pipefail
 

@@ -22,13 +22,13 @@ class parsed_image {
     status_ = qo_nvm_parse(&image, &handle_);
   }
   ~parsed_image() {
-    if (handle_) qo_nvm_deinit(handle_);
+    if (handle_ != nullptr) qo_nvm_deinit(handle_);
   }
   parsed_image(const parsed_image&) = delete;
   parsed_image& operator=(const parsed_image&) = delete;
 
-  bool refused() const { return status_ != 0 && !handle_; }
-  bool accepted() const { return status_ == 0 && handle_; }
+  bool refused() const { return status_ != 0 && handle_ == nullptr; }
+  bool accepted() const { return status_ == 0 && handle_ != nullptr; }
   const calibration* operator->() const { return handle_; }
 
  private:

@@ -45,7 +45,8 @@ TEST(SampleModule, FillsTheSlotsOfTheParsedCmc) {
   const cmc_ptr cmc = parse(sample_container(), {});
   ASSERT_TRUE(cmc);
   EXPECT_STREQ("sample module", cmc->general.name);
-  ASSERT_TRUE(cmc->lens_shading && cmc->lens_shading_ext && cmc->record_30 && cmc->record_34);
+  ASSERT_TRUE(cmc->lens_shading != nullptr && cmc->lens_shading_ext != nullptr &&
+              cmc->record_30 != nullptr && cmc->record_34 != nullptr);
   EXPECT_EQ(28, cmc->lens_shading->id);
   EXPECT_EQ(65, cmc->lens_shading->width);
   EXPECT_EQ(49, cmc->lens_shading->height);
@@ -56,7 +57,7 @@ TEST(SampleModule, FillsTheSlotsOfTheParsedCmc) {
 
 TEST(SampleModule, Without34LetsTheParserSynthesiseIt) {
   const cmc_ptr cmc = parse(sample_container(record_34_choice::synthesised), {});
-  ASSERT_TRUE(cmc && cmc->record_34);
+  ASSERT_TRUE(cmc != nullptr && cmc->record_34 != nullptr);
   EXPECT_EQ(224u, cmc->record_34->size);  // 120 + 32 x 2 + 8 x 3 from record 19, 8 x 2 from 20
 }
 
@@ -65,7 +66,7 @@ TEST(SampleModule, Without34LetsTheParserSynthesiseIt) {
 TEST(SampleModule, ItsCalibrationMovesTheTables) {
   const cmc_ptr before = parse(sample_container(), {});
   const cmc_ptr after = parse(sample_container(), sample_nvm());
-  ASSERT_TRUE(before && after);
+  ASSERT_TRUE(before != nullptr && after != nullptr);
   const size_t left = 24 * 65, right = 24 * 65 + 64;
   for (size_t light = 0; light < 3; ++light) {
     for (const auto& [row, column] : {std::pair(0, 0), {0, 1}, {1, 0}, {1, 1}}) {

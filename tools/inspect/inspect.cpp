@@ -116,7 +116,7 @@ int main(int count, char** arguments) {
     return 2;
   }
   std::printf("%s: %zu bytes\n\n", chosen->container.c_str(), image->size());
-  if (const char* const refusal = refusal_of(*image)) {
+  if (const char* const refusal = refusal_of(*image); refusal != nullptr) {
     std::fprintf(stderr, "inspect: %s is refused: %s\n", chosen->container.c_str(), refusal);
     return 1;
   }

@@ -46,14 +46,14 @@ void list_general(const parsed_cmc& cmc) {
 
 /// What both forms of a light begin with.
 template <typename Light>
-void list_light(const Light& light, const char* behind) {
+void list_light(const Light& light, const char* suffix) {
   int tables = 0;
   for (const auto& row : light.tables)
     for (const uint16_t* const table : row) tables += table != nullptr;
   std::printf(
       "  %-18s   light %" PRIu32 ": gains %g %g, coords %g %g, %u fraction bits, %d tables%s\n", "",
       light.light_id, double{light.gains[0]}, double{light.gains[1]}, double{light.coords[0]},
-      double{light.coords[1]}, unsigned{light.fraction_bits}, tables, behind);
+      double{light.coords[1]}, unsigned{light.fraction_bits}, tables, suffix);
 }
 
 void list_set(const char* name, const lens_shading_set* set, bool extended) {
@@ -125,7 +125,7 @@ void list_small_records(const parsed_cmc& cmc) {
        present(cmc.record_17.payload));
   line("record_18", cmc.record_18.record, "%u entries, tail %s", u16_at(cmc.record_18.record, 8),
        present(cmc.record_18.tail));
-  line("record_19", cmc.record_19.record, "%u entries, %u behind them",
+  line("record_19", cmc.record_19.record, "%u entries, %u after them",
        u16_at(cmc.record_19.record, 12), u16_at(cmc.record_19.record, 14));
   line("record_20", cmc.record_20.record, "list %s, entries %s", present(cmc.record_20.payload),
        present(cmc.record_20.tail));

@@ -68,7 +68,7 @@ writer::sample_source whole_gains(uint16_t width, uint16_t height) {
   };
 }
 
-/// Tables of the lights alone: the calibration of a module is multiplied onto these.
+/// Tables of only the lights: the calibration of a module is multiplied onto these.
 writer::sample_source light_gains(uint16_t width, uint16_t height) {
   return [width, height](size_t light, size_t plane, size_t index) {
     const sensor_point point = point_of(index, width, height);
