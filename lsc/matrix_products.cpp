@@ -2,6 +2,8 @@
 
 #include "qo_cmc/lsc.h"
 
+#include <cassert>
+
 #include "lsc/strided_matrix.h"
 #include "qo_cmc/status.h"
 #include "rows/row_table.h"
@@ -58,7 +60,9 @@ void multiply_plain(const strided_source& left, const strided_source& right,
 [[nodiscard]] bool multiply_rows(const strided_source& left, const strided_source& right,
                                  const strided_result& result, const matrix_size& size,
                                  int32_t inner) {
+  assert(size.rows >= 1 && size.columns >= 1 && inner >= 0);
   if (!right.has_packed_rows() || !result.has_packed_rows()) return false;
+  // Of an empty sum nothing is read, and all elements are 0, whatever lies on what.
   if (inner >= 1 && (!stands_apart(result, size, left.span(size.rows, inner)) ||
                      !stands_apart(result, size, right.span(inner, size.columns))))
     return false;

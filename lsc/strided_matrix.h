@@ -2,6 +2,7 @@
 /// of a row, either of which may be negative or odd.
 #pragma once
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -49,13 +50,16 @@ class strided_matrix {
   /// Whether no two of the first `rows` x `columns` elements share bytes, given that rows, or
   /// columns, are packed.
   [[nodiscard]] bool is_dense(int32_t rows, int32_t columns) const {
-    const int64_t run = int64_t{sizeof(float)} * (has_packed_rows() ? columns : rows);
-    const int64_t step = has_packed_rows() ? stride1_ : stride2_;
-    return (has_packed_rows() || has_packed_columns()) && (step >= run || step <= -run);
+    const bool by_rows = has_packed_rows();
+    const int64_t run = int64_t{sizeof(float)} * (by_rows ? columns : rows);
+    const int64_t step = by_rows ? stride1_ : stride2_;
+    const int32_t runs = by_rows ? rows : columns;
+    return (by_rows || has_packed_columns()) && (runs == 1 || step >= run || step <= -run);
   }
 
   /// From the lowest to the highest byte of `rows` x `columns` elements, each count at least 1.
   [[nodiscard]] byte_range span(int32_t rows, int32_t columns) const {
+    assert(rows >= 1 && columns >= 1);
     const ptrdiff_t last_row = element_offset(rows - 1, 0, stride1_, stride2_);
     const ptrdiff_t last_column = element_offset(0, columns - 1, stride1_, stride2_);
     const ptrdiff_t lowest = (last_row < 0 ? last_row : 0) + (last_column < 0 ? last_column : 0);

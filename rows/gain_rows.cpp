@@ -7,23 +7,74 @@
 namespace qo::QO_ROWS_NS {
 namespace {
 
-/// `Lanes` samples from `i` on.
+/// `Lanes` samples as numbers. GCC widens by halves that it puts together again.
+template <size_t Lanes>
+[[nodiscard]] inline __attribute__((always_inline)) vector_n<int32_t, Lanes> widened(
+    const uint16_t* samples) {
+  const auto narrow = load_vector<vector_n<uint16_t, Lanes>>(samples);
+#if defined(__AVX2__)
+  if constexpr (Lanes == 8)
+    return same_bits<vector_n<int32_t, 8>>(_mm256_cvtepu16_epi32(same_bits<__m128i>(narrow)));
+#if defined(__AVX512F__)
+  if constexpr (Lanes == 16)
+    return same_bits<vector_n<int32_t, 16>>(_mm512_cvtepu16_epi32(same_bits<__m256i>(narrow)));
+#endif
+#endif
+  return __builtin_convertvector(narrow, vector_n<int32_t, Lanes>);
+}
+
+/// What `Lanes` samples from `i` on become, each in the low half of a lane.
+template <size_t Lanes>
+[[nodiscard]] inline __attribute__((always_inline)) vector_n<int32_t, Lanes> scaled(
+    const uint16_t* source, const float* gains, size_t i) {
+  const auto values = __builtin_convertvector(widened<Lanes>(source + i), vector_n<float, Lanes>);
+  return truncate_lanes_for_low_16<Lanes>(values * load_vector<vector_n<float, Lanes>>(gains + i));
+}
+
+/// The low halves of all lanes of both, in order.
+[[nodiscard]] inline __attribute__((always_inline)) vector<uint16_t> low_halves(
+    const vector<int32_t>& low, const vector<int32_t>& high) {
+  const auto a = same_bits<vector<uint16_t>>(low);
+  const auto b = same_bits<vector<uint16_t>>(high);
+#if QO_VECTOR_BYTES == 64
+  return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30,
+                                 32, 34, 36, 38, 40, 42, 44, 46, 48, 50, 52, 54, 56, 58, 60, 62);
+#elif QO_VECTOR_BYTES == 32
+  return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
+#else
+  return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
+#endif
+}
+
 template <size_t Lanes>
 inline __attribute__((always_inline)) void scale_block(const uint16_t* source, const float* gains,
                                                        uint16_t* target, size_t i) {
-  const auto samples = load_vector<vector_n<uint16_t, Lanes>>(source + i);
-  const auto values = __builtin_convertvector(
-      __builtin_convertvector(samples, vector_n<int32_t, Lanes>), vector_n<float, Lanes>);
-  const auto products = values * load_vector<vector_n<float, Lanes>>(gains + i);
-  const auto truncated = truncate_lanes_for_low_16<Lanes>(products);
-  store_vector(target + i, __builtin_convertvector(truncated, vector_n<uint16_t, Lanes>));
+  store_vector(target + i,
+               __builtin_convertvector(scaled<Lanes>(source, gains, i), vector_n<uint16_t, Lanes>));
+}
+
+/// Samples to the next one that begins a register, or `count`; 0 where none does.
+[[nodiscard]] size_t samples_to_alignment(const uint16_t* target, size_t count) {
+  const auto address = reinterpret_cast<uintptr_t>(target);
+  const size_t samples = (0 - address) % QO_VECTOR_BYTES / sizeof *target;
+  return samples < count ? samples : count;
 }
 
 void scale(const uint16_t* source, const float* gains, uint16_t* target, size_t count) {
-  // No vector is moved back to be whole: in place, its samples would be scaled twice.
+  // No vector is moved back to be whole: in place, its samples would be scaled twice. Stores that
+  // cross cache lines cost most where everything is near, so the first whole one is aligned.
   constexpr size_t lanes = lanes_of<float>;
   size_t i = 0;
-  for (; count - i >= lanes; i += lanes) scale_block<lanes>(source, gains, target, i);
+  if (count >= 8 * lanes) {
+    const size_t first = samples_to_alignment(target, count);
+    for (; first - i >= 4; i += 4) scale_block<4>(source, gains, target, i);
+    for (; i < first; ++i) scale_block<1>(source, gains, target, i);
+  }
+  for (; count - i >= 2 * lanes; i += 2 * lanes) {
+    const auto low = scaled<lanes>(source, gains, i);
+    const auto high = scaled<lanes>(source, gains, i + lanes);
+    store_vector(target + i, low_halves(low, high));
+  }
   for (; count - i >= 4; i += 4) scale_block<4>(source, gains, target, i);
   for (; i < count; ++i) scale_block<1>(source, gains, target, i);
 }

@@ -39,7 +39,8 @@ struct matrix_rows {
   void (*multiply)(const matrix_view& left, const packed_rows& right, const packed_result& dst,
                    const product_size& size);
 
-  /// dst[i] = sum over k of matrix(i, k) vector[k], from 0, for i below `rows`.
+  /// dst[i] = sum over k of matrix(i, k) vector[k], from 0, for i below `rows`. The vectors stand
+  /// at any address too.
   void (*multiply_vector)(const packed_rows& matrix, const float* vector, size_t rows, size_t inner,
                           float* dst);
 

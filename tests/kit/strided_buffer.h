@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -32,17 +34,20 @@ inline constexpr layout all_layouts[] = {layout::packed,
 
 class strided_buffer {
  public:
-  strided_buffer(int32_t rows, int32_t columns, layout kind, guard_side side = guard_side::behind)
+  /// With a `shift` the elements stand so many bytes off the guarded end, at any alignment.
+  strided_buffer(int32_t rows, int32_t columns, layout kind, guard_side side = guard_side::behind,
+                 size_t shift = 0)
       : rows_(rows),
         columns_(columns),
         strides_(strides_of(rows, columns, kind)),
         lowest_(std::min<int64_t>(0, int64_t{rows - 1} * strides_.rows) +
                 std::min<int64_t>(0, int64_t{columns - 1} * strides_.elements)),
-        bytes_(size_of(), side) {
+        first_(side == guard_side::before ? shift : 0),
+        bytes_(size_of() + shift, side) {
     std::memset(bytes_.data(), background, bytes_.size());
   }
 
-  float* base() { return reinterpret_cast<float*>(bytes_.data() - lowest_); }
+  float* base() { return reinterpret_cast<float*>(bytes_.data() + first_ - lowest_); }
   int32_t stride1() const { return strides_.rows; }
   int32_t stride2() const { return strides_.elements; }
   int32_t rows() const { return rows_; }
@@ -64,6 +69,23 @@ class strided_buffer {
     for (int32_t i = 0; i < rows_; ++i)
       for (int32_t j = 0; j < columns_; ++j)
         set(i, j, mantissa(random) * static_cast<float>(1 << exponent(random)));
+  }
+
+  /// The same with one value in eight that is a zero of either sign, an infinity, a NaN, a
+  /// denormal or close to the largest.
+  void fill_with_extremes(std::mt19937& random) {
+    constexpr float extremes[] = {0.0f,
+                                  -0.0f,
+                                  std::numeric_limits<float>::infinity(),
+                                  -std::numeric_limits<float>::infinity(),
+                                  std::numeric_limits<float>::quiet_NaN(),
+                                  std::numeric_limits<float>::denorm_min(),
+                                  -1e-41f,
+                                  3e38f};
+    fill(random);
+    for (int32_t i = 0; i < rows_; ++i)
+      for (int32_t j = 0; j < columns_; ++j)
+        if (random() % 8 == 0) set(i, j, extremes[random() % std::size(extremes)]);
   }
 
   std::vector<float> packed() const {
@@ -122,7 +144,7 @@ class strided_buffer {
     return static_cast<size_t>(highest - lowest_ + 4);
   }
   const uint8_t* address(int32_t row, int32_t column) const {
-    return bytes_.data() - lowest_ + int64_t{row} * strides_.rows +
+    return bytes_.data() + first_ - lowest_ + int64_t{row} * strides_.rows +
            int64_t{column} * strides_.elements;
   }
 
@@ -130,6 +152,7 @@ class strided_buffer {
   int32_t columns_;
   distances strides_;
   int64_t lowest_;
+  size_t first_;
   guarded_buffer bytes_;
 };
 

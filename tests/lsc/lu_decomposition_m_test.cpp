@@ -52,6 +52,62 @@ TEST(LuDecompositionM, EqualsThePlainRuleInEveryLayoutOfTheResult) {
   }
 }
 
+void expect_plain_factors(const strided_buffer& src, const strided_buffer& dst) {
+  const auto n = size_t(src.rows());
+  const plain::floats expected = plain::factors(src.packed(), n);
+  const plain::floats actual = dst.packed();
+  ASSERT_EQ(actual.size(), plain::first_difference(expected.data(), actual.data(), actual.size()))
+      << "size " << n;
+  ASSERT_TRUE(dst.has_untouched_gaps());
+}
+
+TEST(LuDecompositionM, EqualsThePlainRuleForEverySizeUpTo70AndAt140) {
+  std::mt19937 random(15);
+  std::vector<int32_t> sizes = counting(71);
+  sizes.insert(sizes.end(), {95, 96, 97, 113, 140});
+  for (const int32_t n : sizes) {
+    if (n == 0) continue;
+    for (const layout kind : {layout::packed, layout::transposed}) {
+      const kit::guard_side side = n % 2 == 0 ? kit::guard_side::behind : kit::guard_side::before;
+      strided_buffer src(n, n, kind, side, size_t(n % 4));
+      strided_buffer dst(n, n, n % 3 == 0 ? layout::transposed : layout::packed, side,
+                         size_t(n / 4 % 4));
+      src.fill(random);
+      for (int32_t i = 0; i < n; ++i) src.set(i, i, src.at(i, i) + 9000.0f);  // stays finite
+      std::vector<int32_t> index(size_t(n), -1);
+      ASSERT_EQ(0u, lu_decomposition_m(src.base(), src.stride1(), src.stride2(), index.data(),
+                                       dst.base(), dst.stride1(), dst.stride2(), n));
+      ASSERT_NO_FATAL_FAILURE(expect_plain_factors(src, dst));
+      ASSERT_EQ(counting(size_t(n)), index);
+    }
+  }
+}
+
+TEST(LuDecompositionM, EqualsThePlainRuleForZeroPivotsInfinitiesNansAndDenormals) {
+  std::mt19937 random(16);
+  constexpr float extremes[] = {0.0f,   -0.0f, std::numeric_limits<float>::infinity(),
+                                1e-42f, 3e38f, std::numeric_limits<float>::quiet_NaN()};
+  for (int32_t n = 2; n <= 40; ++n) {
+    for (uint32_t round = 0; round < 12; ++round) {
+      strided_buffer src(n, n, layout::packed), dst(n, n, layout::packed);
+      src.fill(random);
+      // Zeros of either sign nearly everywhere, or one extreme anywhere.
+      if (round % 3 == 0) {
+        for (int32_t i = 0; i < n; ++i)
+          for (int32_t j = 0; j < n; ++j)
+            if (random() % 4 != 0 && i != j) src.set(i, j, random() % 2 == 0 ? 0.0f : -0.0f);
+      } else {
+        src.set(int32_t(random() % uint32_t(n)), int32_t(random() % uint32_t(n)),
+                extremes[round % std::size(extremes)]);
+      }
+      std::vector<int32_t> index(size_t(n), -1);
+      ASSERT_EQ(0u, lu_decomposition_m(src.base(), src.stride1(), src.stride2(), index.data(),
+                                       dst.base(), dst.stride1(), dst.stride2(), n));
+      ASSERT_NO_FATAL_FAILURE(expect_plain_factors(src, dst));
+    }
+  }
+}
+
 TEST(LuDecompositionM, MayReplaceItsSource) {
   std::mt19937 random(13);
   for (int32_t n = 1; n <= 9; ++n) {

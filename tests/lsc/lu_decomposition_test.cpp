@@ -57,25 +57,33 @@ TEST(LuDecomposition, OfATwoByTwoGridListSamplesRowByRow) {
     }
 }
 
+void expect_plain_fit(uint16_t width, uint16_t height) {
+  fit_arrays fit(size_t(width) * height);
+  ASSERT_EQ(0u, fit.decompose(width, height));
+  const plain::fit expected(width, height);
+  ASSERT_EQ(fit.design.size(),
+            plain::first_difference(expected.a.data(), fit.design.data(), fit.design.size()))
+      << width << " x " << height;
+  ASSERT_EQ(fit.design_t.size(),
+            plain::first_difference(expected.a_t.data(), fit.design_t.data(), fit.design_t.size()))
+      << width << " x " << height;
+  ASSERT_EQ(fit.lu.size(),
+            plain::first_difference(expected.lu.data(), fit.lu.data(), fit.lu.size()))
+      << width << " x " << height;
+  for (int32_t i = 0; i < int32_t(terms); ++i) ASSERT_EQ(i, fit.index[size_t(i)]);
+}
+
 TEST(LuDecomposition, EqualThePlainRuleForEveryGridUpTo40Times30) {
   for (uint16_t height = 1; height <= 30; ++height) {
-    for (uint16_t width = 1; width <= 40; ++width) {
-      fit_arrays fit(size_t(width) * height);
-      ASSERT_EQ(fit.decompose(width, height), 0u);
-      const plain::fit expected(width, height);
-      ASSERT_EQ(plain::first_difference(expected.a.data(), fit.design.data(), fit.design.size()),
-                fit.design.size())
-          << width << " x " << height;
-      ASSERT_EQ(
-          plain::first_difference(expected.a_t.data(), fit.design_t.data(), fit.design_t.size()),
-          fit.design_t.size())
-          << width << " x " << height;
-      ASSERT_EQ(plain::first_difference(expected.lu.data(), fit.lu.data(), fit.lu.size()),
-                fit.lu.size())
-          << width << " x " << height;
-      for (int32_t i = 0; i < int32_t(terms); ++i) ASSERT_EQ(fit.index[size_t(i)], i);
-    }
+    for (uint16_t width = 1; width <= 40; ++width)
+      ASSERT_NO_FATAL_FAILURE(expect_plain_fit(width, height));
   }
+}
+
+TEST(LuDecomposition, EqualThePlainRuleForRowsLongerThanWhatIsFormedAtOnce) {
+  for (const uint16_t width : std::initializer_list<uint16_t>{62, 63, 64, 65, 66, 127, 128, 129})
+    for (const uint16_t height : std::initializer_list<uint16_t>{1, 2, 7})
+      ASSERT_NO_FATAL_FAILURE(expect_plain_fit(width, height));
 }
 
 TEST(LuDecomposition, FormSquareAndCubeExactlyBeforeRounding) {

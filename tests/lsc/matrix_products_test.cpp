@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <limits>
 
 #include "qo_cmc/lsc.h"
@@ -57,6 +58,24 @@ TEST(MatrixTranspose, EqualsThePlainRuleInEveryPairOfLayouts) {
         expect_same(plain::transpose(src.packed(), size_t(rows), size_t(columns)), dst,
                     "transpose");
       }
+    }
+  }
+}
+
+TEST(MatrixTranspose, EqualsThePlainRuleForEverySizeOfPackedRows) {
+  std::mt19937 random(8);
+  for (int rows = 1; rows <= 140; ++rows) {
+    for (int columns = 1; columns <= 140; columns += rows <= 35 && columns < 40 ? 1 : 9) {
+      const auto variant = static_cast<uint32_t>(rows + columns);
+      const kit::guard_side side =
+          variant % 2 == 0 ? kit::guard_side::behind : kit::guard_side::before;
+      strided_buffer src(rows, columns, variant % 3 == 0 ? layout::rows_reversed : layout::packed,
+                         side, variant / 2 % 4);
+      strided_buffer dst(columns, rows, variant % 7 == 0 ? layout::rows_reversed : layout::packed,
+                         side, variant / 3 % 4);
+      src.fill_with_extremes(random);
+      ASSERT_EQ(0u, transpose(src, dst));
+      expect_same(plain::transpose(src.packed(), size_t(rows), size_t(columns)), dst, "transpose");
     }
   }
 }
@@ -156,22 +175,61 @@ TEST(MatrixProduct, EqualsThePlainRuleInEveryLayout) {
   }
 }
 
-TEST(MatrixProduct, EqualsThePlainRuleForEverySizeUpTo40Times30) {
-  std::mt19937 random(3);
-  for (int rows = 1; rows <= 30; ++rows) {
-    for (int columns = 1; columns <= 40; ++columns) {
-      const int inner = 1 + (rows * 7 + columns * 3) % 40;
-      strided_buffer a(rows, inner, layout::packed);
-      strided_buffer b(inner, columns, all_layouts[size_t(rows + columns) % 7]);
-      strided_buffer dst(rows, columns, layout::packed);
-      a.fill(random);
-      b.fill(random);
-      ASSERT_EQ(0u, multiply(a, b, dst));
-      expect_same(
-          plain::product(a.packed(), b.packed(), size_t(rows), size_t(inner), size_t(columns)), dst,
-          "product");
-    }
+/// The layouts in which matrices meet: the rows or the columns of both may be packed.
+struct product_layouts {
+  layout left, right, result;
+};
+constexpr product_layouts packed_products[] = {
+    {layout::packed, layout::packed, layout::packed},
+    {layout::transposed, layout::packed, layout::rows_reversed},
+    {layout::padded, layout::rows_reversed, layout::packed},
+    {layout::transposed, layout::transposed, layout::transposed},
+    {layout::transposed, layout::odd_distances, layout::transposed},
+    {layout::transposed, layout::packed, layout::transposed},
+    {layout::packed, layout::transposed, layout::packed}};
+
+void expect_plain_product(int rows, int inner, int columns, uint32_t variant,
+                          std::mt19937& random) {
+  const product_layouts& kinds = packed_products[variant % std::size(packed_products)];
+  const kit::guard_side side = variant % 2 == 0 ? kit::guard_side::behind : kit::guard_side::before;
+  const size_t shift = variant / 2 % 4;
+  strided_buffer a(rows, inner, kinds.left, side, shift);
+  strided_buffer b(inner, columns, kinds.right, side, shift / 2);
+  strided_buffer dst(rows, columns, kinds.result, side, 3 - shift);
+  if (variant % 5 == 0) {
+    a.fill_with_extremes(random);
+    b.fill_with_extremes(random);
+  } else {
+    a.fill(random);
+    b.fill(random);
   }
+  ASSERT_EQ(0u, multiply(a, b, dst));
+  expect_same(plain::product(a.packed(), b.packed(), size_t(rows), size_t(inner), size_t(columns)),
+              dst, "product");
+}
+
+TEST(MatrixProduct, EqualsThePlainRuleForEverySizeUpTo40Times40) {
+  std::mt19937 random(3);
+  for (int rows = 1; rows <= 40; ++rows)
+    for (int columns = 1; columns <= 40; ++columns)
+      expect_plain_product(rows, 1 + (rows * 7 + columns * 3) % 40, columns,
+                           static_cast<uint32_t>(rows * 3 + columns), random);
+}
+
+TEST(MatrixProduct, EqualsThePlainRuleForEveryWidthUpTo140) {
+  std::mt19937 random(5);
+  for (int columns = 41; columns <= 140; ++columns)
+    for (int rows = 1; rows <= 13; ++rows)
+      expect_plain_product(rows, 1 + (rows + columns) % 7, columns,
+                           static_cast<uint32_t>(rows + columns * 2), random);
+}
+
+TEST(MatrixProduct, OfNegativeZerosIsPositive) {
+  // Each product is -0, and the sum starts from +0.
+  const plain::floats a(3 * 5, -0.0f), b(5 * 40, 1.0f);
+  plain::floats dst(3 * 40, 7.0f);
+  ASSERT_EQ(0u, mul_mm(a.data(), 20, 4, 5, 3, b.data(), 160, 4, 40, 5, dst.data(), 160, 4));
+  for (const float element : dst) ASSERT_FALSE(std::signbit(element));
 }
 
 TEST(MatrixProduct, WritesColumnsOfARowInAscendingOrder) {
@@ -247,6 +305,40 @@ TEST(MatrixVectorProduct, EqualsThePlainRuleInEveryLayout) {
                     "vector");
       }
     }
+  }
+}
+
+void expect_plain_vector_product(int rows, int columns, layout matrix, std::mt19937& random) {
+  const auto variant = static_cast<uint32_t>(rows + columns);
+  const kit::guard_side side = variant % 2 == 0 ? kit::guard_side::behind : kit::guard_side::before;
+  strided_buffer a(rows, columns, matrix, side, variant % 4);
+  strided_buffer x(columns, 1, layout::packed, side, variant / 2 % 4);
+  strided_buffer dst(rows, 1, layout::packed, side, variant / 4 % 4);
+  if (variant % 5 == 0)
+    a.fill_with_extremes(random);
+  else
+    a.fill(random);
+  x.fill(random);
+  ASSERT_EQ(0u, multiply_vector(a, x, dst));
+  expect_same(plain::product(a.packed(), x.packed(), size_t(rows), size_t(columns), 1), dst,
+              "vector");
+}
+
+TEST(MatrixVectorProduct, EqualsThePlainRuleForEverySizeUpTo40Times70) {
+  std::mt19937 random(6);
+  for (int rows = 1; rows <= 40; ++rows)
+    for (int columns = 1; columns <= 70; ++columns)
+      expect_plain_vector_product(
+          rows, columns, (rows + columns) % 3 == 0 ? layout::rows_reversed : layout::packed,
+          random);
+}
+
+TEST(MatrixVectorProduct, EqualsThePlainRuleForLongSidesAndPackedColumns) {
+  std::mt19937 random(7);
+  for (int length = 1; length <= 140; ++length) {
+    expect_plain_vector_product(length, 1 + length % 11, layout::packed, random);
+    expect_plain_vector_product(15, length, layout::packed, random);
+    expect_plain_vector_product(length, 1 + length % 11, layout::transposed, random);
   }
 }
 

@@ -28,7 +28,8 @@ TEST(RunningMinimum, LosesANanToTheNextValue) {
 }
 
 TEST(RunningMinimum, KeepsANanInTheLastPlaceOnly) {
-  for (const size_t count : {2u, 7u, 8u, 9u, 31u, 32u, 33u, 64u, 101u}) {
+  for (const size_t count : {2u,  7u,  8u,  9u,  15u,  16u,  17u,  31u,  32u,  33u,
+                             63u, 64u, 65u, 80u, 101u, 127u, 128u, 129u, 140u, 200u}) {
     for (size_t place = 0; place < count; ++place) {
       plain::floats values(count, 4.0f);
       values[0] = 1.0f;  // forgotten when a NaN comes after it

@@ -26,9 +26,10 @@ guarded_array<float> exactly(const plain::floats& values) {
 }
 
 plain::floats sampled(const plain::floats& coefficients, uint16_t grid_width, uint16_t grid_height,
-                      uint16_t out_width, uint16_t out_height) {
+                      uint16_t out_width, uint16_t out_height,
+                      kit::guard_side side = kit::guard_side::behind) {
   const guarded_array<float> c = exactly(coefficients);
-  guarded_array<float> plane(size_t(out_width) * out_height);
+  guarded_array<float> plane(size_t(out_width) * out_height, side);
   do_polynomial_upscale(plane.data(), c.data(), grid_width, grid_height, out_width, out_height);
   return {plane.begin(), plane.end()};
 }
@@ -80,6 +81,34 @@ TEST(PolynomialSurface, EqualsThePlainRuleAtEverySize) {
           << out_width << " x " << out_height;
     }
   }
+}
+
+TEST(PolynomialSurface, EqualsThePlainRuleAcrossVectorsAndStrips) {
+  std::mt19937 random(22);
+  std::uniform_real_distribution<float> value(-2.0f, 2.0f);
+  std::vector<uint16_t> widths;
+  for (uint16_t width = 71; width <= 140; ++width) widths.push_back(width);
+  for (uint16_t width = 510; width <= 530; ++width) widths.push_back(width);
+  widths.insert(widths.end(), {1023, 1024, 1025, 1030, 1040});
+  for (const uint16_t width : widths) {
+    for (const uint16_t height : std::initializer_list<uint16_t>{2, 3, 4, 7, 63, 64, 65, 130}) {
+      plain::floats c(terms);
+      for (float& coefficient : c) coefficient = value(random);
+      const plain::floats expected = plain::surface(c, 17, 13, width, height);
+      const plain::floats actual =
+          sampled(c, 17, 13, width, height,
+                  height % 2 == 0 ? kit::guard_side::before : kit::guard_side::behind);
+      ASSERT_EQ(actual.size(),
+                plain::first_difference(expected.data(), actual.data(), actual.size()))
+          << width << " x " << height;
+    }
+  }
+}
+
+TEST(PolynomialSurface, OfNegativeZerosIsNegativeZero) {
+  const plain::floats c(terms, -0.0f);
+  for (const float sample : sampled(c, 5, 5, 37, 9)) ASSERT_TRUE(std::signbit(sample));
+  for (const float sample : sampled(c, 5, 5, 3, 9)) ASSERT_TRUE(std::signbit(sample));
 }
 
 TEST(PolynomialSurface, EqualsThePlainRuleForExtremeCoefficientsAndEmptyGrids) {
@@ -266,6 +295,30 @@ TEST(SurfaceFit, WithMoreTermsSamplesTheFirstFifteen) {
   const plain::floats coefficients = plain::solve(
       factors.lu, plain::product(factors.a_t, call.grids[2], count, samples, 1), count);
   EXPECT_TRUE(call.equals(2, plain::surface(coefficients, 7, 6, 9, 9)));
+}
+
+TEST(SurfaceFit, EqualsThePlainRuleForEveryNumberOfTerms) {
+  constexpr uint16_t width = 7, height = 5;
+  constexpr size_t samples = width * height;
+  std::mt19937 random(23);
+  std::uniform_real_distribution<float> value(-1.0f, 1.0f);
+  for (uint16_t count = 1; count <= 40; ++count) {
+    plain::fit factors(width, height);
+    factors.a_t.resize(samples * count);
+    factors.lu.resize(size_t(count) * count);
+    for (float& element : factors.a_t) element = value(random);
+    for (float& element : factors.lu) element = value(random);
+    for (size_t i = 0; i < count; ++i) factors.lu[i * count + i] += 3.0f;
+    surface_fit call(factors, 6, 6);
+    ASSERT_EQ(0u, call.upscale(count));
+    for (size_t c = 0; c < 4; ++c) {
+      plain::floats coefficients = plain::solve(
+          factors.lu, plain::product(factors.a_t, call.grids[c], count, samples, 1), count);
+      coefficients.resize(std::max<size_t>(terms, count), 0.0f);
+      ASSERT_TRUE(call.equals(c, plain::surface(coefficients, width, height, 6, 6)))
+          << count << " terms, channel " << c;
+    }
+  }
 }
 
 TEST(SurfaceFit, OfASingularMatrixSucceedsWithWhatTheDivisionsGive) {
