@@ -21,7 +21,8 @@ namespace qo {
   const float far_edge = static_cast<float>(static_cast<int32_t>(position)) * scale;
   const uint32_t index = truncate_for_low_16(far_edge) & 0xffff;
   const bool at_boundary = static_cast<float>(static_cast<int32_t>(index)) == far_edge;
-  return static_cast<uint16_t>(index - static_cast<uint32_t>(at_boundary & (index >= 1)));
+  const uint32_t back = (at_boundary ? 1u : 0u) & (index >= 1 ? 1u : 0u);
+  return static_cast<uint16_t>(index - back);
 }
 
 struct far_edge_sizes {

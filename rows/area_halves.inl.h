@@ -50,7 +50,7 @@ template <size_t Lanes>
 
 /// Outputs that are stored at once. With AVX2 two registers of 32 bits become one of 16, half by
 /// half.
-constexpr size_t block = lanes == 8 ? 16 : lanes;
+inline constexpr size_t block = lanes == 8 ? 16 : lanes;
 
 template <typename Sample>
 inline __attribute__((always_inline)) void halve_block(const Sample* top, const Sample* bottom,

@@ -10,7 +10,7 @@
 namespace qo::QO_ROWS_NS {
 namespace {
 
-constexpr size_t lanes = lanes_of<float>;
+inline constexpr size_t lanes = lanes_of<float>;
 
 template <size_t Lanes>
 using floats = vector_n<float, Lanes>;

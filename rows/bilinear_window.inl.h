@@ -21,7 +21,7 @@
 namespace qo::QO_ROWS_NS {
 namespace {
 
-constexpr size_t narrow_window_bytes = QO_VECTOR_BYTES == 64 ? 64 : 16;
+inline constexpr size_t narrow_window_bytes = QO_VECTOR_BYTES == 64 ? 64 : 16;
 
 template <typename Element>
 constexpr size_t window_bytes = sizeof(Element) == 4 ? QO_VECTOR_BYTES : narrow_window_bytes;
