@@ -278,7 +278,8 @@ template <typename Element>
 /// Samples that outputs up to the accumulator `last` are formed from, counted from the first on.
 [[nodiscard]] uint64_t samples_up_to(uint64_t last) {
   constexpr uint64_t one = uint64_t{1} << narrow_fraction_bits;
-  return (last + one - 1) / one + 1;
+  // At 0 the second sample counts for nothing, but is still read.
+  return (std::max(last, uint64_t{1}) + one - 1) / one + 1;
 }
 
 /// How many of the first output rows need no source sample behind the plane.

@@ -32,7 +32,7 @@ inline constexpr uint32_t bilinear_fraction_bits = sizeof(Element) == 4 ? wide_f
 inline constexpr size_t bilinear_strip = 1280;
 
 /// The positions X of the `count` outputs of a strip, along rows of which the first `extent`
-/// samples may be read: first, first + step, ... None passes (extent - 1) << F.
+/// samples, at least 2, may be read: first, first + step, ... None passes (extent - 1) << F.
 struct bilinear_walk {
   uint32_t first;
   uint32_t step;

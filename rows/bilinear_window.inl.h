@@ -138,8 +138,8 @@ template <typename Element>
   return columns.walk.extent < columns.windows * window_samples<Element>;
 }
 
-/// The pairs of taps of the outputs of register `index`; of a unit of 32-bit samples all near taps
-/// before all far ones.
+/// A register of pairs of taps, those of the units from number `slot` on; of a unit of 32-bit
+/// samples all near taps before all far ones.
 template <uint32_t Windows, typename Element>
 [[nodiscard]] inline __attribute__((always_inline)) whole_register pairs_of_taps(
     const bilinear_columns<Element>& columns, const Element* row, size_t slot) {

@@ -207,6 +207,21 @@ TEST(CropResize2d, MarginsBeyondTheArrayWrapAndAreNotRefused) {
   for (const uint16_t sample : dst) EXPECT_EQ(1234, sample);
 }
 
+TEST(CropResize2d, StepOfZeroReadsNothingBehindAColumnOfSamples) {
+  // From a region of 2 columns to 258 and more, the step is 0: every output is at column 0, and
+  // there is no column 1.
+  guarded_crop cropper(6, 600 * 7);
+  for (const uint32_t out_w : {257u, 258u, 600u})
+    for (const uint32_t in_h : {1u, 2u, 6u})
+      for (const uint32_t out_h : {2u, 3u, 7u}) {
+        const int32_t bottom = in_h == 1 ? -1 : 0;
+        EXPECT_TRUE(
+            cropper.matches({1, in_h, out_w, out_h}, {0, 0, -1, bottom}, guard_side::behind));
+        EXPECT_TRUE(
+            cropper.matches({1, in_h, out_w, out_h}, {-2, 0, 1, bottom}, guard_side::behind));
+      }
+}
+
 TEST(CropResize2d, NegativeMarginsEnlargeTheRegion) {
   guarded_crop cropper(4 * 4, 7 * 7);
   EXPECT_TRUE(cropper.matches({4, 4, 7, 7}, {0, 0, -3, -3}, guard_side::behind));
