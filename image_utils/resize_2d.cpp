@@ -34,7 +34,7 @@ template <uint32_t FractionBits>
   return {margin * step, step};
 }
 
-/// Where an accumulator falls: `far_weight` fractions behind sample `cell`, of which sample
+/// Where an accumulator falls: `far_weight` fractions after sample `cell`, of which sample
 /// `cell` + 1 gets as many and sample `cell` the rest of 1 << FractionBits.
 struct cell_position {
   uint32_t cell;
@@ -282,7 +282,7 @@ template <typename Element>
   return (std::max(last, uint64_t{1}) + one - 1) / one + 1;
 }
 
-/// How many of the first output rows need no source sample behind the plane.
+/// How many of the first output rows need no source sample after the plane.
 [[nodiscard]] uint32_t count_rows_inside(const plane_size& plane, uint64_t extent,
                                          const axis_walk& walk_y, uint32_t out_height) {
   const uint64_t samples = plane.width * plane.height;

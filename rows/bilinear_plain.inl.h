@@ -30,7 +30,7 @@ template <typename Element>
                                                   size_t i) {
   const uint32_t position = columns.walk.first + static_cast<uint32_t>(i) * columns.walk.step;
   // Contract: a position on a sample belongs to the cell before it, with the whole weight on the
-  // far side, so that the last output reads nothing behind the last sample.
+  // far side, so that the last output reads nothing after the last sample.
   const uint32_t cell = position != 0 ? (position - 1) >> bilinear_fraction_bits<Element> : 0;
   return {cell, position - (cell << bilinear_fraction_bits<Element>)};
 }

@@ -82,7 +82,7 @@ struct bilinear_kernels {
                           const Element* lower, uint32_t v1, Element* dst);
 
   /// What the rule leaves where every output falls on a sample: dst[i] = row[i * stride], of 32-bit
-  /// samples the low 8 bits. Nothing behind the last such sample is read.
+  /// samples the low 8 bits. Nothing after the last such sample is read.
   void (*pick)(const Element* row, size_t stride, Element* dst, size_t count);
 };
 

@@ -153,7 +153,7 @@ template <uint32_t Windows, typename Element>
     for (size_t part = 0; part < units; ++part)
       for (uint32_t i = 0; i < outputs; ++i) {
         const uint32_t at = columns.starts[slot + part] + output_at<Element>(i) * columns.walk.step;
-        // Behind the last output positions may be anything.
+        // After the last output positions may be anything.
         const uint32_t last = columns.walk.extent - 1;
         const uint32_t near = at >> bits < last ? at >> bits : last;
         const bool is_between = near < last && at << (32 - bits) != 0;

@@ -17,7 +17,7 @@ namespace qo {
 inline constexpr size_t spline_strip = 1024;
 inline constexpr size_t spline_results = 16;
 
-/// Rows of values have this much room behind their last column, which kernels may read and write.
+/// Rows of values have this much room after their last column, which kernels may read and write.
 inline constexpr size_t spline_room = 16;
 
 struct spline_rows {

@@ -1,7 +1,7 @@
 /// One decoder and one release for each kind of CMC record, or family of like kinds.
 ///
 /// A decoder gets the record's private copy, fills its slot of the parsed CMC and answers the code
-/// of cmc_parse(). Most release first whatever the slot held; where the first record wins, where a
+/// of cmc_parse(). Most release first whatever the slot had; where the first record wins, where a
 /// refused record changes nothing, and where nothing is released, the decoder says so. A release
 /// accepts an empty slot and leaves it empty, but for what 25 and 27 leave by contract; the
 /// parser's teardown and the decoders call it.

@@ -96,7 +96,7 @@ typedef struct record_22_list_entry {
   uint32_t* values; /**< `count` values, owned */
 } record_22_list_entry;
 
-/** Sizes of the parts of record 22 that are held as bytes. */
+/** Sizes of the parts of record 22 that are kept as bytes. */
 enum {
   record_22_item_size = 1040,    /**< bytes of an item, and of the block after the items */
   record_22_list_tail_size = 24, /**< bytes of an entry of the trailing table */
