@@ -31,8 +31,11 @@ class block_strip {
     for (; outputs_ < most_outputs && first_output + outputs_ < out_width; ++outputs_) {
       const index_span block{columns_.last, far_edge_index(first_output + outputs_ + 1, scale)};
       if (block.last - before > most_columns) break;
-      // The 0 in front of the strip joins its first block, and makes up all of an empty one.
-      const uint32_t first = block.size() == 0 || outputs_ == 0 ? 0 : block.before - before + 1;
+      // The 0 in front of the strip makes up all of an empty block. It joins the row's first block,
+      // which starts late and may be a column short, and no later one: that may be a column longer
+      // than the narrowest already, and two spans of `width_` values would not cover one more.
+      const bool takes_0 = block.size() == 0 || first_output + outputs_ == 0;
+      const uint32_t first = takes_0 ? 0 : block.before - before + 1;
       const uint32_t last = block.size() == 0 ? 0 : block.last - before;
       narrowest = std::min(narrowest, last - first + 1);
       first_[outputs_] = static_cast<uint16_t>(first);

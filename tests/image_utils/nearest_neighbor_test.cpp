@@ -222,6 +222,17 @@ TEST(NearestNeighbor, SizesAroundAStripOfColumnsHaveTheReferenceBits) {
   ASSERT_TRUE(matches_both_sides({65535, 3, 4095, 2}));
 }
 
+TEST(NearestNeighborMaximum, OfAStripsFirstBlockCountsAllItsColumns) {
+  // Steps between n and n + 1 make blocks of either size. With n = 2^k - 1 two spans of 2^(k-1)
+  // columns cover the long ones exactly. Strips end after 2048 outputs or 4095 columns at most.
+  every_scaler scalers(65535 * 2, 40000 * 2);
+  for (const int64_t n : {int64_t{1}, int64_t{3}, int64_t{7}, int64_t{15}}) {
+    const int64_t out_w = 3 * std::min<int64_t>(2048, 4095 / n) - 1;
+    for (int64_t more = out_w / 4; more < out_w; more += out_w / 16)
+      ASSERT_TRUE(scalers.matches({n * out_w + more, 2, out_w, 2}, guard_side::behind));
+  }
+}
+
 TEST(NearestNeighbor, AnyNumberOfEqualRowsHasTheReferenceBits) {
   every_scaler scalers(40 * 5, 40 * 1100);
   for (const int64_t height :
