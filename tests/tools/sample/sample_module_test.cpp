@@ -1,4 +1,4 @@
-#include "tools/make_sample/sample_module.h"
+#include "tools/sample/sample_module.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
-#include "tools/make_sample/sample_module.h"
+#include "tools/sample/sample_module.h"
 
 #include <algorithm>
 #include <array>
 
-#include "tools/make_sample/lens_model.h"
+#include "tools/sample/lens_model.h"
 #include "writer/container_writer.h"
 #include "writer/nvm_writer.h"
 #include "writer/records.h"

@@ -1,0 +1,50 @@
+#include "tools/qo_cmc/finding_line.h"
+
+#include <fmt/format.h>
+
+#include "tools/qo_cmc/input.h"
+
+namespace qo_cmc {
+namespace {
+
+// Lines of standard error are never coloured: they are for a log as often as for a terminal.
+void say_findings(const std::string& file, const findings::inspection& seen,
+                  findings::severity least, report& into) {
+  for (const findings::finding& each : seen.found)
+    if (each.how_bad >= least) into.say(line_of(file, each, paint()));
+}
+
+}  // namespace
+
+std::string line_of(const std::string& file, const findings::finding& each, const paint& with) {
+  const std::string offset = each.offset ? fmt::to_string(*each.offset) : "-";
+  std::string line = fmt::format("{}:{}: {}: {} [{}", shown_name(file), offset,
+                                 with(colour_of(each.how_bad), each.code), each.message,
+                                 findings::word_of(each.how_bad));
+  if (each.record)
+    line +=
+        fmt::format("; record {}: id {}, version {}, {} bytes at {}", each.record->index,
+                    each.record->id, each.record->version, each.record->size, each.record->offset);
+  if (!each.field.empty()) line += fmt::format("; field {}", each.field);
+  return line + "]";
+}
+
+std::string heading_of(const std::string& file, const paint& with) {
+  return with(colour::bold, shown_name(file) + ":") + '\n';
+}
+
+void say_if_not_valid(const std::string& file, const findings::inspection& seen, report& into) {
+  if (seen.valid) return;
+  say_findings(file, seen, findings::severity::error, into);
+  into.say(shown_name(file) + ": not valid");
+  into.at_least(exit_code::found);
+}
+
+void say_what_is_lost(const std::string& file, const findings::inspection& seen, report& into) {
+  if (seen.valid)
+    say_findings(file, seen, findings::severity::warning, into);
+  else
+    say_if_not_valid(file, seen, into);
+}
+
+}  // namespace qo_cmc
