@@ -22,6 +22,7 @@ struct [[nodiscard]] decode_result {
   uint32_t code = QO_CMC_OK;  ///< that of cmc_parse()
   copy_fate fate = copy_fate::refused;
   reason why = reason::none;  ///< `none` when nothing of the record is lost
+  bool filled = false;        ///< the slot holds what the record gave
   bool replaced = false;      ///< what the slot held before is gone
   uint32_t size = 0;          ///< of the record
   extent needed{};            ///< the end that `why` is about, beyond the size; or 0

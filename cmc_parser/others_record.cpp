@@ -44,6 +44,7 @@ constexpr uint32_t most_entries = 8;
   block->others_count = count;
   memcpy(block->others_entries, record.bytes + entries_offset, sizeof(uint64_t) * count);
   result.fate = copy_fate::converted;
+  result.filled = true;
   return without(count < stated_count ? reason::entries_dropped : reason::none);
 }
 

@@ -30,7 +30,7 @@
   REASON(too_many_planes)                                          \
   REASON(plane_empty)                                              \
   REASON(refused_by_stack)                                         \
-  REASON(superseded)                                               \
+  REASON(record_superseded)                                        \
   REASON(out_of_memory)                                            \
   /* A part of a record that is lost, while its slot is filled. */ \
   REASON(version_without_layout)                                   \

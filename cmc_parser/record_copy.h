@@ -94,7 +94,7 @@ class record_copy {
   /// A part of the record is lost, though its slot is filled. The first loss is the one that the
   /// result reports, with the end that was missed by then.
   void lose(reason part) {
-    if (lost_ != reason::none) return;
+    if (part == reason::none || lost_ != reason::none) return;
     lost_ = part;
     lost_end_ = missed_;
   }
@@ -109,7 +109,9 @@ class record_copy {
   /// The slot is filled.
   [[nodiscard]] decode_result filled() const {
     const copy_fate fate = fate_ == copy_fate::released ? copy_fate::converted : fate_;
-    return result(QO_CMC_OK, fate, lost_, lost_end_);
+    decode_result full = result(QO_CMC_OK, fate, lost_, lost_end_);
+    full.filled = true;
+    return full;
   }
   /// The same; where `part` is not `none` it is lost.
   [[nodiscard]] decode_result filled_without(reason part) {
@@ -143,7 +145,12 @@ class record_copy {
                                                                                  : extent();
   }
   [[nodiscard]] decode_result result(uint32_t code, copy_fate fate, reason why, extent end) const {
-    return {code, fate, why, replaced_, header_.size, end};
+    return {.code = code,
+            .fate = fate,
+            .why = why,
+            .replaced = replaced_,
+            .size = header_.size,
+            .needed = end};
   }
 
   uint8_t* bytes_;

@@ -48,7 +48,7 @@ constexpr extent aux_size = 2;
 
 decode_result decode_extended_grid(record_copy record, parsed_cmc& cmc, const calibration*) {
   // The first record wins, whichever kind it was.
-  if (cmc.lens_shading_ext != nullptr) return record.drop(reason::superseded);
+  if (cmc.lens_shading_ext != nullptr) return record.drop(reason::record_superseded);
   cmc.lens_shading_ext = build_set(record).release();
   if (cmc.lens_shading_ext != nullptr) return record.filled();
   return record.lacks_an_end() ? record.drop_as_too_short() : record.drop(reason::out_of_memory);

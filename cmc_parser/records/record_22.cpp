@@ -102,9 +102,8 @@ enum class part { complete, cut, out_of_memory };
   if (block == nullptr) return part::cut;
   memcpy(content.block, block, sizeof content.block);
   // Contract: the tail repeats bytes from the middle; the block's own last 16 bytes are never read,
-  // and need not be there.
+  // and need not be there where no list follows.
   memcpy(content.block_tail, block + 512, sizeof content.block_tail);
-  reader.skip(unread_block_size);
   return part::complete;
 }
 
@@ -137,7 +136,9 @@ enum class part { complete, cut, out_of_memory };
 
 /// Why the list is missing, if it is.
 [[nodiscard]] reason read_list(record_reader& reader, record_22_content& content) {
-  if (!reader.require(size_of<uint32_t> + size_of<int32_t>)) return reason::list_lost;
+  if (!reader.require(unread_block_size + size_of<uint32_t> + size_of<int32_t>))
+    return reason::list_lost;
+  reader.skip(unread_block_size);
   const uint32_t value = reader.read<uint32_t>();
   const int32_t count = reader.read<int32_t>();
   content.list_count = count;

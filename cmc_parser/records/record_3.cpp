@@ -33,7 +33,7 @@ void convert_entry(const record_copy& record, extent offset, float* entry) {
 }  // namespace
 
 decode_result decode_record_3(record_copy record, parsed_cmc& cmc, const calibration*) {
-  if (cmc.record_31 != nullptr) return record.drop(reason::superseded);
+  if (cmc.record_31 != nullptr) return record.drop(reason::record_superseded);
   const uint32_t count = record.read<uint32_t>(8);
   // The layout asks for 4 bytes more than the entries take.
   if (!record.require(source_entry_size * extent(count) + 16)) return record.drop_as_too_short();
