@@ -1,6 +1,5 @@
 #include "tools/findings/listener.h"
 
-#include <limits>
 #include <utility>
 
 #include "base/load.h"
@@ -52,8 +51,6 @@ constexpr uint16_t record_31_slot = 31;
 [[nodiscard]] std::string missed_bytes(const qo::decode_result& result) {
   const uint64_t needed = result.needed.value();
   if (needed <= result.size) return {};
-  if (needed == std::numeric_limits<uint64_t>::max())
-    return "it has " + bytes_of(result.size) + ", and needs more than can be counted";
   return "it has " + bytes_of(result.size) + " and needs " + std::to_string(needed) + ", " +
          std::to_string(needed - result.size) + " more";
 }
