@@ -24,13 +24,14 @@ constexpr uint32_t sign_bit = 0x80000000;
   const char* const end = name.data() + name.size();
   const auto [stop, failure] = std::from_chars(name.data() + nan_prefix.size(), end, bits, 16);
   if (failure != std::errc() || stop != end || !is_nan(bits)) return std::nullopt;
+  // Only the form that is written: digits in lower case.
+  if (float_value(bits) != name) return std::nullopt;
   return bits;
 }
 
 [[nodiscard]] std::optional<uint8_t> digit_of(char character) {
   if (character >= '0' && character <= '9') return static_cast<uint8_t>(character - '0');
   if (character >= 'a' && character <= 'f') return static_cast<uint8_t>(character - 'a' + 10);
-  if (character >= 'A' && character <= 'F') return static_cast<uint8_t>(character - 'A' + 10);
   return std::nullopt;
 }
 

@@ -31,7 +31,7 @@ class error : public std::runtime_error {
 [[nodiscard]] json text_value(std::string_view text);
 
 [[nodiscard]] std::string hex_of(const uint8_t* bytes, size_t size);
-/// None unless the text is pairs of hexadecimal digits.
+/// None unless the text is pairs of hexadecimal digits, in lower case as they are written.
 [[nodiscard]] std::optional<std::vector<uint8_t>> bytes_of_hex(std::string_view hex);
 
 }  // namespace document

@@ -126,7 +126,6 @@ json layout_reader::tables(size_t count, size_t rows, size_t columns) {
   return list;
 }
 
-template json layout_reader::numbers<uint8_t>(size_t);
 template json layout_reader::numbers<uint16_t>(size_t);
 template json layout_reader::numbers<uint32_t>(size_t);
 template json layout_reader::numbers<float>(size_t);

@@ -34,7 +34,6 @@ class layout_reader {
   int32_t i32(const char* key) { return number<int32_t>(key); }
   void f32(const char* key) { put(key, float_value(read<uint32_t>())); }
 
-  void u8s(const char* key, size_t count) { put(key, numbers<uint8_t>(count)); }
   void u16s(const char* key, size_t count) { put(key, numbers<uint16_t>(count)); }
   void u32s(const char* key, size_t count) { put(key, numbers<uint32_t>(count)); }
   void f32s(const char* key, size_t count) { put(key, numbers<float>(count)); }

@@ -36,4 +36,17 @@ namespace document {
 /// The document of all slots.
 [[nodiscard]] json slots_of(const parsed_cmc& cmc, const findings::origins& from);
 
+/// A container whose slots are this document's, once parsed: built of the document's values, and
+/// parsed and compared before it is returned. Throws error, with the path, for a document that is
+/// malformed or contradicts itself, or that no records give back.
+///
+/// - Counts are checked against their arrays, and both against the sizes that go with them.
+/// - `size` of a header is checked too; null asks for it to be worked out. Where the slot does not
+///   hold all of a record (record_24, 26, 29, 35, 36, module_properties, lens_shading,
+///   lens_shading_ext) it may be larger than the fields: zeros fill the record up.
+/// - A derived record_34 is neither packed nor compared.
+///
+/// The words of the container's header are the writer's own.
+[[nodiscard]] std::vector<uint8_t> pack(const json& slots, writer::checksum_rule rule);
+
 }  // namespace document
