@@ -36,6 +36,20 @@ namespace document {
 /// The document of all slots.
 [[nodiscard]] json slots_of(const parsed_cmc& cmc, const findings::origins& from);
 
+/// The document for people to read: aligned, with units and notes where they are known, arrays
+/// shortened unless `full`. What comes from the file is escaped.
+[[nodiscard]] std::string text_of(const json& slots, bool full);
+
+/// One difference, in the order of the slots and of the fields inside.
+struct difference {
+  std::string path;    ///< "record_19.entries[3].value_0"
+  std::string before;  ///< of a slot "absent" or "present"; of a grid its shape
+  std::string after;   ///< of a grid how many values differ, the largest and the mean difference
+};
+/// What differs between two documents: each field of its own, up to four numbers of an array one by
+/// one, larger arrays in one line, and in one line a slot that only one document has.
+[[nodiscard]] std::vector<difference> differences(const json& a, const json& b);
+
 /// A container whose slots are this document's, once parsed: built of the document's values, and
 /// parsed and compared before it is returned. Throws error, with the path, for a document that is
 /// malformed or contradicts itself, or that no records give back.
