@@ -178,6 +178,12 @@ struct part {
 /// Appends the parts one after the other; a byte that two have, or none, is an error.
 [[nodiscard]] bytes joined(bytes record, std::vector<part> parts) {
   std::erase_if(parts, [](const part& one) { return one.content.size() == 0; });
+  uint64_t size = record.size();
+  for (const part& one : parts) size += one.content.size();
+  for (const part& one : parts)
+    if (one.place > size || one.content.size() > size - one.place)
+      one.at.fail("stands at byte " + std::to_string(one.place) + " or ends after the record's " +
+                  std::to_string(size) + " bytes");
   std::stable_sort(parts.begin(), parts.end(),
                    [](const part& a, const part& b) { return a.place < b.place; });
   for (const part& one : parts) {

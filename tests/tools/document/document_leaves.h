@@ -44,7 +44,7 @@ inline void add_differing(const document::json& a, const document::json& b,
 }
 inline std::vector<std::string> differing_leaves(const document::json& a, const document::json& b) {
   std::vector<std::string> paths;
-  add_differing(a, b, {}, paths);
+  add_differing(a, b, document::json::json_pointer(), paths);
   return paths;
 }
 
