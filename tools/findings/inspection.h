@@ -10,19 +10,11 @@
 #include <vector>
 
 #include "qo_cmc/parser.h"
+#include "tools/findings/codes.h"
 #include "tools/findings/escaped.h"
 #include "tools/findings/record_names.h"
 
 namespace findings {
-
-enum class severity : uint8_t {
-  note,     ///< superseded or foreign records, messages of the library
-  warning,  ///< something that was meant is lost
-  error,    ///< the container is refused
-};
-
-/// "note", "warning" or "error".
-[[nodiscard]] const char* word_of(severity how_bad);
 
 struct record_reference {
   size_t index;     ///< among all records of the container, from 0
@@ -49,7 +41,18 @@ struct record_row {
   uint16_t id;
   std::string name;  ///< name_of_kind(id)
   uint8_t version;
-  std::string fate;  ///< what became of it: "kept", "converted", "replaced", ...
+  /// What became of it, in the end:
+  ///   kept        the slot holds a copy of it
+  ///   converted   the slot holds what was made of it
+  ///   replaced    a later record took its place
+  ///   superseded  an earlier record fills the slot
+  ///   released    it was read, and fills no slot
+  ///   leaked      the same, and its copy stays allocated by contract
+  ///   refused     its decoder, or the stack, refuses it
+  ///   not read    there was no memory for a copy
+  ///   foreign     it belongs to other readers
+  ///   not parsed  its container is refused
+  std::string fate;
 };
 
 /// Which record filled a slot that several kinds feed; 0: none did.
