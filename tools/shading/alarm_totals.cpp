@@ -48,31 +48,35 @@ alarm_totals totals_of(const subject& about) {
   return totals;
 }
 
-std::vector<std::string> sentences_of(const subject& about, const alarm_totals& totals) {
-  std::vector<std::string> result;
+std::vector<totals_sentence> sentences_of(const subject& about, const alarm_totals& totals) {
+  std::vector<totals_sentence> result;
   if (totals.samples == 0) return result;
-  result.push_back(fmt::format(
-      "Gains below 1.0: {} of {} samples before{}.", totals.below_one_before, totals.samples,
-      about.has_module ? fmt::format(", {} after the merge", totals.below_one_after)
-                       : std::string()));
+  std::string below = fmt::format("Gains below 1.0: {} of {} samples before",
+                                  totals.below_one_before, totals.samples);
+  if (about.has_module) below += fmt::format(", {} after the merge", totals.below_one_after);
+  result.push_back({below + '.', totals.below_one_before + totals.below_one_after != 0});
   if (about.has_module) {
-    result.push_back(fmt::format(
-        "Products of source and gain that wrapped past 65535: {} samples{}.", totals.wrapped,
-        totals.unknown_channels != 0
-            ? fmt::format("; not known of {} channels, which the merge did not rebuild",
-                          totals.unknown_channels)
-            : std::string()));
+    std::string wrapped = fmt::format(
+        "Products of source and gain that went past 65535 and wrapped: {} samples", totals.wrapped);
+    if (totals.unknown_channels != 0)
+      wrapped += fmt::format("; not known of {} channels, for which there is no gain plane",
+                             totals.unknown_channels);
+    result.push_back({wrapped + '.', totals.wrapped + totals.unknown_channels != 0});
     if (totals.not_finite != 0)
-      result.push_back(fmt::format("Ratios that are not finite: {} samples.", totals.not_finite));
+      result.push_back(
+          {fmt::format("Ratios that are not finite: {} samples.", totals.not_finite), true});
   }
   const auto odd =
       std::find_if(about.lights.begin(), about.lights.end(), [](const light_panels& light) {
         return std::max(light.fraction_bits_before, light.fraction_bits_after) > most_fraction_bits;
       });
   if (odd != about.lights.end())
-    result.push_back(fmt::format(
-        "Light {} has {} fraction bits before and {} after: more than {} are implausible.",
-        odd->light_id, odd->fraction_bits_before, odd->fraction_bits_after, most_fraction_bits));
+    result.push_back(
+        {fmt::format(
+             "Light {} has {} fraction bits before and {} after: more than {} are implausible.",
+             odd->light_id, odd->fraction_bits_before, odd->fraction_bits_after,
+             most_fraction_bits),
+         true});
   return result;
 }
 

@@ -16,15 +16,16 @@ struct alarm_totals {
   uint64_t wrapped = 0;
   uint64_t not_finite = 0;        ///< ratios
   uint64_t unknown_channels = 0;  ///< with an `after` whose products are not known
-  [[nodiscard]] bool any() const {
-    return below_one_before + below_one_after + wrapped + not_finite != 0;
-  }
 };
 
 [[nodiscard]] alarm_totals totals_of(const subject& about);
 
-/// One sentence a line.
-[[nodiscard]] std::vector<std::string> sentences_of(const subject& about,
-                                                    const alarm_totals& totals);
+struct totals_sentence {
+  std::string words;
+  bool alarm;
+};
+
+[[nodiscard]] std::vector<totals_sentence> sentences_of(const subject& about,
+                                                        const alarm_totals& totals);
 
 }  // namespace shading

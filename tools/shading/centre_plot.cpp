@@ -35,7 +35,7 @@ class name_placing {
   void keep_free(point at) { taken_.push_back({at.x - 4, at.y - 4, 8, 8}); }
 
   void draw(canvas& on, point mark, const std::string& name) {
-    const double width = width_estimate(name, small_size);
+    const double width = 1.25 * width_estimate(name, small_size);  // bold
     const point corners[] = {{mark.x + 6, mark.y - 4},          {mark.x - 6 - width, mark.y - 4},
                              {mark.x - width / 2, mark.y - 15}, {mark.x - width / 2, mark.y + 6},
                              {mark.x + 6, mark.y - 14},         {mark.x + 6, mark.y + 6},
@@ -68,7 +68,9 @@ std::optional<centre_offset> offset_of(const plane_view& plane, const plane_figu
 }
 
 std::string text_of(const std::optional<centre_offset>& offset) {
-  return offset ? fmt::format("{:+.1f} %, {:+.1f} %", offset->across, offset->down) : "none";
+  if (!offset) return "none";
+  return fmt::format("{} %, {} %", signed_number(offset->across, 1),
+                     signed_number(offset->down, 1));
 }
 
 double reach_for(double largest_offset) {
@@ -117,9 +119,13 @@ void draw_centre_plot(canvas& on, point corner, const std::vector<channel_centre
   write(has_module ? "hollow: before, solid: after" : "before the module's calibration");
   y += 4;
   for (const channel_centres& channel : channels) {
+    if (!has_module) {
+      write(fmt::format("{}: {}", channel.channel, text_of(channel.before)));
+      continue;
+    }
     write(channel.channel, true);
     write("before " + text_of(channel.before));
-    if (has_module) write("after " + text_of(channel.after));
+    write("after " + text_of(channel.after));
   }
 }
 

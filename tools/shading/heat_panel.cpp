@@ -95,7 +95,7 @@ class contour_drawing {
       std::vector<point> points;
       points.reserve(line.points.size());
       for (const grid_point& place : line.points) points.push_back(axes_.at(place));
-      on_.line(points, ink_of(line.level), 0.8);
+      on_.line(points, ink_of(line.level), is_unchanged(line.level) ? 1.6 : 0.8);
       drawn_.push_back({line.level, std::move(points)});
     }
     // The longest line of a level has the most room.
@@ -117,6 +117,12 @@ class contour_drawing {
 
   [[nodiscard]] bool is_dark(double level) const { return content_.scale.position_of(level) < 0.5; }
   [[nodiscard]] ink ink_of(double level) const { return is_dark(level) ? ink::white : ink::black; }
+
+  /// The ratio's middle: on one side of it the module asks for more gain, on the other for less.
+  [[nodiscard]] bool is_unchanged(double level) const {
+    return content_.plane.which() == stage::ratio &&
+           std::fabs(level - 1.0) < content_.scale.step / 2;
+  }
 
   void add_label(const drawn_line& line) {
     if (std::find(labelled_.begin(), labelled_.end(), line.level) != labelled_.end()) return;
@@ -155,18 +161,29 @@ class contour_drawing {
   std::vector<double> labelled_;
 };
 
-[[nodiscard]] std::string place_text(grid_point place, grid_point centre) {
-  return fmt::format("({:.1f}, {:.1f}): {:+.1f}, {:+.1f}", place.column, place.row,
-                     place.column - centre.column, place.row - centre.row);
+/// Rings around samples in an alarm colour, where they are so few that they could be overlooked, or
+/// lie under a mark.
+void draw_alarm_rings(canvas& on, const panel_content& content, const panel_axes& axes) {
+  constexpr uint64_t few = 12;
+  const plane_figures& figures = content.figures;
+  const uint64_t alarms = figures.below_one + figures.wrapped + figures.not_finite;
+  if (alarms == 0 || alarms > few) return;
+  const plane_view& plane = content.plane;
+  for (size_t i = 0; i < plane.samples(); ++i) {
+    const bool wrapped = plane.is_wrapped(i);
+    if (!wrapped && !plane.is_below_one(i) && !std::isnan(plane.at(i))) continue;
+    const point at =
+        axes.at({static_cast<double>(i / plane.width()), static_cast<double>(i % plane.width())});
+    for (const double radius : {6.0, 6.8})
+      on.disc(at, radius, ink::none, wrapped ? ink::wrapped : ink::below_one);
+  }
 }
 
 [[nodiscard]] std::string asymmetry_text(const panel_content& content) {
   const auto text = [&content](const std::optional<asymmetry>& found) {
-    return found ? fmt::format("{}{}", found->difference < 0 ? "" : "+",
-                               content.scale.text_of(found->difference, 2))
-                 : std::string("none");
+    return found ? content.scale.signed_text_of(found->difference, 2) : std::string("none");
   };
-  return fmt::format("largest left - right {}, top - bottom {}", text(content.figures.left_right),
+  return fmt::format("left - right {}, top - bottom {}", text(content.figures.left_right),
                      text(content.figures.top_bottom));
 }
 
@@ -180,12 +197,10 @@ class contour_drawing {
         fmt::format("min {}, max {}", smallest, content.scale.text_of(figures.largest, 2)));
   } else {
     const grid_point centre = centre_of(content.plane);
-    captions.push_back(
-        fmt::format("min {} at {}", smallest, place_text(figures.smallest_at, centre)));
-    captions.push_back(
-        figures.contour_centre
-            ? fmt::format("centre at {}", place_text(*figures.contour_centre, centre))
-            : "no contour closes within the frame");
+    captions.push_back(fmt::format("min {} at {}", smallest, text_of(figures.smallest_at, centre)));
+    captions.push_back(figures.contour_centre
+                           ? fmt::format("centre at {}", text_of(*figures.contour_centre, centre))
+                           : "no contour closes within the frame");
   }
   captions.push_back(asymmetry_text(content));
   return captions;
@@ -218,8 +233,7 @@ void draw_title(canvas& on, point cell, const panel_content& content) {
 
 }  // namespace
 
-void draw_grid_centre(canvas& on, point at) {
-  constexpr double arm = 9;
+void draw_grid_centre(canvas& on, point at, double arm) {
   const point across[] = {{at.x - arm, at.y}, {at.x + arm, at.y}};
   const point down[] = {{at.x, at.y - arm}, {at.x, at.y + arm}};
   for (const auto& [colour, thickness] : {std::pair{ink::black, 2.4}, std::pair{ink::white, 1.0}}) {
@@ -242,15 +256,18 @@ void draw_panel(canvas& on, point cell, const panel_content& content) {
   const std::optional<std::vector<contour_line>> lines = contours_of(plane, content.scale.levels);
   if (lines) contour_drawing(on, content, area).draw(*lines);
   if (plane.which() != stage::ratio) {
-    draw_grid_centre(on, axes.at(centre_of(plane)));
+    constexpr double longest_arm = 9;
+    draw_grid_centre(on, axes.at(centre_of(plane)),
+                     std::min({longest_arm, area.width / 2, area.height / 2}));
     if (figures.contour_centre) draw_contour_centre(on, axes.at(*figures.contour_centre));
     if (figures.any_sound) draw_smallest(on, axes.at(figures.smallest_at));
   }
+  draw_alarm_rings(on, content, axes);
   draw_axes(on, plane, area);
 
   std::vector<std::string> captions = captions_of(content);
   if (!lines) captions.emplace_back("no contour lines: the samples are too restless");
-  double y = cell.y + layout::title + layout::panel_height + 33;
+  double y = area.bottom() + 33;
   for (const std::string& caption : captions) {
     on.text({cell.x, y}, caption, {.size = caption_size});
     y += caption_pitch;

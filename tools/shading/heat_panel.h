@@ -21,7 +21,7 @@ struct panel_content {
 void draw_panel(canvas& on, point cell, const panel_content& content);
 
 /// The marks by themselves, for the legend.
-void draw_grid_centre(canvas& on, point at);
+void draw_grid_centre(canvas& on, point at, double arm);
 void draw_contour_centre(canvas& on, point at);
 void draw_smallest(canvas& on, point at);
 

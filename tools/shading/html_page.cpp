@@ -58,8 +58,8 @@ class page_writer {
   void write_state() {
     const alarm_totals totals = totals_of(about_);
     paragraph(about_.module_state, !about_.valid);
-    for (const std::string& sentence : sentences_of(about_, totals))
-      paragraph(sentence, totals.any());
+    for (const totals_sentence& sentence : sentences_of(about_, totals))
+      paragraph(sentence.words, sentence.alarm);
     if (about_.valid && totals.samples == 0)
       paragraph("There are no lens-shading samples to draw.", false);
     if (const std::string limit = limit_sentence(about_, bands_); !limit.empty())
@@ -142,18 +142,10 @@ class page_writer {
   [[nodiscard]] std::string asymmetry_text(const plane_view& plane,
                                            const std::optional<asymmetry>& found) const {
     if (!found) return "none";
-    const auto value = [&](grid_place place) {
-      return value_text(plane, plane.at(place.row, place.column));
-    };
-    return fmt::format("{}{}: ({}, {}) {}, ({}, {}) {}", found->difference < 0 ? "" : "+",
-                       value_text(plane, found->difference), found->first.column, found->first.row,
-                       value(found->first), found->second.column, found->second.row,
-                       value(found->second));
-  }
-
-  [[nodiscard]] static std::string place_text(grid_point place, grid_point centre) {
-    return fmt::format("({:.1f}, {:.1f}), {:+.1f}, {:+.1f}", place.column, place.row,
-                       place.column - centre.column, place.row - centre.row);
+    return fmt::format("{} at ({}, {}), ({}, {})",
+                       common_.values.of(plane.which()).signed_text_of(found->difference, 2),
+                       found->first.column, found->first.row, found->second.column,
+                       found->second.row);
   }
 
   void write_figures(const light_panels& light) {
@@ -176,12 +168,12 @@ class page_writer {
       cell(channel.sites);
       cell(figures.any_sound ? value_text(plane, figures.smallest) : "none");
       cell(!figures.any_sound ? "none"
-                              : place_text(figures.smallest_at, centre) +
+                              : text_of(figures.smallest_at, centre) +
                                     (figures.smallest_count > 1
-                                         ? fmt::format(", mean of {}", figures.smallest_count)
+                                         ? fmt::format(" (mean of {})", figures.smallest_count)
                                          : ""));
       cell(figures.any_sound ? value_text(plane, figures.largest) : "none");
-      cell(gains && figures.contour_centre ? place_text(*figures.contour_centre, centre) : "-");
+      cell(gains && figures.contour_centre ? text_of(*figures.contour_centre, centre) : "-");
       cell(gains ? text_of(offset_of(plane, figures)) : "-");
       cell(asymmetry_text(plane, figures.left_right));
       cell(asymmetry_text(plane, figures.top_bottom));

@@ -49,7 +49,7 @@ void draw_header(canvas& on, double top, const subject& about, const panel_band&
 /// Ticks at the contours' levels, and the ends.
 void draw_colour_bar(canvas& on, const box& area, const value_scale& scale, const char* unit) {
   constexpr double label_room = 9;
-  on.text({area.x, area.y - 5}, unit, {.size = 10.5, .bold = true});
+  on.text({area.x, area.y - 8}, unit, {.size = 10.5, .bold = true});
   on.image(area, colour_ramp());
   on.frame(area, ink::faint, 1);
   const auto draw_tick = [&](double value, const std::string& words) {
@@ -139,7 +139,7 @@ void draw_legend(canvas& on, double top) {
     on.text({x, y + 4}, text, {.size = 10});
   };
   double x = layout::left + 10;
-  draw_grid_centre(on, {x, first});
+  draw_grid_centre(on, {x, first}, 9);
   words(x + 16, first, "centre of the grid");
   draw_contour_centre(on, {x + 160, first});
   words(x + 172, first, "centre of the contours that close within the frame");
@@ -151,6 +151,10 @@ void draw_legend(canvas& on, double top) {
   words(x + 326, second, "source x gain went past 65535 and wrapped");
   words(x + 606, second,
         "places are (column, row): then their offset from the grid's centre, right and down");
+  words(x - 8, second + 20,
+        "left - right, top - bottom: the largest difference between mirrored samples. A pixel that "
+        "stands for several samples takes an alarm colour when one of them has it; a few such "
+        "samples are ringed.");
 }
 
 }  // namespace shading

@@ -25,9 +25,9 @@ svg text.bold { font-weight: bold; }
 svg text.halo { paint-order: stroke; stroke-width: 2px; stroke-linejoin: round; }
 svg polyline { stroke-linejoin: round; }
 svg image { image-rendering: pixelated; }
-table { border-collapse: collapse; margin: 0.8rem 0; font-size: 12px; }
+table { border-collapse: collapse; margin: 0.8rem 0; font-size: 11px; }
 caption { text-align: left; color: var(--faint); padding-bottom: 0.2rem; }
-th, td { padding: 0.15rem 0.6rem; border-bottom: 1px solid var(--rule); text-align: left;
+th, td { padding: 0.15rem 0.5rem; border-bottom: 1px solid var(--rule); text-align: left;
   vertical-align: top; white-space: nowrap; }
 td.number { text-align: right; font-variant-numeric: tabular-nums; }
 table.names td, #findings td { white-space: normal; overflow-wrap: anywhere; }
@@ -39,7 +39,8 @@ table.names td, #findings td { white-space: normal; overflow-wrap: anywhere; }
   svg { min-width: 0; max-height: 185mm; break-inside: avoid; }
   section { break-before: page; }
   .wide { overflow: visible; }
-  table { font-size: 8px; }
+  table { font-size: 7.5px; }
+  th, td { padding: 0.1rem 0.3rem; }
 }
 )css";
 

@@ -37,7 +37,8 @@ std::string limit_sentence(const subject& about, const std::vector<panel_band>& 
 }
 
 double height_of_band(const subject& about) {
-  return layout::header + layout::row_pitch * static_cast<double>(stages_of(about).size());
+  return layout::header + std::max(layout::row_pitch * static_cast<double>(stages_of(about).size()),
+                                   layout::least_rows);
 }
 
 point cell_at(double top, size_t column, size_t stage_index) {

@@ -26,10 +26,11 @@ inline constexpr double column_pitch = 250;  ///< from a panel to the next
 inline constexpr double panel_width = 208;   ///< at most
 inline constexpr double panel_height = 156;  ///< at most
 inline constexpr double title = 16;          ///< above a panel
-inline constexpr double row_pitch = 240;     ///< from a stage to the next
+inline constexpr double row_pitch = 248;     ///< from a stage to the next
+inline constexpr double least_rows = 288;    ///< of all stages: the plot of the centres
 inline constexpr double bar_x = 1022;        ///< of the colour bars
 inline constexpr double centres_x = 1104;    ///< of the plot of the centres
-inline constexpr double legend_height = 64;
+inline constexpr double legend_height = 80;
 inline constexpr size_t columns = 4;
 }  // namespace layout
 

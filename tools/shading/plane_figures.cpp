@@ -1,6 +1,10 @@
 #include "tools/shading/plane_figures.h"
 
+#include <fmt/format.h>
+
 #include <cmath>
+
+#include "tools/shading/value_scale.h"
 
 namespace shading {
 namespace {
@@ -111,6 +115,12 @@ const std::array<const char*, landmark_count> landmark_names = {
 grid_point centre_of(const plane_view& plane) {
   return {(static_cast<double>(plane.height()) - 1) / 2,
           (static_cast<double>(plane.width()) - 1) / 2};
+}
+
+std::string text_of(grid_point place, grid_point centre) {
+  return fmt::format("({:.1f}, {:.1f}): {}, {}", place.column, place.row,
+                     signed_number(place.column - centre.column, 1),
+                     signed_number(place.row - centre.row, 1));
 }
 
 std::array<grid_place, landmark_count> landmarks_of(const plane_view& plane) {

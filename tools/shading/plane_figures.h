@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "tools/shading/plane_view.h"
 
@@ -23,6 +24,9 @@ struct grid_point {
 
 /// The middle of the grid, which lies between samples where a side is even.
 [[nodiscard]] grid_point centre_of(const plane_view& plane);
+
+/// "(33.4, 23.3): +1.4, -0.7": column and row, then their distance from `centre`.
+[[nodiscard]] std::string text_of(grid_point place, grid_point centre);
 
 /// Top left, top, top right, left, centre, ... bottom right; a middle between two samples is the
 /// one before it.

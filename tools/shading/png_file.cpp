@@ -10,7 +10,7 @@
 namespace shading {
 namespace {
 
-constexpr int compression_level = 9;
+constexpr int compression_level = 6;
 
 /// libpng is C and is left by a jump: no exception may pass through it, no destructor be skipped.
 struct png_output {

@@ -29,8 +29,8 @@ struct heading_line {
   std::vector<heading_line> lines = {{about.file, false}};
   lines.push_back({about.module_state, !about.valid});
   const alarm_totals totals = totals_of(about);
-  for (const std::string& sentence : sentences_of(about, totals))
-    lines.push_back({sentence, totals.any()});
+  for (const totals_sentence& sentence : sentences_of(about, totals))
+    lines.push_back({sentence.words, sentence.alarm});
   if (about.valid && totals.samples == 0)
     lines.push_back({"There are no lens-shading samples to draw.", false});
   if (const std::string limit = limit_sentence(about, bands); !limit.empty())

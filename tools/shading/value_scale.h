@@ -19,10 +19,15 @@ struct value_scale {
   [[nodiscard]] double position_of(double value) const;
   /// The value with as many decimals as a level has, and `more`.
   [[nodiscard]] std::string text_of(double value, int more = 0) const;
+  /// The same for a difference.
+  [[nodiscard]] std::string signed_text_of(double difference, int more = 0) const;
 };
 
-/// Low below high; about `wanted` levels, fewer than 12.
-[[nodiscard]] value_scale scale_between(double low, double high, int wanted = 6);
+/// With a decimal point and, unless it rounds to 0, a sign.
+[[nodiscard]] std::string signed_number(double value, int decimals);
+
+/// Low below high; four to nine levels.
+[[nodiscard]] value_scale scale_between(double low, double high);
 
 struct scales {
   value_scale gain;   ///< 1.0 to the largest gain of all lights and channels

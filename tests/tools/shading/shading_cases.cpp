@@ -21,14 +21,14 @@ std::vector<writer::light_head> plain_heads(uint16_t lights) {
   return heads;
 }
 
-constexpr uint16_t large_width = 1200;
-constexpr uint16_t large_height = 900;
+constexpr uint16_t large_width = 600;
+constexpr uint16_t large_height = 460;
 
 /// A bowl that is lowest to the right of the middle and above it, with one sample that is 0.
 uint16_t large_sample(size_t, size_t plane, size_t index) {
   if (index == 100 * large_width + 77) return 0;
-  const double u = static_cast<double>(index % large_width) / 600 - 1.2;
-  const double v = static_cast<double>(index / large_width) / 450 - 0.9;
+  const double u = static_cast<double>(index % large_width) / 300 - 1.2;
+  const double v = static_cast<double>(index / large_width) / 230 - 0.9;
   return static_cast<uint16_t>(4096 + 2000 * (u * u + v * v) + 200.0 * static_cast<double>(plane));
 }
 
