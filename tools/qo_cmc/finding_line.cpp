@@ -8,9 +8,9 @@ namespace qo_cmc {
 namespace {
 
 // Lines of standard error are never coloured: they are for a log as often as for a terminal.
-void say_findings(const std::string& file, const findings::inspection& seen,
+void say_findings(const std::string& file, const std::vector<findings::finding>& found,
                   findings::severity least, report& into) {
-  for (const findings::finding& each : seen.found)
+  for (const findings::finding& each : found)
     if (each.how_bad >= least) into.say(line_of(file, each, paint()));
 }
 
@@ -33,18 +33,20 @@ std::string heading_of(const std::string& file, const paint& with) {
   return with(colour::bold, shown_name(file) + ":") + '\n';
 }
 
-void say_if_not_valid(const std::string& file, const findings::inspection& seen, report& into) {
-  if (seen.valid) return;
-  say_findings(file, seen, findings::severity::error, into);
+void say_if_not_valid(const std::string& file, bool valid,
+                      const std::vector<findings::finding>& found, report& into) {
+  if (valid) return;
+  say_findings(file, found, findings::severity::error, into);
   into.say(shown_name(file) + ": not valid");
   into.at_least(exit_code::found);
 }
 
-void say_what_is_lost(const std::string& file, const findings::inspection& seen, report& into) {
-  if (seen.valid)
-    say_findings(file, seen, findings::severity::warning, into);
+void say_what_is_lost(const std::string& file, bool valid,
+                      const std::vector<findings::finding>& found, report& into) {
+  if (valid)
+    say_findings(file, found, findings::severity::warning, into);
   else
-    say_if_not_valid(file, seen, into);
+    say_if_not_valid(file, valid, found, into);
 }
 
 }  // namespace qo_cmc

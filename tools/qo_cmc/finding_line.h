@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "tools/findings/inspection.h"
 #include "tools/qo_cmc/each_file.h"
@@ -19,9 +20,11 @@ namespace qo_cmc {
 
 /// When the container is not valid: its errors and a last line on standard error, and
 /// exit_code::found.
-void say_if_not_valid(const std::string& file, const findings::inspection& seen, report& into);
+void say_if_not_valid(const std::string& file, bool valid,
+                      const std::vector<findings::finding>& found, report& into);
 
 /// The same, and the warnings of a container that is valid.
-void say_what_is_lost(const std::string& file, const findings::inspection& seen, report& into);
+void say_what_is_lost(const std::string& file, bool valid,
+                      const std::vector<findings::finding>& found, report& into);
 
 }  // namespace qo_cmc

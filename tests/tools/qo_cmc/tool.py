@@ -38,7 +38,7 @@ def container(*records, rule=1, checksum=None, total=None):
 
 def general(name):
     """A record 1 with this name and no pairs."""
-    return record(1, 100, name + b"\0" * (8 - len(name) % 8))
+    return record(1, 100, bytes(16) + name + b"\0" * (8 - len(name) % 8))
 
 
 class Result:

@@ -64,15 +64,15 @@ void compare(const diff_options& chosen, const streams& standard, report& into) 
   const paint with(chosen.print.colours, standard);
   if (chosen.print.as_json) {
     into.output = line_of(object_of(chosen, a, b, differences));
-    say_if_not_valid(chosen.a, a.seen, into);
-    say_if_not_valid(chosen.b, b.seen, into);
+    say_if_not_valid(chosen.a, a.seen.valid, a.seen.found, into);
+    say_if_not_valid(chosen.b, b.seen.valid, b.seen.found, into);
     return;
   }
   for (const document::difference& each : differences)
     into.output += fmt::format("{}: {} -> {}\n", with(colour::bold, each.path),
                                with(colour::red, each.before), with(colour::green, each.after));
-  say_what_is_lost(chosen.a, a.seen, into);
-  say_what_is_lost(chosen.b, b.seen, into);
+  say_what_is_lost(chosen.a, a.seen.valid, a.seen.found, into);
+  say_what_is_lost(chosen.b, b.seen.valid, b.seen.found, into);
 }
 
 exit_code diff(const diff_options& chosen, const streams& standard) {

@@ -48,11 +48,11 @@ exit_code dump(const dump_options& chosen, const streams& standard) {
                        if (chosen.record) object["record"] = *chosen.record;
                        object["slots"] = std::move(slots);
                        into.output = line_of(object);
-                       if (!seen.valid) say_if_not_valid(file, seen, into);
+                       say_if_not_valid(file, seen.valid, seen.found, into);
                      } else {
                        if (named) into.output = heading_of(file, with);
                        if (!slots.is_null()) into.output += document::text_of(slots, chosen.full);
-                       say_what_is_lost(file, seen, into);
+                       say_what_is_lost(file, seen.valid, seen.found, into);
                      }
                    });
 }

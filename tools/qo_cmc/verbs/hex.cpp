@@ -69,7 +69,7 @@ void annotate(const std::string& file, const hex_options& chosen, std::span<cons
     for (const layout::span& each : spans)
       into.output += lines_of(each, bytes.subspan(each.offset, each.size), with);
   }
-  say_if_not_valid(file, seen, into);
+  say_if_not_valid(file, seen.valid, seen.found, into);
 }
 
 exit_code show_bytes(const hex_options& chosen, const streams& standard) {

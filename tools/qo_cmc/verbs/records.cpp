@@ -48,7 +48,7 @@ exit_code list_records(const records_options& chosen, const streams& standard) {
                        if (named) into.output = heading_of(file, with);
                        into.output += table_of(seen.records, with);
                      }
-                     say_if_not_valid(file, seen, into);
+                     say_if_not_valid(file, seen.valid, seen.found, into);
                    });
 }
 

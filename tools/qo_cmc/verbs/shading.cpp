@@ -45,10 +45,10 @@ exit_code draw(const shading_options& chosen, const streams& standard) {
   const optional_input nvm(chosen.nvm, standard);
   return each_file({chosen.file}, 1, standard, [&](const std::string& file, report& into) {
     const content read = read_all(file, standard.input);
-    const findings::inspection seen = findings::inspect(read.bytes(), nvm.bytes());
-    say_what_is_lost(file, seen, into);
-    if (seen.valid)
-      write(shading::collect(shown_name(file), read.bytes(), nvm.bytes()), as, chosen.out);
+    const std::string name = file == standard_input_name ? shown_name(file) : file;
+    const shading::subject drawn = shading::collect(name, read.bytes(), nvm.bytes());
+    say_what_is_lost(file, drawn.valid, drawn.found, into);
+    if (drawn.valid) write(drawn, as, chosen.out);
   });
 }
 
