@@ -26,12 +26,11 @@ void plan(const bilinear_walk& walk, bilinear_columns<Element>& columns) {
 }
 
 template <typename Element>
-[[nodiscard]] inline plain_column plain_column_at(const bilinear_columns<Element>& columns,
-                                                  size_t i) {
-  const uint32_t position = columns.walk.first + static_cast<uint32_t>(i) * columns.walk.step;
+[[nodiscard]] inline plain_column plain_column_at(const bilinear_walk& walk, size_t i) {
+  const uint32_t position = walk.first + static_cast<uint32_t>(i) * walk.step;
   // Contract: a position on a sample belongs to the cell before it, with the whole weight on the
   // far side, so that the last output reads nothing after the last sample.
-  const uint32_t cell = position != 0 ? (position - 1) >> bilinear_fraction_bits<Element> : 0;
+  const uint32_t cell = (position - (position != 0 ? 1 : 0)) >> bilinear_fraction_bits<Element>;
   return {cell, position - (cell << bilinear_fraction_bits<Element>)};
 }
 
@@ -58,22 +57,25 @@ void across(const bilinear_columns<Element>& columns, const Element* row,
             bilinear_row<Element>& blended) {
   // 255 * 256 + 128 and below fit the 16 bits that rows of 8-bit samples have.
   using value = bilinear_value<Element>;
-  for (size_t i = 0; i < columns.walk.count; ++i)
-    blended.values[i] = static_cast<value>(blend_across(row, plain_column_at(columns, i)));
+  const bilinear_walk walk = columns.walk;  // nothing that is written changes it
+  for (size_t i = 0; i < walk.count; ++i)
+    blended.values[i] = static_cast<value>(blend_across(row, plain_column_at<Element>(walk, i)));
 }
 
 template <typename Element>
 void down(const bilinear_row<Element>& upper, const bilinear_row<Element>& lower, uint32_t v1,
-          Element* __restrict dst, size_t count) {
+          size_t first, size_t count, Element* __restrict dst) {
   for (size_t i = 0; i < count; ++i)
-    dst[i] = blend_down<Element>(upper.values[i], lower.values[i], v1);
+    dst[i] = blend_down<Element>(upper.values[first + i], lower.values[first + i], v1);
 }
 
 template <typename Element>
 void across_and_down(const bilinear_columns<Element>& columns, const Element* upper,
-                     const Element* lower, uint32_t v1, Element* __restrict dst) {
-  for (size_t i = 0; i < columns.walk.count; ++i) {
-    const plain_column column = plain_column_at(columns, i);
+                     const Element* lower, uint32_t v1, size_t first, size_t count,
+                     Element* __restrict dst) {
+  const bilinear_walk walk = columns.walk;
+  for (size_t i = 0; i < count; ++i) {
+    const plain_column column = plain_column_at<Element>(walk, first + i);
     dst[i] = blend_down<Element>(blend_across(upper, column), blend_across(lower, column), v1);
   }
 }
