@@ -1,5 +1,6 @@
 /// Ownership of C-heap memory. Everything the library hands out is released with `free`, and
-/// nothing in it throws, so allocation is `calloc` and failure is null.
+/// nothing in it throws, so failure is null. Memory is zeroed, but for what is written whole before
+/// it is read.
 #pragma once
 
 #include <cstddef>
@@ -30,6 +31,14 @@ template <typename T>
 template <typename T>
 [[nodiscard]] T* c_new() {
   return c_new_array<T>(1);
+}
+
+/// `count` elements, at least one, that the caller writes before they are read, or null.
+template <typename T>
+[[nodiscard]] T* c_new_array_to_fill(size_t count) {
+  size_t size;
+  if (__builtin_mul_overflow(count, sizeof(T), &size)) return nullptr;
+  return static_cast<T*>(malloc(size));
 }
 
 /// A copy of `count` elements at `source`, of any alignment, or null. Every byte is written, so it

@@ -62,7 +62,7 @@ void average(const Sample* src, const image_size& in, const region& roi, float i
 }
 
 template <typename Sample>
-void fill(contest& held, const resize_size& size, size_t left, size_t top) {
+void fill(contest& race, const resize_size& size, size_t left, size_t top) {
   constexpr sample type = sample_of<Sample>;
   const image_task task{.how = method::area,
                         .from = type,
@@ -78,7 +78,7 @@ void fill(contest& held, const resize_size& size, size_t left, size_t top) {
   const plane expected = dense_plane(sample::u16, size.out.width, size.out.height);
   const region roi{uint16_t(left), uint16_t(top), uint16_t(used.width), uint16_t(used.height)};
   const bool whole = left == 0 && top == 0;
-  held.ours([=] {
+  race.ours([=] {
     const Sample* const from = src.as<Sample>();
     uint16_t* const to = dst.as<uint16_t>();
     const uint16_t values[] = {roi.x, roi.y, roi.width, roi.height};
@@ -91,16 +91,16 @@ void fill(contest& held, const resize_size& size, size_t left, size_t top) {
       image_downscale_u16_to_u16(&from, &to, in_w, in_h, fraction_bits, out_w, out_h, fraction_bits,
                                  1, whole ? nullptr : values);
   });
-  held.scalar([=] {
+  race.scalar([=] {
     average(src.as<Sample>(), size.in, roi, type == sample::f32 ? 1.0f : 0x1p-10f,
             expected.as<uint16_t>(), size.out);
   });
-  held.compare(dst, expected);
-  add_image_peers(held, task);
-  held.bound_by_bytes(sizeof(Sample) * used.samples() + 2 * size.out.samples());
+  race.compare(dst, expected);
+  add_image_peers(race, task);
+  race.bound_by_bytes(sizeof(Sample) * used.samples() + 2 * size.out.samples());
   // Every source sample is added; where areas end inside of samples it is weighed, too.
   const bool whole_ratio = used.width % size.out.width == 0 && used.height % size.out.height == 0;
-  held.bound_by_operations((whole_ratio ? 1.0 : 2.0) * double(used.samples()));
+  race.bound_by_operations((whole_ratio ? 1.0 : 2.0) * double(used.samples()));
 }
 
 struct area_row {
@@ -123,8 +123,8 @@ void add(rows& all, const area_row& from) {
                  .avx512 = from.avx512[is_float],
                  .avx2 = from.avx2[is_float],
                  .rival = is_float ? from.float_rival : "",
-                 .fill = [size = from.size, left, top](contest& held) {
-                   fill<Sample>(held, size, left, top);
+                 .fill = [size = from.size, left, top](contest& race) {
+                   fill<Sample>(race, size, left, top);
                  }});
 }
 

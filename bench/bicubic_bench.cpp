@@ -21,21 +21,21 @@ double cubics(const resize_size& size) {
 }
 
 template <typename Sample>
-void fill_16bit(contest& held, const resize_size& size) {
+void fill_16bit(contest& race, const resize_size& size) {
   constexpr sample type = sample_of<Sample>;
   const plane src = with_noise(dense_plane(type, size.in.width, size.in.height));
   const plane dst = dense_plane(sample::u16, size.out.width, size.out.height);
   const plane expected = dense_plane(sample::u16, size.out.width, size.out.height);
   const auto in_w = uint16_t(size.in.width), in_h = uint16_t(size.in.height);
   const auto out_w = uint16_t(size.out.width), out_h = uint16_t(size.out.height);
-  held.ours([=] {
+  race.ours([=] {
     if constexpr (type == sample::f32)
       bicubic_resize_32f_to_u16p10(src.as<float>(), in_h, in_w, dst.as<uint16_t>(), out_h, out_w);
     else
       bicubic_resize_u16_to_u16(src.as<uint16_t>(), in_h, in_w, fraction_bits, dst.as<uint16_t>(),
                                 out_h, out_w);
   });
-  held.scalar([=] {
+  race.scalar([=] {
     if constexpr (type == sample::f32)
       scalar::bicubic_16bit(reference::extrapolated(src.as<float>(), in_w, in_h),
                             expected.as<uint16_t>(), size.out);
@@ -44,26 +44,26 @@ void fill_16bit(contest& held, const resize_size& size) {
           reference::extrapolated_scaled(src.as<uint16_t>(), in_w, in_h, fraction_bits),
           expected.as<uint16_t>(), size.out);
   });
-  held.compare(dst, expected);
-  add_image_peers(held, {.how = method::cubic,
+  race.compare(dst, expected);
+  add_image_peers(race, {.how = method::cubic,
                          .from = type,
                          .to = sample::u16,
                          .in = size.in,
                          .out = size.out,
                          .scale = type == sample::f32 ? 1024.0 : 1.0});
-  held.bound_by_bytes(sizeof(Sample) * size.in.samples() + 2 * size.out.samples());
-  held.bound_by_operations(2 * 15 * cubics(size));  // of double precision: two lanes each
+  race.bound_by_bytes(sizeof(Sample) * size.in.samples() + 2 * size.out.samples());
+  race.bound_by_operations(2 * 15 * cubics(size));  // of double precision: two lanes each
 }
 
 template <typename Sample>
-void fill_float(contest& held, const resize_size& size) {
+void fill_float(contest& race, const resize_size& size) {
   constexpr sample type = sample_of<Sample>;
   const plane src = with_noise(dense_plane(type, size.in.width, size.in.height));
   const plane dst = dense_plane(sample::f32, size.out.width, size.out.height);
   const plane expected = dense_plane(sample::f32, size.out.width, size.out.height);
   const auto in_w = uint16_t(size.in.width), in_h = uint16_t(size.in.height);
   const auto out_w = uint16_t(size.out.width), out_h = uint16_t(size.out.height);
-  held.ours([=] {
+  race.ours([=] {
     const Sample* const from = src.as<Sample>();
     float* const to = dst.as<float>();
     if constexpr (type == sample::u8)
@@ -71,15 +71,15 @@ void fill_float(contest& held, const resize_size& size) {
     else
       image_bicubic_upscale_uint16_to_float(&from, &to, in_w, in_h, out_w, out_h, 1);
   });
-  held.scalar(
+  race.scalar(
       [=] { scalar::bicubic_upscale(src.as<Sample>(), size.in, expected.as<float>(), size.out); });
-  held.compare(dst, expected);
+  race.compare(dst, expected);
   add_image_peers(
-      held,
+      race,
       {.how = method::cubic, .from = type, .to = sample::f32, .in = size.in, .out = size.out});
-  held.bound_by_bytes(sizeof(Sample) * size.in.samples() + 4 * size.out.samples());
+  race.bound_by_bytes(sizeof(Sample) * size.in.samples() + 4 * size.out.samples());
   // Four rows R for each cell row, and the column's sum: three products and three sums each.
-  held.bound_by_operations(6 * (4 * double(size.in.height) + double(size.out.height)) *
+  race.bound_by_operations(6 * (4 * double(size.in.height) + double(size.out.height)) *
                            double(size.out.width));
 }
 
@@ -91,7 +91,7 @@ void add_16bit(rows& all, const char* name) {
                    .avx512 = size.is_grid() ? 0.9 : 0.7,
                    .avx2 = size.is_grid() ? 1.15 : 1.25,
                    .rival = "opencv",
-                   .fill = [size](contest& held) { fill_16bit<Sample>(held, size); }});
+                   .fill = [size](contest& race) { fill_16bit<Sample>(race, size); }});
 }
 
 template <typename Sample>
@@ -106,7 +106,7 @@ void add_float(rows& all, const char* name) {
                            : size.is_thumb() ? 1.0
                                              : 1.1,
                    .rival = "",
-                   .fill = [size](contest& held) { fill_float<Sample>(held, size); }});
+                   .fill = [size](contest& race) { fill_float<Sample>(race, size); }});
 }
 
 }  // namespace

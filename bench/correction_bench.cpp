@@ -73,17 +73,17 @@ struct lens_shading {
   computed_upscale_lsc_tables gains = {};
 };
 
-void fill(contest& held, size_t lights, const image_size& size) {
+void fill(contest& race, size_t lights, const image_size& size) {
   const auto set = std::make_shared<lens_shading>(lights, size);
-  held.ours([set] {
+  race.ours([set] {
     ratio_based_sample_to_sample_correction(&set->target, &set->source, &set->gains, cell, cell);
   });
-  held.scalar([set] { set->correct_plainly(); });
-  held.compare(set->target_values, set->expected);
+  race.scalar([set] { set->correct_plainly(); });
+  race.compare(set->target_values, set->expected);
   for_each_eigen([&](const eigen_variant& eigen) {
-    held.peer(eigen.name, eigen.correction(sites * lights, size.samples()));
+    race.peer(eigen.name, eigen.correction(sites * lights, size.samples()));
   });
-  held.bound_by_bytes(set->source_values.bytes() + set->gain_values.bytes() +
+  race.bound_by_bytes(set->source_values.bytes() + set->gain_values.bytes() +
                       set->target_values.bytes());
 }
 
@@ -102,7 +102,7 @@ void add_correction_rows(rows& all) {
                    .avx512 = 1.15,
                    .avx2 = 1.08,
                    .rival = "",
-                   .fill = [each](contest& held) { fill(held, each.lights, each.size); }});
+                   .fill = [each](contest& race) { fill(race, each.lights, each.size); }});
 }
 
 }  // namespace bench

@@ -11,22 +11,22 @@
 namespace bench {
 namespace {
 
-void fill(contest& held, const resize_size& size) {
+void fill(contest& race, const resize_size& size) {
   const size_t left = size.in.width / 10, top = size.in.height / 10;
   const plane src = with_noise(dense_plane(sample::u16, size.in.width, size.in.height));
   const plane dst = dense_plane(sample::u16, size.out.width, size.out.height);
   const plane expected = dense_plane(sample::u16, size.out.width, size.out.height);
   const size_pair_i32 cut{int32_t(left), int32_t(top)};
-  held.ours([=] {
+  race.ours([=] {
     crop_resize_2d_array_uint16(src.as<uint16_t>(), uint32_t(size.in.width),
                                 uint32_t(size.in.height), cut, cut, dst.as<uint16_t>(),
                                 uint32_t(size.out.width), uint32_t(size.out.height));
   });
-  held.scalar([=] {
+  race.scalar([=] {
     scalar::resize<8>(src.as<uint16_t>(), size.in, {uint32_t(left), uint32_t(top)},
                       expected.as<uint16_t>(), size.out, 1);
   });
-  held.compare(dst, expected);
+  race.compare(dst, expected);
   const image_task task{.how = method::bilinear,
                         .from = sample::u16,
                         .to = sample::u16,
@@ -34,9 +34,9 @@ void fill(contest& held, const resize_size& size) {
                         .out = size.out,
                         .left = left,
                         .top = top};
-  add_image_peers(held, task);
-  held.bound_by_bytes(2 * (task.region().samples() + size.out.samples()));
-  held.bound_by_operations(3.0 * double(size.out.samples()));  // as for whole arrays
+  add_image_peers(race, task);
+  race.bound_by_bytes(2 * (task.region().samples() + size.out.samples()));
+  race.bound_by_operations(3.0 * double(size.out.samples()));  // as for whole arrays
 }
 
 }  // namespace
@@ -49,7 +49,7 @@ void add_crop_rows(rows& all) {
                    .avx512 = from_1920 ? 0.5 : 0.27,
                    .avx2 = size.in.width == image_down.in.width ? 0.5 : 0.65,
                    .rival = "",
-                   .fill = [size](contest& held) { fill(held, size); }});
+                   .fill = [size](contest& race) { fill(race, size); }});
   }
 }
 

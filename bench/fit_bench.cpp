@@ -31,33 +31,33 @@ double fit_operations(const image_size& out) {
   return double(channels) * (2.0 * terms * double(grid.samples()) + surface_operations(out));
 }
 
-void fill_normal_equations(contest& held, const image_size& size) {
+void fill_normal_equations(contest& race, const image_size& size) {
   const size_t samples = size.samples();
   const plane design = dense_plane(sample::f32, terms, samples);
   const plane design_t = dense_plane(sample::f32, samples, terms);
   const plane lu = dense_plane(sample::f32, terms, terms);
   const plane expected = dense_plane(sample::f32, terms, terms);
   const plane order = dense_plane(sample::u32, terms, 1);
-  held.ours([=] {
+  race.ours([=] {
     lu_decomposition(design.as<float>(), design_t.as<float>(), lu.as<float>(), order.as<int32_t>(),
                      uint16_t(size.width), uint16_t(size.height), terms);
   });
-  held.scalar([=] {
+  race.scalar([=] {
     const plain::fit made(size.width, size.height);
     std::copy(made.lu.begin(), made.lu.end(), expected.as<float>());
   });
-  held.compare(lu, expected);
+  race.compare(lu, expected);
 #ifdef QO_BENCH_OPENBLAS
-  held.peer("openblas", openblas_normal_equations_job(size));
+  race.peer("openblas", openblas_normal_equations_job(size));
 #endif
 #ifdef QO_BENCH_LIBXSMM
-  held.peer("libxsmm", libxsmm_normal_equations_job(size));
+  race.peer("libxsmm", libxsmm_normal_equations_job(size));
 #endif
   for_each_eigen(
-      [&](const eigen_variant& eigen) { held.peer(eigen.name, eigen.normal_equations(size)); });
-  held.bound_by_bytes(design.bytes() + design_t.bytes());
+      [&](const eigen_variant& eigen) { race.peer(eigen.name, eigen.normal_equations(size)); });
+  race.bound_by_bytes(design.bytes() + design_t.bytes());
   // The normal matrix is symmetric: half of its products.
-  held.bound_by_operations(double(terms * (terms + 1) * samples));
+  race.bound_by_operations(double(terms * (terms + 1) * samples));
 }
 
 void sample_plainly(const plain::floats& c, const image_size& out, float* dst) {
@@ -69,29 +69,29 @@ void sample_plainly(const plain::floats& c, const image_size& out, float* dst) {
           plain::surface_at(c, float(k) * step_x + 1.0f, float(r) * step_y + 1.0f);
 }
 
-void fill_surface(contest& held, const image_size& out) {
+void fill_surface(contest& race, const image_size& out) {
   const plane coefficients = with_noise(dense_plane(sample::f32, terms, 1));
   const plane dst = dense_plane(sample::f32, out.width, out.height);
   const plane expected = dense_plane(sample::f32, out.width, out.height);
-  held.ours([=] {
+  race.ours([=] {
     do_polynomial_upscale(dst.as<float>(), coefficients.as<float>(), grid.width, grid.height,
                           uint16_t(out.width), uint16_t(out.height));
   });
   const plain::floats c(coefficients.as<float>(), coefficients.as<float>() + terms);
-  held.scalar([=] { sample_plainly(c, out, expected.as<float>()); });
-  held.compare(dst, expected);
+  race.scalar([=] { sample_plainly(c, out, expected.as<float>()); });
+  race.compare(dst, expected);
   for_each_eigen(
-      [&](const eigen_variant& eigen) { held.peer(eigen.name, eigen.surface(grid, out)); });
-  held.bound_by_bytes(dst.bytes());
-  held.bound_by_operations(surface_operations(out));
+      [&](const eigen_variant& eigen) { race.peer(eigen.name, eigen.surface(grid, out)); });
+  race.bound_by_bytes(dst.bytes());
+  race.bound_by_operations(surface_operations(out));
 }
 
-void fill_fit(contest& held, const image_size& out) {
+void fill_fit(contest& race, const image_size& out) {
   const auto factors = std::make_shared<plain::fit>(grid.width, grid.height);
   const plane grids = with_noise(dense_plane(sample::f32, grid.samples(), channels));
   const plane dst = dense_plane(sample::f32, out.samples(), channels);
   const plane expected = dense_plane(sample::f32, out.samples(), channels);
-  held.ours([=] {
+  race.ours([=] {
     const float* from[channels];
     float* to[channels];
     for (size_t i = 0; i < channels; ++i) {
@@ -102,7 +102,7 @@ void fill_fit(contest& held, const image_size& out) {
                                        grid.width, grid.height, uint16_t(out.width),
                                        uint16_t(out.height), terms);
   });
-  held.scalar([=] {
+  race.scalar([=] {
     for (size_t i = 0; i < channels; ++i) {
       const float* const from = grids.as<float>() + i * grid.samples();
       const plain::floats right = plain::product(
@@ -111,10 +111,10 @@ void fill_fit(contest& held, const image_size& out) {
                      expected.as<float>() + i * out.samples());
     }
   });
-  held.compare(dst, expected);
-  for_each_eigen([&](const eigen_variant& eigen) { held.peer(eigen.name, eigen.fit(grid, out)); });
-  held.bound_by_bytes(grids.bytes() + dst.bytes());
-  held.bound_by_operations(fit_operations(out));
+  race.compare(dst, expected);
+  for_each_eigen([&](const eigen_variant& eigen) { race.peer(eigen.name, eigen.fit(grid, out)); });
+  race.bound_by_bytes(grids.bytes() + dst.bytes());
+  race.bound_by_operations(fit_operations(out));
 }
 
 /// A module whose shading rises from the middle, in every set and channel differently.
@@ -129,7 +129,7 @@ std::shared_ptr<kit::module_calibration> shaded_module() {
 /// The builder's result is its own memory: a copy of it is compared, once.
 using builder = computed_upscale_lsc_tables* (*)(uint32_t, uint32_t, const calibration*, uint32_t);
 
-void compare_tables(contest& held, builder build, kit::module_calibration& module,
+void compare_tables(contest& race, builder build, kit::module_calibration& module,
                     const image_size& out, const plane& copied, const plane& expected) {
   computed_upscale_lsc_tables* const tables =
       build(uint32_t(out.width), uint32_t(out.height), &module.object(), 0);
@@ -137,12 +137,12 @@ void compare_tables(contest& held, builder build, kit::module_calibration& modul
     std::copy_n(tables->gain_tables[set], channels * out.samples(),
                 copied.as<float>() + set * channels * out.samples());
   deinit_computed_upscale_lsc_tables(tables);
-  held.compare(copied, expected);
+  race.compare(copied, expected);
 }
 
-void fill_builder(contest& held, builder build, const image_size& out) {
+void fill_builder(contest& race, builder build, const image_size& out) {
   const auto module = shaded_module();
-  held.ours([=] {
+  race.ours([=] {
     computed_upscale_lsc_tables* const tables =
         build(uint32_t(out.width), uint32_t(out.height), &module->object(), 0);
     keep(tables);
@@ -155,7 +155,7 @@ void fill_builder(contest& held, builder build, const image_size& out) {
     return plain::gains(raw, grid.width, grid.height, 1024.0f, 0);
   };
   const bool polynomial = build == compute_upscaled_lsc_tables_polynom4th;
-  held.scalar([=] {
+  race.scalar([=] {
     std::unique_ptr<plain::fit> fit;
     if (polynomial) fit = std::make_unique<plain::fit>(grid.width, grid.height);
     for (size_t i = 0; i < sets * channels; ++i) {
@@ -173,19 +173,19 @@ void fill_builder(contest& held, builder build, const image_size& out) {
       for (size_t k = 0; k < out.samples(); ++k) to[k] = to[k] / 1024.0f + 1.0f;
     }
   });
-  compare_tables(held, build, *module, out, copied, expected);
+  compare_tables(race, build, *module, out, copied, expected);
   const module_grids grids{grid.width, grid.height, sets};
   const double planes = sets * channels;
-  held.bound_by_bytes(copied.bytes());
+  race.bound_by_bytes(copied.bytes());
   if (polynomial) {
     for_each_eigen(
-        [&](const eigen_variant& eigen) { held.peer(eigen.name, eigen.gain_tables(grids, out)); });
-    held.bound_by_operations(sets * fit_operations(out) + planes * 2 * double(out.samples()));
+        [&](const eigen_variant& eigen) { race.peer(eigen.name, eigen.gain_tables(grids, out)); });
+    race.bound_by_operations(sets * fit_operations(out) + planes * 2 * double(out.samples()));
   } else {
 #ifdef QO_BENCH_OPENCV
-    held.peer("opencv", opencv_gain_tables_job(grids, out));
+    race.peer("opencv", opencv_gain_tables_job(grids, out));
 #endif
-    held.bound_by_operations(planes * (6.0 * double(4 * grid.height + out.height) + 2.0) *
+    race.bound_by_operations(planes * (6.0 * double(4 * grid.height + out.height) + 2.0) *
                              double(out.width));
   }
 }
@@ -204,7 +204,7 @@ void add_fit_rows(rows& all) {
                    .avx512 = size.width == grid.width ? 1.2 : 1.5,
                    .avx2 = 0.36,
                    .rival = "",
-                   .fill = [size](contest& held) { fill_normal_equations(held, size); }});
+                   .fill = [size](contest& race) { fill_normal_equations(race, size); }});
   const image_size surfaces[] = {{64, 48}, outputs[0], outputs[1]};
   for (const image_size& out : surfaces)
     all.push_back({.name = "surface " + text_of(grid, out),
@@ -212,22 +212,22 @@ void add_fit_rows(rows& all) {
                    .avx512 = 1.0,
                    .avx2 = {1.3, 1.8},
                    .rival = "",
-                   .fill = [out](contest& held) { fill_surface(held, out); }});
+                   .fill = [out](contest& race) { fill_surface(race, out); }});
   for (const image_size& out : outputs)
     all.push_back({.name = "whole fit " + text_of(grid, out),
                    .samples = channels * out.samples(),
                    .avx512 = 1.15,
                    .avx2 = {1.35, 1.8},
                    .rival = "",
-                   .fill = [out](contest& held) { fill_fit(held, out); }});
+                   .fill = [out](contest& race) { fill_fit(race, out); }});
   for (const image_size& out : outputs)
     all.push_back({.name = "polynomial builder " + text_of(grid, out),
                    .samples = sets * channels * out.samples(),
                    .avx512 = 1.15,
                    .avx2 = {1.1, 1.35},
                    .rival = "",
-                   .fill = [out](contest& held) {
-                     fill_builder(held, compute_upscaled_lsc_tables_polynom4th, out);
+                   .fill = [out](contest& race) {
+                     fill_builder(race, compute_upscaled_lsc_tables_polynom4th, out);
                    }});
   for (const image_size& out : outputs)
     all.push_back({.name = "bicubic builder " + text_of(grid, out),
@@ -235,8 +235,8 @@ void add_fit_rows(rows& all) {
                    .avx512 = 0.4,
                    .avx2 = 0.45,
                    .rival = "",
-                   .fill = [out](contest& held) {
-                     fill_builder(held, compute_upscaled_lsc_tables_bicubic, out);
+                   .fill = [out](contest& race) {
+                     fill_builder(race, compute_upscaled_lsc_tables_bicubic, out);
                    }});
 }
 

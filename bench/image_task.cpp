@@ -37,33 +37,33 @@ job then_insert(job resize, const plane& dense, size_t step) {
   return inserting<uint32_t>(std::move(resize), dense, step);
 }
 
-void add_image_peers(contest& held, const image_task& task) {
-  (void)held;
+void add_image_peers(contest& race, const image_task& task) {
+  (void)race;
   (void)task;
 #ifdef QO_BENCH_OPENCV
-  held.peer("opencv", opencv_image_job(task));
+  race.peer("opencv", opencv_image_job(task));
 #endif
 #ifdef QO_BENCH_LIBYUV
-  held.peer("libyuv", libyuv_image_job(task));
+  race.peer("libyuv", libyuv_image_job(task));
 #endif
 #ifdef QO_BENCH_ZIMG
-  held.peer("zimg", zimg_image_job(task));
+  race.peer("zimg", zimg_image_job(task));
 #endif
 #ifdef QO_BENCH_SWSCALE
-  held.peer("swscale", swscale_image_job(task));
+  race.peer("swscale", swscale_image_job(task));
 #endif
 }
 
-void add_onlookers(contest& held, const image_task& task) {
-  (void)held;
+void add_onlookers(contest& race, const image_task& task) {
+  (void)race;
   (void)task;
 #ifdef QO_BENCH_LIBYUV
-  held.onlooker("libyuv", libyuv_four_byte_job(task));
+  race.onlooker("libyuv", libyuv_four_byte_job(task));
 #endif
 #ifdef QO_BENCH_ZIMG
   image_task of_floats = task;
   of_floats.from = of_floats.to = sample::f32;
-  held.onlooker("zimg", zimg_image_job(of_floats));
+  race.onlooker("zimg", zimg_image_job(of_floats));
 #endif
 }
 

@@ -36,9 +36,9 @@ struct image_task {
 [[nodiscard]] std::string text_of(const image_size& in, const image_size& out);
 
 /// All that are built in and can do it, in memory of their own.
-void add_image_peers(contest& held, const image_task& task);
+void add_image_peers(contest& race, const image_task& task);
 /// For copies of 32-bit samples: those that have floats or pixels of four bytes as long.
-void add_onlookers(contest& held, const image_task& task);
+void add_onlookers(contest& race, const image_task& task);
 
 /// One each; empty for what the peer cannot do.
 [[nodiscard]] job opencv_image_job(const image_task& task);

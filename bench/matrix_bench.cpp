@@ -47,65 +47,65 @@ void factorised(const float* from, float* a, size_t n) {
   }
 }
 
-void fill_product(contest& held, const matrix_task& size) {
+void fill_product(contest& race, const matrix_task& size) {
   const plane a = noise(size.height, size.inner), b = noise(size.inner, size.width);
   const plane c = blank(size.height, size.width), expected = blank(size.height, size.width);
-  held.ours([=] {
+  race.ours([=] {
     mul_mm(a.as<float>(), row_stride(size.inner), element, integer(size.inner),
            integer(size.height), b.as<float>(), row_stride(size.width), element,
            integer(size.width), integer(size.inner), c.as<float>(), row_stride(size.width),
            element);
   });
-  held.scalar([=] { product(a.as<float>(), b.as<float>(), expected.as<float>(), size); });
-  held.compare(c, expected);
-  add_product_peers(held, size);
-  held.bound_by_bytes(a.bytes() + b.bytes() + c.bytes());
-  held.bound_by_operations(2.0 * double(size.height * size.inner * size.width));
+  race.scalar([=] { product(a.as<float>(), b.as<float>(), expected.as<float>(), size); });
+  race.compare(c, expected);
+  add_product_peers(race, size);
+  race.bound_by_bytes(a.bytes() + b.bytes() + c.bytes());
+  race.bound_by_operations(2.0 * double(size.height * size.inner * size.width));
 }
 
-void fill_vector_product(contest& held, const matrix_task& size) {
+void fill_vector_product(contest& race, const matrix_task& size) {
   const plane a = noise(size.height, size.inner), x = noise(size.inner, 1);
   const plane y = blank(size.height, 1), expected = blank(size.height, 1);
-  held.ours([=] {
+  race.ours([=] {
     mul_mv(a.as<float>(), row_stride(size.inner), element, integer(size.inner),
            integer(size.height), x.as<float>(), element, integer(size.inner), y.as<float>(),
            element);
   });
-  held.scalar([=] {
+  race.scalar([=] {
     product(a.as<float>(), x.as<float>(), expected.as<float>(), {size.height, size.inner, 1});
   });
-  held.compare(y, expected);
-  add_vector_product_peers(held, size);
-  held.bound_by_bytes(a.bytes() + x.bytes() + y.bytes());
-  held.bound_by_operations(2.0 * double(size.height * size.inner));
+  race.compare(y, expected);
+  add_vector_product_peers(race, size);
+  race.bound_by_bytes(a.bytes() + x.bytes() + y.bytes());
+  race.bound_by_operations(2.0 * double(size.height * size.inner));
 }
 
-void fill_transpose(contest& held, const matrix_task& size) {
+void fill_transpose(contest& race, const matrix_task& size) {
   const plane a = noise(size.height, size.inner);
   const plane b = blank(size.inner, size.height), expected = blank(size.inner, size.height);
-  held.ours([=] {
+  race.ours([=] {
     transpose_m(a.as<float>(), row_stride(size.inner), element, integer(size.inner),
                 integer(size.height), b.as<float>(), row_stride(size.height), element);
   });
-  held.scalar([=] { transposed(a.as<float>(), expected.as<float>(), size); });
-  held.compare(b, expected);
-  add_transpose_peers(held, size);
-  held.bound_by_bytes(a.bytes() + b.bytes());
+  race.scalar([=] { transposed(a.as<float>(), expected.as<float>(), size); });
+  race.compare(b, expected);
+  add_transpose_peers(race, size);
+  race.bound_by_bytes(a.bytes() + b.bytes());
 }
 
-void fill_factors(contest& held, size_t side) {
+void fill_factors(contest& race, size_t side) {
   const plane a = heavy_diagonal(side);
   const plane lu = blank(side, side), expected = blank(side, side);
   const plane order = dense_plane(sample::u32, side, 1);
-  held.ours([=] {
+  race.ours([=] {
     lu_decomposition_m(a.as<float>(), row_stride(side), element, order.as<int32_t>(),
                        lu.as<float>(), row_stride(side), element, integer(side));
   });
-  held.scalar([=] { factorised(a.as<float>(), expected.as<float>(), side); });
-  held.compare(lu, expected);
-  add_factor_peers(held, side);
-  held.bound_by_bytes(a.bytes() + lu.bytes());
-  held.bound_by_operations(2.0 / 3.0 * double(side * side * side));
+  race.scalar([=] { factorised(a.as<float>(), expected.as<float>(), side); });
+  race.compare(lu, expected);
+  add_factor_peers(race, side);
+  race.bound_by_bytes(a.bytes() + lu.bytes());
+  race.bound_by_operations(2.0 / 3.0 * double(side * side * side));
 }
 
 std::string text_of(const matrix_task& size) {
@@ -127,7 +127,7 @@ void add_matrix_rows(rows& all) {
                    .avx512 = each.avx512,
                    .avx2 = each.avx2,
                    .rival = "",
-                   .fill = [size = each.size](contest& held) { fill_product(held, size); }});
+                   .fill = [size = each.size](contest& race) { fill_product(race, size); }});
   const matrix_task shapes[] = {{15, 221}, {64, 64}, {256, 256}};
   for (const matrix_task& size : shapes)
     all.push_back({.name = "mul_mv " + text_of(size),
@@ -135,14 +135,14 @@ void add_matrix_rows(rows& all) {
                    .avx512 = 1.5,
                    .avx2 = {1.9, 2.3},
                    .rival = "",
-                   .fill = [size](contest& held) { fill_vector_product(held, size); }});
+                   .fill = [size](contest& race) { fill_vector_product(race, size); }});
   for (const matrix_task& size : shapes)
     all.push_back({.name = "transpose_m " + text_of(size),
                    .samples = size.height * size.inner,
                    .avx512 = 1.05,
                    .avx2 = 1.0,
                    .rival = "",
-                   .fill = [size](contest& held) { fill_transpose(held, size); }});
+                   .fill = [size](contest& race) { fill_transpose(race, size); }});
   struct factored {
     size_t side;
     goal avx512, avx2;
@@ -153,7 +153,7 @@ void add_matrix_rows(rows& all) {
                    .avx512 = each.avx512,
                    .avx2 = each.avx2,
                    .rival = "",
-                   .fill = [side = each.side](contest& held) { fill_factors(held, side); }});
+                   .fill = [side = each.side](contest& race) { fill_factors(race, side); }});
 }
 
 }  // namespace bench

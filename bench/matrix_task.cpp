@@ -11,39 +11,39 @@ plane heavy_diagonal(size_t side) {
   return made;
 }
 
-void add_product_peers(contest& held, const matrix_task& task) {
+void add_product_peers(contest& race, const matrix_task& task) {
 #ifdef QO_BENCH_OPENBLAS
-  held.peer("openblas", openblas_product_job(task));
+  race.peer("openblas", openblas_product_job(task));
 #endif
 #ifdef QO_BENCH_LIBXSMM
-  held.peer("libxsmm", libxsmm_product_job(task));
+  race.peer("libxsmm", libxsmm_product_job(task));
 #endif
-  for_each_eigen([&](const eigen_variant& eigen) { held.peer(eigen.name, eigen.product(task)); });
+  for_each_eigen([&](const eigen_variant& eigen) { race.peer(eigen.name, eigen.product(task)); });
 }
 
-void add_vector_product_peers(contest& held, const matrix_task& task) {
+void add_vector_product_peers(contest& race, const matrix_task& task) {
 #ifdef QO_BENCH_OPENBLAS
-  held.peer("openblas", openblas_vector_product_job(task));
+  race.peer("openblas", openblas_vector_product_job(task));
 #endif
   for_each_eigen(
-      [&](const eigen_variant& eigen) { held.peer(eigen.name, eigen.vector_product(task)); });
+      [&](const eigen_variant& eigen) { race.peer(eigen.name, eigen.vector_product(task)); });
 }
 
-void add_transpose_peers(contest& held, const matrix_task& task) {
+void add_transpose_peers(contest& race, const matrix_task& task) {
 #ifdef QO_BENCH_OPENBLAS
-  held.peer("openblas", openblas_transpose_job(task));
+  race.peer("openblas", openblas_transpose_job(task));
 #endif
 #ifdef QO_BENCH_OPENCV
-  held.peer("opencv", opencv_transpose_job(task));
+  race.peer("opencv", opencv_transpose_job(task));
 #endif
-  for_each_eigen([&](const eigen_variant& eigen) { held.peer(eigen.name, eigen.transpose(task)); });
+  for_each_eigen([&](const eigen_variant& eigen) { race.peer(eigen.name, eigen.transpose(task)); });
 }
 
-void add_factor_peers(contest& held, size_t side) {
+void add_factor_peers(contest& race, size_t side) {
 #ifdef QO_BENCH_OPENBLAS
-  held.peer("openblas", openblas_factor_job(side));
+  race.peer("openblas", openblas_factor_job(side));
 #endif
-  for_each_eigen([&](const eigen_variant& eigen) { held.peer(eigen.name, eigen.factors(side)); });
+  for_each_eigen([&](const eigen_variant& eigen) { race.peer(eigen.name, eigen.factors(side)); });
 }
 
 }  // namespace bench

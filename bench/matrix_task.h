@@ -14,14 +14,14 @@ struct matrix_task {
 };
 
 /// (height x inner) times (inner x width).
-void add_product_peers(contest& held, const matrix_task& task);
+void add_product_peers(contest& race, const matrix_task& task);
 /// (height x inner) times a vector.
-void add_vector_product_peers(contest& held, const matrix_task& task);
+void add_vector_product_peers(contest& race, const matrix_task& task);
 /// Of a height x inner matrix.
-void add_transpose_peers(contest& held, const matrix_task& task);
+void add_transpose_peers(contest& race, const matrix_task& task);
 /// Of a matrix of `side` rows with a heavy diagonal. The peers exchange rows, or look for the pivot
 /// at least.
-void add_factor_peers(contest& held, size_t side);
+void add_factor_peers(contest& race, size_t side);
 
 /// A matrix whose factors stay small without exchanges of rows.
 [[nodiscard]] plane heavy_diagonal(size_t side);

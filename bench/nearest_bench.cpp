@@ -68,58 +68,58 @@ struct planes {
   plane src, dst, expected;
 };
 
-void add_jobs(contest& held, rule by, const planes& p) {
+void add_jobs(contest& race, rule by, const planes& p) {
   const auto in_w = uint16_t(p.size.in.width), in_h = uint16_t(p.size.in.height);
   const auto out_w = uint16_t(p.size.out.width), out_h = uint16_t(p.size.out.height);
   switch (by) {
     case rule::u32:
-      held.ours([=] {
+      race.ours([=] {
         image_nearest_neighbor_scale_uint32(p.src.as<uint32_t>(), in_w, in_h, p.dst.as<uint32_t>(),
                                             out_w, out_h);
       });
-      held.scalar([=] {
+      race.scalar([=] {
         left_aligned(p.src.as<uint32_t>(), p.size.in, p.expected.as<uint32_t>(), p.size.out);
       });
       break;
     case rule::u16:
-      held.ours([=] {
+      race.ours([=] {
         image_upscale_nearest_neighbor_uint16(p.src.as<uint16_t>(), p.dst.as<uint16_t>(), in_w,
                                               in_h, out_w, out_h);
       });
-      held.scalar([=] {
+      race.scalar([=] {
         far_edge_copy(p.src.as<uint16_t>(), p.size.in, p.expected.as<uint16_t>(), p.size.out);
       });
       break;
     case rule::i32:
     case rule::maximum:
-      held.ours([=] {
+      race.ours([=] {
         image_downscale_nearest_neighbor_int32(p.src.as<int32_t>(), p.dst.as<uint32_t>(), in_w,
                                                in_h, out_w, out_h, by == rule::maximum);
       });
-      held.scalar([=] {
+      race.scalar([=] {
         const auto loop = by == rule::maximum ? block_maxima : far_edge_copy<int32_t, uint32_t>;
         loop(p.src.as<int32_t>(), p.size.in, p.expected.as<uint32_t>(), p.size.out);
       });
       break;
   }
-  held.compare(p.dst, p.expected);
+  race.compare(p.dst, p.expected);
 }
 
-void fill(contest& held, rule by, const resize_size& size) {
+void fill(contest& race, rule by, const resize_size& size) {
   const sample type = by == rule::u16 ? sample::u16 : sample::u32;
-  add_jobs(held, by, planes(type, size));
+  add_jobs(race, by, planes(type, size));
   if (by == rule::maximum) {
-    held.bound_by_bytes(bytes_of(type) * (size.in.samples() + size.out.samples()));
-    held.bound_by_operations(double(size.in.samples()));
+    race.bound_by_bytes(bytes_of(type) * (size.in.samples() + size.out.samples()));
+    race.bound_by_operations(double(size.in.samples()));
     return;  // no peer takes maxima of blocks
   }
   const image_task task{
       .how = method::nearest, .from = type, .to = type, .in = size.in, .out = size.out};
-  add_image_peers(held, task);
-  if (type == sample::u32) add_onlookers(held, task);
+  add_image_peers(race, task);
+  if (type == sample::u32) add_onlookers(race, task);
   // A sample that is taken comes with the 64 bytes that it stands in; a row that is not, never.
   const size_t rows = std::min(size.in.height, size.out.height);
-  held.bound_by_bytes(bytes_of(type) * (rows * size.in.width + size.out.samples()));
+  race.bound_by_bytes(bytes_of(type) * (rows * size.in.width + size.out.samples()));
 }
 
 void add(rows& all, const char* name, rule by, const resize_size& size, goal avx512, goal avx2) {
@@ -128,7 +128,7 @@ void add(rows& all, const char* name, rule by, const resize_size& size, goal avx
                  .avx512 = avx512,
                  .avx2 = avx2,
                  .rival = by == rule::maximum ? contest::scalar_name : "",
-                 .fill = [by, size](contest& held) { fill(held, by, size); }});
+                 .fill = [by, size](contest& race) { fill(race, by, size); }});
 }
 
 }  // namespace

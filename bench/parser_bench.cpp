@@ -112,16 +112,16 @@ class least_work {
 
 using container_image = std::shared_ptr<const std::vector<uint8_t>>;
 
-void fill_parse(contest& held, const container_image& image) {
-  held.ours([image] {
+void fill_parse(contest& race, const container_image& image) {
+  race.ours([image] {
     const qo_blob blob = writer::blob_of(*image);
     parsed_cmc* const cmc = qo_cmc_parser_init(&blob);
     keep(cmc);
     qo_cmc_parser_deinit(cmc);
   });
   const auto work = std::make_shared<least_work>(*image);
-  held.bound_by_work([image, work] { work->run(); });
-  held.onlooker("with private copies", [image, work] { work->run_with_private_copies(); });
+  race.bound_by_work([image, work] { work->run(); });
+  race.onlooker("with private copies", [image, work] { work->run_with_private_copies(); });
 }
 
 uint32_t sum_of_words(const std::vector<uint8_t>& image, size_t first) {
@@ -134,21 +134,21 @@ uint32_t sum_of_words(const std::vector<uint8_t>& image, size_t first) {
   return sum;
 }
 
-void fill_checksum(contest& held, const container_image& image, writer::checksum_rule rule) {
+void fill_checksum(contest& race, const container_image& image, writer::checksum_rule rule) {
   const qo_blob blob = writer::blob_of(*image);
   if (!qo::is_valid_container(blob)) std::abort();
-  held.ours([image, blob] {
+  race.ours([image, blob] {
     const bool valid = qo::is_valid_container(blob);
     asm volatile("" : : "r"(valid));
   });
   // One rule after the other, until one holds.
-  held.scalar([image, both = rule == writer::checksum_rule::rule_b] {
+  race.scalar([image, both = rule == writer::checksum_rule::rule_b] {
     uint32_t sum = sum_of_words(*image, 0);
     asm volatile("" : "+r"(sum));
     if (both) sum = sum_of_words(*image, qo::container_header_size);
     asm volatile("" : : "r"(sum));
   });
-  held.bound_by_work([image, sum = vector_sum_of(selected_rows())] {
+  race.bound_by_work([image, sum = vector_sum_of(selected_rows())] {
     const unsigned value = sum(image->data(), image->size());
     asm volatile("" : : "r"(value));
   });
@@ -170,7 +170,7 @@ void add_parser_rows(rows& all) {
                    .avx512 = 1.3,
                    .avx2 = 1.3,
                    .rival = contest::work_name,
-                   .fill = [image](contest& held) { fill_parse(held, image); }});
+                   .fill = [image](contest& race) { fill_parse(race, image); }});
   }
   for (const workload& each : workloads)
     for (const auto rule : {writer::checksum_rule::rule_a, writer::checksum_rule::rule_b}) {
@@ -184,7 +184,7 @@ void add_parser_rows(rows& all) {
            .avx512 = 1.15,
            .avx2 = 1.15,
            .rival = contest::work_name,
-           .fill = [image, rule](contest& held) { fill_checksum(held, image, rule); }});
+           .fill = [image, rule](contest& race) { fill_checksum(race, image, rule); }});
     }
 }
 

@@ -58,33 +58,33 @@ size_t samples_read(const resize_size& size) {
 }
 
 template <typename Sample>
-void fill(contest& held, const resize_size& size, size_t step) {
+void fill(contest& race, const resize_size& size, size_t step) {
   constexpr sample type = sample_of<Sample>;
   const plane src = with_noise(dense_plane(type, size.in.width, size.in.height));
   const plane dst = dense_plane(type, size.out.width * step, size.out.height);
   const plane expected = dense_plane(type, size.out.width * step, size.out.height);
-  held.ours([=] {
+  race.ours([=] {
     if (step == 1)
       (void)resize(src.as<Sample>(), size.in, dst.as<Sample>(), size.out);
     else if constexpr (sizeof(Sample) < 4)
       (void)resize_into_channel(src.as<Sample>(), size.in, dst.as<Sample>(), size.out);
   });
-  held.scalar([=] {
+  race.scalar([=] {
     resize_by_definition(src.as<Sample>(), size.in, expected.as<Sample>(), size.out, step);
   });
-  held.compare(dst, expected);
+  race.compare(dst, expected);
   // 32-bit integers are no peer's format: floats have the same size.
   const sample peers_type = type == sample::u32 ? sample::f32 : type;
-  add_image_peers(held, {.how = method::bilinear,
+  add_image_peers(race, {.how = method::bilinear,
                          .from = peers_type,
                          .to = peers_type,
                          .in = size.in,
                          .out = size.out,
                          .channel_step = step});
-  held.bound_by_bytes(sizeof(Sample) * (samples_read(size) + size.out.samples() * step));
+  race.bound_by_bytes(sizeof(Sample) * (samples_read(size) + size.out.samples() * step));
   // The last blend: two products, a sum, and for integers rounding and shift. Samples of 8 and 16
   // bits can have their products and sum in one operation on pairs.
-  held.bound_by_operations(3.0 * double(size.out.samples()));
+  race.bound_by_operations(3.0 * double(size.out.samples()));
 }
 
 goal goal_avx512(sample type, const resize_size& size) {
@@ -131,7 +131,7 @@ void add_whole(rows& all, const char* name) {
                    .avx2 = aimed_at ? goal_avx2(type, size) : goal(),
                    // libyuv has a kernel for exactly this.
                    .rival = exact_half ? "opencv" : "",
-                   .fill = [size](contest& held) { fill<Sample>(held, size, 1); }});
+                   .fill = [size](contest& race) { fill<Sample>(race, size, 1); }});
   }
 }
 
@@ -143,7 +143,7 @@ void add_interleaved(rows& all, const char* name, goal avx512, goal avx2) {
                    .avx512 = avx512,
                    .avx2 = avx2,
                    .rival = "",
-                   .fill = [size](contest& held) { fill<Sample>(held, size, channels); }});
+                   .fill = [size](contest& race) { fill<Sample>(race, size, channels); }});
   }
 }
 

@@ -36,8 +36,8 @@ class collector : public benchmark::BenchmarkReporter {
 
 }  // namespace
 
-std::vector<timed> time_all(const contest& held) {
-  for (const contest::contender& each : held.contenders()) {
+std::vector<timed> time_all(const contest& race) {
+  for (const contest::contender& each : race.contenders()) {
     each.run();  // what is made on the first call is made before the clock runs
     benchmark::RegisterBenchmark(each.name.c_str(), [&each](benchmark::State& state) {
       for (auto _ : state) each.run();
@@ -48,7 +48,7 @@ std::vector<timed> time_all(const contest& held) {
   benchmark::RunSpecifiedBenchmarks(&reporter, nullptr, "all");
   benchmark::ClearRegisteredBenchmarks();
   std::vector<timed> times;
-  for (const contest::contender& each : held.contenders())
+  for (const contest::contender& each : race.contenders())
     times.push_back({each.name, reporter.median(each.name)});
   return times;
 }

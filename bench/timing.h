@@ -15,7 +15,7 @@ struct timed {
 
 /// Every contender is repeated as often as the flags of Google Benchmark say, all in one shuffled
 /// order, so that what slows the machine for a while meets them all.
-[[nodiscard]] std::vector<timed> time_all(const contest& held);
+[[nodiscard]] std::vector<timed> time_all(const contest& race);
 
 /// Defaults for those flags that are not on the command line; what is left in the arguments is
 /// the program's own.

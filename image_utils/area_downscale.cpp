@@ -162,9 +162,15 @@ void downscale_plane(const Sample* src, const plane_size& size, const area& regi
     const uint32_t count = std::min(area_columns::capacity, out_width - first);
     cover_columns(column_walk, count, columns);
     coverage_walk row_walk(step_y, static_cast<uint32_t>(size.height));
-    for (uint32_t r = 0; r < out_height; ++r)
-      average(columns, cover_rows(src, size, region, row_walk.next()), format,
-              dst + size_t{r} * out_width + first);
+    area_means means{dst + first, out_width, 0};
+    for (uint32_t r = 0; r < out_height; r += area_means::bands_at_once) {
+      area_band<Sample> bands[area_means::bands_at_once];
+      means.count = std::min<size_t>(area_means::bands_at_once, out_height - r);
+      for (size_t b = 0; b < means.count; ++b)
+        bands[b] = cover_rows(src, size, region, row_walk.next());
+      average(columns, bands, format, means);
+      means.first += means.count * means.row_step;
+    }
   }
 }
 

@@ -42,22 +42,22 @@ struct patch_position {
   return {cell, position - static_cast<float>(cell)};
 }
 
-/// The output rows from `begin` to before `end`, which all fall into the row of cells that `rows`
-/// stands at.
-template <typename Sample>
-void upscale_cells(const extrapolated_rows<Sample>& rows, size_t cell, const float* positions,
-                   const upscale_size& size, float step_y, size_t begin, size_t end, float* dst) {
-  const patch_rows& kernels = qo::rows().patches;
-  const float* const samples[4] = {rows.row(cell), rows.row(cell + 1), rows.row(cell + 2),
-                                   rows.row(cell + 3)};
-  for (size_t x = 0; x < size.out_width; x += patch_strip) {
-    const size_t count = std::min(patch_strip, size.out_width - x);
-    patch_values values;
-    kernels.along(samples, positions + x, count, &values);
-    for (size_t y = begin; y < end; ++y)
-      kernels.across(&values, patch_position_of(y, step_y).fraction, count,
-                     dst + y * size.out_width + x);
+/// Output rows that all fall into the same row of cells, and how far below its first samples.
+struct patch_band {
+  size_t begin;
+  size_t cell;
+  size_t count;
+  float fractions[patch_results];
+};
+
+[[nodiscard]] patch_band patch_band_at(size_t begin, size_t out_height, float step) {
+  patch_band band = {begin, patch_position_of(begin, step).cell, 0, {}};
+  while (begin + band.count < out_height && band.count < patch_results) {
+    const patch_position at = patch_position_of(begin + band.count, step);
+    if (at.cell != band.cell) break;
+    band.fractions[band.count++] = at.fraction;
   }
+  return band;
 }
 
 /// Samples the surface of the plane whose rows these are; `positions` are those of the output
@@ -66,14 +66,16 @@ template <typename Sample>
 void upscale_plane(extrapolated_rows<Sample> rows, const upscale_size& size, const float* positions,
                    float* dst) {
   const float step_y = corner_aligned_step(size.in_height, size.out_height);
-  size_t begin = 0;
-  while (begin < size.out_height) {
-    const size_t cell = patch_position_of(begin, step_y).cell;
-    size_t end = begin + 1;
-    while (end < size.out_height && patch_position_of(end, step_y).cell == cell) ++end;
-    rows.move_to(cell);
-    upscale_cells(rows, cell, positions, size, step_y, begin, end, dst);
-    begin = end;
+  for (size_t y = 0; y < size.out_height;) {
+    const patch_band band = patch_band_at(y, size.out_height, step_y);
+    rows.move_to(band.cell);
+    const float* const samples[4] = {rows.row(band.cell), rows.row(band.cell + 1),
+                                     rows.row(band.cell + 2), rows.row(band.cell + 3)};
+    for (size_t x = 0; x < size.out_width; x += patch_strip)
+      qo::rows().patches.enlarge(samples, positions + x, std::min(patch_strip, size.out_width - x),
+                                 band.fractions, band.count, dst + y * size.out_width + x,
+                                 size.out_width);
+    y += band.count;
   }
 }
 

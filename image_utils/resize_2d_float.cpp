@@ -8,6 +8,8 @@
 
 #include "base/float_to_int.h"
 #include "image_utils/corner_alignment.h"
+#include "image_utils/last_two_rows.h"
+#include "image_utils/output_plane.h"
 #include "qo_cmc/status.h"
 #include "rows/row_table.h"
 
@@ -38,52 +40,89 @@ struct source_rows {
   [[nodiscard]] const float* operator[](size_t row) const { return first + row * width; }
 };
 
-/// The products of the two source rows that were asked for last. A row stands in the place of its
-/// parity: of the two rows around an output neither replaces the other.
-class row_products {
- public:
-  row_products(const bilinear_float_rows& kernels, const bilinear_float_columns& columns,
-               const source_rows& source)
-      : kernels_(kernels), columns_(columns), source_(source) {}
+/// Columns of output that are formed together.
+struct column_strip {
+  uint32_t left;
+  uint32_t width;
+};
 
-  [[nodiscard]] const bilinear_float_row& at(size_t row) {
-    const size_t place = row % 2;
-    if (held_[place] != row) {
-      kernels_.across(columns_, source_[row], rows_[place]);
-      held_[place] = row;
+/// A resize, of which strips of columns are formed one after the other.
+class float_resize {
+ public:
+  float_resize(const source_rows& source, uint32_t in_height, float step_x, float step_y,
+               output_plane<float>& out)
+      : source_(source), in_height_(in_height), step_x_(step_x), step_y_(step_y), out_(out) {}
+
+  void run() const {
+    // From two rows to a step on hardly any source row is used twice.
+    const bool are_rows_shared = step_y_ < 2.0f;
+    const uint32_t most = are_rows_shared ? strip : side_by_side * strip;
+    for (uint32_t left = 0; left < out_.width(); left += most) {
+      const column_strip columns{left, std::min(most, out_.width() - left)};
+      if (are_rows_shared)
+        form_strip(columns);
+      else
+        form_strips_at_once(columns);
     }
-    return rows_[place];
   }
 
  private:
-  static constexpr size_t none = SIZE_MAX;
+  static constexpr uint32_t strip = bilinear_float_strip;
+  /// Without products of source rows the columns of so many strips stand on the stack.
+  static constexpr uint32_t side_by_side = 3;
 
-  const bilinear_float_rows& kernels_;
-  const bilinear_float_columns& columns_;
-  const source_rows& source_;
-  size_t held_[2] = {none, none};
-  bilinear_float_row rows_[2];
-};
-
-/// The output columns from `left` on, as many as a strip has.
-void resize_strip(const source_rows& source, uint32_t in_height, float step_x, float step_y,
-                  uint32_t left, float* dst, uint32_t out_width, uint32_t out_height) {
-  const bilinear_float_rows& kernels = rows().bilinear_float;
-  const uint32_t count = std::min(out_width - left, uint32_t{bilinear_float_strip});
-  bilinear_float_columns columns;
-  kernels.plan({left, count, source.width, step_x}, columns);
-  row_products products(kernels, columns, source);
-  // From two rows to a step on hardly any source row is used twice.
-  const bool are_rows_shared = step_y < 2.0f;
-  for (uint32_t i = 0; i < out_height; ++i) {
-    const sample_pair y = sample_pair_of(i, step_y, in_height);
-    float* const row = dst + size_t{i} * out_width + left;
-    if (are_rows_shared)
-      kernels.down(products.at(y.first), products.at(y.second), y.fraction, row, count);
-    else
-      kernels.across_and_down(columns, source[y.first], source[y.second], y.fraction, row);
+  void plan(const column_strip& part, bilinear_float_columns& columns) const {
+    kernels_.plan({part.left, part.width, source_.width, step_x_}, columns);
   }
-}
+
+  // Not inlined: the two would stand on the stack together.
+
+  /// With the products of each source row formed once.
+  __attribute__((noinline)) void form_strip(const column_strip& part) const {
+    bilinear_float_columns columns;
+    plan(part, columns);
+    const auto form_products = [&](uint64_t row, bilinear_float_row& products) {
+      kernels_.across(columns, source_[row], products);
+    };
+    last_two_rows<bilinear_float_row, decltype(form_products)> products(form_products);
+    for (uint32_t i = 0; i < out_.height(); ++i) {
+      const sample_pair y = sample_pair_of(i, step_y_, in_height_);
+      const bilinear_float_row& upper = products.at(y.first);
+      const bilinear_float_row& lower = products.at(y.second);
+      out_.write(i, part.left, part.width, [&](size_t done, size_t count, float* to) {
+        kernels_.down(upper, lower, y.fraction, done, count, to);
+      });
+    }
+  }
+
+  /// With nothing kept of source rows.
+  __attribute__((noinline)) void form_strips_at_once(const column_strip& strips) const {
+    bilinear_float_columns columns[side_by_side];
+    const auto each_strip = [&](auto work) {
+      for (uint32_t n = 0, done = 0; done < strips.width; ++n, done += strip)
+        work(column_strip{strips.left + done, std::min<uint32_t>(strip, strips.width - done)},
+             columns[n]);
+    };
+    each_strip(
+        [&](const column_strip& part, bilinear_float_columns& planned) { plan(part, planned); });
+    for (uint32_t i = 0; i < out_.height(); ++i) {
+      const sample_pair y = sample_pair_of(i, step_y_, in_height_);
+      each_strip([&](const column_strip& part, const bilinear_float_columns& planned) {
+        out_.write(i, part.left, part.width, [&](size_t done, size_t count, float* to) {
+          kernels_.across_and_down(planned, source_[y.first], source_[y.second], y.fraction, done,
+                                   count, to);
+        });
+      });
+    }
+  }
+
+  const bilinear_float_rows& kernels_ = rows().bilinear_float;
+  const source_rows& source_;
+  uint32_t in_height_;
+  float step_x_;
+  float step_y_;
+  output_plane<float>& out_;
+};
 
 }  // namespace
 }  // namespace qo
@@ -100,8 +139,8 @@ uint32_t resize_2d_array_float(const float* src, uint32_t in_w, int32_t in_h, fl
 
   const float step_x = qo::corner_aligned_step(in_width, out_width);
   const float step_y = qo::corner_aligned_step(in_h, out_height);
-  for (uint32_t left = 0; left < out_width; left += qo::bilinear_float_strip)
-    qo::resize_strip({src, in_width}, static_cast<uint32_t>(in_h), step_x, step_y, left, dst,
-                     out_width, out_h);
+  qo::output_plane<float> out(dst, out_width, out_h, 1);
+  const qo::source_rows source{src, in_width};
+  qo::float_resize(source, static_cast<uint32_t>(in_h), step_x, step_y, out).run();
   return QO_CMC_OK;
 }

@@ -11,11 +11,12 @@
 namespace qo {
 namespace {
 
-/// Working storage of one call: the interpolated raw values of one set.
+/// Working storage of one call: the interpolated raw values of one set, every one of which the
+/// upscaler writes.
 struct interpolated_planes {
   interpolated_planes(uint16_t out_width, uint16_t out_height)
       : width(out_width), height(out_height) {
-    for (heap_array<float>& plane : planes) plane.reset(c_new_array<float>(samples()));
+    for (heap_array<float>& plane : planes) plane.reset(c_new_array_to_fill<float>(samples()));
   }
 
   [[nodiscard]] size_t samples() const { return size_t{width} * height; }

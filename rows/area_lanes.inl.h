@@ -30,6 +30,20 @@ template <size_t Lanes>
   return __builtin_convertvector(to_units<Lanes>(sum, format), vector_n<uint16_t, Lanes>);
 }
 
+/// Stores means, of which `left` are asked for.
+inline __attribute__((always_inline)) void store_means(floats<lanes> sums,
+                                                       const area_format& format, uint16_t* dst,
+                                                       size_t left) {
+  const vector_n<uint16_t, lanes> means = to_fixed_point<lanes>(sums, format);
+  if (left >= lanes) return store_vector(dst, means);
+#if defined(__AVX512VBMI__)
+  _mm256_mask_storeu_epi16(dst, static_cast<__mmask16>((1u << left) - 1),
+                           same_bits<__m256i>(means));
+#else
+  for (size_t i = 0; i < left; ++i) dst[i] = means[i];
+#endif
+}
+
 /// Picks from two vectors within each quad of lanes; numbers from 4 on are those of b.
 template <size_t A, size_t B, size_t C, size_t D, typename Words>
 [[nodiscard]] inline __attribute__((always_inline)) Words pick(Words a, Words b) {

@@ -4,60 +4,14 @@
 
 #include "rows/area_halves.inl.h"
 #include "rows/area_lanes.inl.h"
+#include "rows/area_plain.inl.h"
 #include "rows/area_tiles.inl.h"
 #include "rows/lanes.h"
 
 namespace qo::QO_ROWS_NS {
 namespace {
 
-// ---------------------------------------------------------------------------------- the plain rule
-
-[[nodiscard]] inline float column_weight(const area_columns& columns, size_t column, uint32_t tap) {
-  if (tap == 0) return columns.first_weights[column];
-  return tap + 1u == columns.counts[column] ? columns.last_weights[column] : 1.0f;
-}
-
-template <typename Sample>
-[[nodiscard]] inline float row_weight(const area_band<Sample>& band, uint32_t row) {
-  if (row == 0) return band.first_weight;
-  return row + 1 == band.count ? band.last_weight : 1.0f;
-}
-
-/// Samples from the band's first to the start of its row `row`.
-template <typename Sample>
-[[nodiscard]] inline size_t row_offset(const area_band<Sample>& band, uint32_t row) {
-  return (row < band.last_row ? row : band.last_row) * band.row_step;
-}
-
-/// The rule itself, and what runs where a vector would read past the plane.
-template <typename Sample>
-[[nodiscard]] float weighted_sum(const area_columns& columns, const area_band<Sample>& band,
-                                 size_t column) {
-  float sum = 0.0f;
-  for (uint32_t row = 0; row < band.count; ++row) {
-    const size_t start = row_offset(band, row) + columns.starts[column];
-    for (uint32_t tap = 0; tap < columns.counts[column]; ++tap) {
-      const size_t at = start + tap < band.readable ? start + tap : band.readable - 1;
-      sum += column_weight(columns, column, tap) * row_weight(band, row) *
-             static_cast<float>(band.first[at]);
-    }
-  }
-  return sum;
-}
-
-/// The plain sums of a group of columns. Rare, so it is kept out of the way.
-template <typename Sample>
-[[nodiscard]] __attribute__((noinline)) floats<lanes> plain_sums(const area_columns& columns,
-                                                                 size_t column,
-                                                                 const area_band<Sample>& band) {
-  const size_t left = columns.count - column;
-  floats<lanes> sums = {};
-  for (size_t i = 0; i < (left < lanes ? left : lanes); ++i)
-    sums[i] = weighted_sum(columns, band, column + i);
-  return sums;
-}
-
-// -------------------------------------------------------------------------------------------- rows
+// ---------------------------------------------------------------------------- weights and fetching
 
 /// The taps that some columns of a strip lack are the last two. Before the last three all weigh 1,
 /// but tap 0, in every column.
@@ -67,10 +21,26 @@ constexpr uint32_t tail_taps = 3;
   return columns.taps > tail_taps ? columns.taps - tail_taps : 1;
 }
 
+/// Lanes of a group, those of the columns that have a tap.
+#if defined(__AVX512VBMI__)
+using lane_set = __mmask16;
+#else
+using lane_set = vector_n<int32_t, lanes>;
+#endif
+
+[[nodiscard]] inline __attribute__((always_inline)) lane_set lanes_above(
+    const vector_n<int32_t, lanes>& numbers, int32_t limit) {
+#if defined(__AVX512VBMI__)
+  return _mm512_cmpgt_epi32_mask(same_bits<__m512i>(numbers), _mm512_set1_epi32(limit));
+#else
+  return numbers > limit;
+#endif
+}
+
 /// Weights of the columns of a group: of tap 0, and of the taps of the tail. A tap that a column
 /// lacks weighs 0.
-class group_weights {
- public:
+struct group_weights {
+  group_weights() = default;
   inline __attribute__((always_inline)) group_weights(const area_columns& columns, size_t column)
       : first(load_vector<floats<lanes>>(columns.first_weights + column)) {
     using numbers = vector_n<int32_t, lanes>;
@@ -80,13 +50,16 @@ class group_weights {
     constexpr int32_t one_bits = 0x3f800000;  // of 1.0f
     const numbers after_tail = counts - static_cast<int32_t>(tail_of(columns));
 #pragma GCC unroll 3
-    for (int32_t i = 0; i < static_cast<int32_t>(tail_taps); ++i)
+    for (int32_t i = 0; i < static_cast<int32_t>(tail_taps); ++i) {
       tail[i] = same_bits<floats<lanes>>(((after_tail > i + 1) & one_bits) |
                                          ((after_tail == i + 1) & last));
+      having[i] = lanes_above(after_tail, i);
+    }
   }
 
   floats<lanes> first;
   floats<lanes> tail[tail_taps];
+  lane_set having[tail_taps];  ///< the columns that have the tap
 };
 
 /// The weight that rows have but the first and the last of a band, as a type: a product with 1 is
@@ -102,126 +75,284 @@ template <typename Weight>
     return v * row_weight;
 }
 
-/// Adds a tap that some columns may lack: what they have there counts for nothing, were it infinite
-/// or no number.
-template <typename Sample>
-[[nodiscard]] inline __attribute__((always_inline)) floats<lanes> add_where_weighed(
-    floats<lanes> sum, floats<lanes> weight, floats<lanes> sample) {
-  const floats<lanes> term = weight * sample;
+/// Adds tap `i` of the tail.
+template <typename Sample, typename Weight>
+[[nodiscard]] inline __attribute__((always_inline)) floats<lanes> add_tail_tap(
+    floats<lanes> sum, const group_weights& weights, size_t i, Weight row_weight,
+    floats<lanes> sample) {
+  const floats<lanes> term = product(weights.tail[i], row_weight) * sample;
+  // What a column has where it lacks the tap counts for nothing, were it infinite or no number.
   if constexpr (sizeof(Sample) == 2) return sum + term;
-  return sum + same_bits<floats<lanes>>(same_bits<vector_n<int32_t, lanes>>(term) & (weight != 0));
+#if defined(__AVX512VBMI__)
+  const auto before = same_bits<__m512>(sum);
+  return same_bits<floats<lanes>>(
+      _mm512_mask_add_ps(before, weights.having[i], before, same_bits<__m512>(term)));
+#else
+  return sum + same_bits<floats<lanes>>(same_bits<lane_set>(term) & weights.having[i]);
+#endif
 }
 
-/// Adds what a row gives to columns of at most `Taps` taps.
-template <size_t Taps, typename Sample, typename Tiles, typename Weight>
-[[nodiscard]] inline __attribute__((always_inline)) floats<lanes> add_few_taps(
-    floats<lanes> sum, const group_weights& weights, const Tiles& tiles, const Sample* row,
-    Weight row_weight) {
-  const tile<Sample> samples = tiles.template load<Taps>(row);
-  sum += product(weights.first, row_weight) * samples.tap(0);
-#pragma GCC unroll 3
-  for (size_t i = 1; i < Taps; ++i) {
-    const floats<lanes> weight = product(weights.tail[i - 1], row_weight);
-    if (i + 2 < Taps)
-      sum += weight * samples.tap(i);
-    else
-      sum = add_where_weighed<Sample>(sum, weight, samples.tap(i));
-  }
-  return sum;
+/// Calls with the row's weight, as a type where it is 1.
+template <typename Run>
+inline __attribute__((always_inline)) void with_weight(float row_weight, Run run) {
+  if (row_weight == 1.0f)
+    run(one());
+  else
+    run(row_weight);
 }
+
+// ------------------------------------------------------------------------ columns of up to four
+// taps
+
+/// Caches that samples are fetched into. The second waits for more of them at a time.
+enum class cache { first, second };
+
+/// Brings samples near that are taken soon. Only a hint: an address outside the plane is not
+/// accessed.
+template <cache Into, typename Sample>
+inline __attribute__((always_inline)) void fetch(const Sample* row, size_t from, size_t count) {
+  const uintptr_t first = reinterpret_cast<uintptr_t>(row) + from * sizeof(Sample);
+#pragma GCC unroll 4
+  for (size_t at = 0; at < count * sizeof(Sample); at += 64)
+    __builtin_prefetch(reinterpret_cast<const void*>(first + at), 0, Into == cache::first ? 3 : 2);
+}
+
+/// Groups of columns side by side in a band: tap by tap, so that sums which wait for themselves do
+/// not wait for each other.
+template <size_t Taps, size_t Groups, typename Sample, typename Tiles>
+class group_sums {
+ public:
+  inline __attribute__((always_inline)) group_sums(const area_columns& columns, size_t first) {
+#pragma GCC unroll 2
+    for (size_t g = 0; g < Groups; ++g) {
+      weights_[g] = group_weights(columns, first + g * lanes);
+      tiles_[g] = Tiles(columns, first + g * lanes);
+    }
+  }
+
+  /// Samples of a row, from position 0 on, up to where all that is read ends.
+  [[nodiscard]] size_t reach() const { return tiles_[Groups - 1].reach(); }
+
+  /// Loads a row, and fetches the same place of the row so far after it.
+  inline __attribute__((always_inline)) void load(const Sample* row, size_t ahead) {
+#pragma GCC unroll 2
+    for (size_t g = 0; g < Groups; ++g) {
+      fetch<cache::first>(row, ahead + tiles_[g].start(), (Taps - 1) * lanes);
+      samples_[g] = tiles_[g].template load<Taps>(row);
+    }
+  }
+
+  /// Adds what the loaded row gives.
+  template <typename Weight>
+  inline __attribute__((always_inline)) void add(Weight row_weight) {
+#pragma GCC unroll 2
+    for (size_t g = 0; g < Groups; ++g)
+      sums[g] += product(weights_[g].first, row_weight) * samples_[g].tap[0];
+#pragma GCC unroll 3
+    for (size_t i = 1; i < Taps; ++i)
+#pragma GCC unroll 2
+      for (size_t g = 0; g < Groups; ++g)
+        sums[g] = add_tail_tap<Sample>(sums[g], weights_[g], i - 1, row_weight, samples_[g].tap[i]);
+  }
+
+  floats<lanes> sums[Groups];
+
+ private:
+  group_weights weights_[Groups];
+  Tiles tiles_[Groups];
+  tile<Taps> samples_[Groups] = {};
+};
+
+/// The means of groups of columns in some bands.
+template <size_t Taps, size_t Groups, typename Sample, typename Tiles>
+inline __attribute__((always_inline)) void average_groups(const area_columns& columns, size_t first,
+                                                          const area_band<Sample>* bands,
+                                                          const area_format& format,
+                                                          const area_means& means) {
+  group_sums<Taps, Groups, Sample, Tiles> side_by_side(columns, first);
+  const size_t reach = side_by_side.reach();
+  const Sample* loaded = nullptr;
+  const area_band<Sample>& last_band = bands[means.count - 1];
+  const size_t ahead =
+      static_cast<size_t>(last_band.first - bands[0].first) + last_band.count * last_band.row_step;
+  for (size_t b = 0; b < means.count; ++b) {
+    const area_band<Sample>& band = bands[b];
+#pragma GCC unroll 2
+    for (size_t g = 0; g < Groups; ++g) side_by_side.sums[g] = floats<lanes>{};
+    const bool inside = lies_inside(band, reach);
+    if (inside) {
+      // The row in which one band ends and the next begins is loaded once.
+      const Sample* row = band.first;
+      if (row != loaded) side_by_side.load(row, ahead);
+      side_by_side.add(band.first_weight);
+      for (uint32_t r = 2; r < band.count; ++r) {
+        row += band.row_step;
+        side_by_side.load(row, ahead);
+        side_by_side.add(one());
+      }
+      if (band.count > 1) {
+        row += band.row_step;
+        side_by_side.load(row, ahead);
+        side_by_side.add(band.last_weight);
+      }
+      loaded = row;
+    }
+    uint16_t* const dst = means.first + b * means.row_step;
+#pragma GCC unroll 2
+    for (size_t g = 0; g < Groups; ++g) {
+      const size_t column = first + g * lanes;
+      if (!inside) side_by_side.sums[g] = add_plain_rows(floats<lanes>{}, columns, band, column, 0);
+      store_means(side_by_side.sums[g], format, dst + column, columns.count - column);
+    }
+  }
+}
+
+/// The means of one group of columns. Few run here, and one kernel is enough: a tap that no column
+/// has weighs nothing.
+template <typename Sample>
+__attribute__((noinline)) void average_one_group(const area_columns& columns, size_t column,
+                                                 const area_band<Sample>* bands,
+                                                 const area_format& format,
+                                                 const area_means& means) {
+  average_groups<4, 1, Sample, scattered_tiles<Sample>>(columns, column, bands, format, means);
+}
+
+/// The means of two groups of columns.
+template <size_t Taps, typename Sample>
+inline __attribute__((always_inline)) void average_two_groups(const area_columns& columns,
+                                                              size_t first,
+                                                              const area_band<Sample>* bands,
+                                                              const area_format& format,
+                                                              const area_means& means) {
+#if defined(__AVX512VBMI__)
+  constexpr size_t fewest = sizeof(Sample) == sizeof(float) ? 2 : 1;
+  using narrow = window_tiles<Sample, Taps, fewest>;
+  using wide = window_tiles<Sample, Taps, fewest + 1>;
+  if (narrow::hold(columns, first, 2))
+    return average_groups<Taps, 2, Sample, narrow>(columns, first, bands, format, means);
+  if (wide::hold(columns, first, 2))
+    return average_groups<Taps, 2, Sample, wide>(columns, first, bands, format, means);
+  average_one_group(columns, first, bands, format, means);
+  average_one_group(columns, first + lanes, bands, format, means);
+#elif defined(__AVX2__)
+  if constexpr (sizeof(Sample) == 2)
+    average_groups<Taps, 2, Sample, paired_tiles>(columns, first, bands, format, means);
+  else
+    average_groups<Taps, 2, Sample, scattered_tiles<Sample>>(columns, first, bands, format, means);
+#else
+  average_groups<Taps, 2, Sample, scattered_tiles<Sample>>(columns, first, bands, format, means);
+#endif
+}
+
+template <size_t Taps, typename Sample>
+void average_few_taps(const area_columns& columns, const area_band<Sample>* bands,
+                      const area_format& given, const area_means& means) {
+  const area_format format = given;
+  for (size_t column = 0; column < columns.count; column += 2 * lanes)
+    if (columns.count - column > lanes)
+      average_two_groups<Taps>(columns, column, bands, format, means);
+    else
+      average_one_group(columns, column, bands, format, means);
+}
+
+// --------------------------------------------------------------------------- columns of more taps
+
+/// Columns whose sums grow side by side: through rows of theirs the processor streams.
+constexpr size_t block_groups = 64 / lanes;
+
+/// Bytes that are fetched before they are taken, at least.
+constexpr size_t bytes_ahead = 8 * 1024;
 
 /// Adds taps [from, to) of a tile, all of weight 1.
-template <typename Sample, typename Weight>
+template <size_t Taps, typename Weight>
 [[nodiscard]] inline __attribute__((always_inline)) floats<lanes> add_inner_taps(
-    floats<lanes> sum, const tile<Sample>& samples, size_t from, size_t to, Weight row_weight) {
+    floats<lanes> sum, const tile<Taps>& samples, size_t from, size_t to, Weight row_weight) {
 #pragma GCC unroll 8
-  for (size_t i = from; i < tile_taps<Sample>; ++i)
-    if (i < to) sum += product(samples.tap(i), row_weight);
+  for (size_t i = from; i < Taps; ++i)
+    if (i < to) sum += product(samples.tap[i], row_weight);
   return sum;
 }
 
-/// Adds what a row gives to columns of more than four taps.
-template <typename Sample, typename Tiles, typename Weight>
+/// Adds what a row gives to columns of more than four taps, fetching as many samples as it takes
+/// from `ahead` after the row's on.
+template <typename Sample, typename Weight>
 [[nodiscard]] inline __attribute__((always_inline)) floats<lanes> add_many_taps(
-    floats<lanes> sum, const group_weights& weights, const Tiles& tiles, size_t tail,
-    const Sample* row, Weight row_weight) {
+    floats<lanes> sum, const group_weights& weights, const scattered_tiles<Sample>& tiles,
+    size_t tail, const Sample* row, Weight row_weight, size_t ahead) {
   constexpr size_t step = tile_taps<Sample>;
-  const tile<Sample> head = tiles.template load<step>(row);
-  sum += product(weights.first, row_weight) * head.tap(0);
+  const tile<step> head = tiles.template load<step>(row);
+  fetch<cache::second>(row, ahead, step * lanes);
+  sum += product(weights.first, row_weight) * head.tap[0];
   sum = add_inner_taps(sum, head, 1, tail, row_weight);
   size_t done = step;
-  for (; done + step <= tail; done += step)
+  for (; done + step <= tail; done += step) {
+    fetch<cache::second>(row, ahead + done * lanes, step * lanes);
     sum = add_inner_taps(sum, tiles.template load<step>(row + done), 0, step, row_weight);
+  }
+  fetch<cache::second>(row, ahead + done * lanes, step * lanes);
   if (done < tail)
     sum = add_inner_taps(sum, tiles.template load<step>(row + done), 0, tail - done, row_weight);
-  const tile<Sample> last = tiles.template load<tail_taps>(row + tail);
-  sum += product(weights.tail[0], row_weight) * last.tap(0);
-  sum = add_where_weighed<Sample>(sum, product(weights.tail[1], row_weight), last.tap(1));
-  return add_where_weighed<Sample>(sum, product(weights.tail[2], row_weight), last.tap(2));
-}
-
-/// The weighted sums of a group of columns of at most `Taps` taps, or of more than four for 0.
-template <size_t Taps, typename Sample, typename Tiles>
-[[nodiscard]] inline __attribute__((always_inline)) floats<lanes> sum_group(
-    const area_columns& columns, size_t column, const area_band<Sample>& band) {
-  const group_weights weights(columns, column);
-  const Tiles tiles(columns, column);
-  floats<lanes> sum = {};
-  const auto add_row = [&](const Sample* row, auto weight) __attribute__((always_inline)) {
-    if constexpr (Taps == 0)
-      sum = add_many_taps(sum, weights, tiles, tail_of(columns), row, weight);
-    else
-      sum = add_few_taps<Taps>(sum, weights, tiles, row, weight);
-  };
-  for (uint32_t row = 0; row < band.count; ++row) {
-    const Sample* const samples = band.first + row_offset(band, row);
-    const float weight = row_weight(band, row);
-    if (weight == 1.0f)
-      add_row(samples, one());
-    else
-      add_row(samples, weight);
-  }
+  const tile<tail_taps> last = tiles.template load<tail_taps>(row + tail);
+#pragma GCC unroll 3
+  for (size_t i = 0; i < tail_taps; ++i)
+    sum = add_tail_tap<Sample>(sum, weights, i, row_weight, last.tap[i]);
   return sum;
 }
 
-/// The weighted sums of a group of columns. `readable` is what of the band's last row is in the
-/// plane.
-template <size_t Taps, typename Sample>
-[[nodiscard]] inline __attribute__((always_inline)) floats<lanes> sum_of(
-    const area_columns& columns, size_t column, const area_band<Sample>& band, size_t readable) {
-#if defined(__AVX512VBMI__)
-  if constexpr (Taps != 0)
-    if (window_tiles<Sample>::hold(columns, column, readable))
-      return sum_group<Taps, Sample, window_tiles<Sample>>(columns, column, band);
-#endif
-  const size_t last_tile = Taps == 0 ? tail_of(columns) : 0;
-  if (scattered_tiles<Sample>::hold(columns, column, last_tile, readable))
-    return sum_group<Taps, Sample, scattered_tiles<Sample>>(columns, column, band);
-  return plain_sums(columns, column, band);
-}
-
-template <size_t Taps, typename Sample>
-void average_taps(const area_columns& columns, const area_band<Sample>& band,
-                  const area_format& given, uint16_t* dst) {
-  const area_format format = given;
-  const size_t readable = band.readable - row_offset(band, band.count - 1);
-  for (size_t column = 0; column < columns.count; column += lanes) {
-    const floats<lanes> sums = sum_of<Taps>(columns, column, band, readable);
-    const vector_n<uint16_t, lanes> means = to_fixed_point<lanes>(sums, format);
-    if (columns.count - column >= lanes)
-      store_vector(dst + column, means);
-    else
-      memcpy(dst + column, &means, (columns.count - column) * sizeof *dst);
+/// The means of up to `block_groups` groups of columns in a band.
+template <typename Sample>
+void average_block(const area_columns& columns, size_t first, size_t groups,
+                   const area_band<Sample>& band, const area_format& format, uint16_t* dst) {
+  const size_t tail = tail_of(columns);
+  group_weights weights[block_groups];
+  floats<lanes> sums[block_groups];
+  for (size_t g = 0; g < groups; ++g) {
+    weights[g] = group_weights(columns, first + g * lanes);
+    sums[g] = floats<lanes>{};
+  }
+  const size_t last = first + (groups - 1) * lanes;
+  const size_t reach = scattered_tiles<Sample>(columns, last).reach() + tail;
+  const uint32_t inside = rows_inside(band, reach);
+  // Rows that are fetched before they are taken.
+  const size_t row_bytes = (reach - columns.starts[first]) * sizeof(Sample);
+  const size_t ahead = (1 + bytes_ahead / row_bytes) * band.row_step;
+  for (uint32_t row = 0; row < inside; ++row) {
+    const Sample* const from = band.first + row_offset(band, row);
+    with_weight(
+        row_weight(band, row), [&](auto weight) __attribute__((always_inline)) {
+          for (size_t g = 0; g < groups; ++g) {
+            const size_t column = first + g * lanes;
+            sums[g] = add_many_taps(sums[g], weights[g], scattered_tiles<Sample>(columns, column),
+                                    tail, from, weight, ahead + columns.starts[column]);
+          }
+        });
+  }
+  for (size_t g = 0; g < groups; ++g) {
+    const size_t column = first + g * lanes;
+    if (inside < band.count) sums[g] = add_plain_rows(sums[g], columns, band, column, inside);
+    store_means(sums[g], format, dst + column, columns.count - column);
   }
 }
 
 template <typename Sample>
-void average(const area_columns& columns, const area_band<Sample>& band, const area_format& format,
-             uint16_t* dst) {
-  if (columns.taps <= 2) return average_taps<2>(columns, band, format, dst);
-  if (columns.taps == 3) return average_taps<3>(columns, band, format, dst);
-  if (columns.taps == 4) return average_taps<4>(columns, band, format, dst);
-  average_taps<0>(columns, band, format, dst);
+void average_many_taps(const area_columns& columns, const area_band<Sample>* bands,
+                       const area_format& format, const area_means& means) {
+  const size_t groups = (columns.count + lanes - 1) / lanes;
+  for (size_t b = 0; b < means.count; ++b)
+    for (size_t done = 0; done < groups; done += block_groups) {
+      const size_t left = groups - done;
+      average_block(columns, done * lanes, left < block_groups ? left : block_groups, bands[b],
+                    format, means.first + b * means.row_step);
+    }
+}
+
+template <typename Sample>
+void average(const area_columns& columns, const area_band<Sample>* bands, const area_format& format,
+             const area_means& means) {
+  if (columns.taps <= 2) return average_few_taps<2>(columns, bands, format, means);
+  if (columns.taps == 3) return average_few_taps<3>(columns, bands, format, means);
+  if (columns.taps == 4) return average_few_taps<4>(columns, bands, format, means);
+  average_many_taps(columns, bands, format, means);
 }
 
 }  // namespace

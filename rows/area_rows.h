@@ -42,14 +42,25 @@ struct area_format {
   float offset;
 };
 
+/// Rows of means, one for each of some bands from the plane's top down.
+struct area_means {
+  /// Bands that a call should get: what they share is read once, and their rows stay near.
+  static constexpr size_t bands_at_once = 4;
+
+  uint16_t* first;  ///< the first band's mean of column 0
+  size_t row_step;  ///< means from row to row
+  size_t count;     ///< rows, and so bands, at least 1
+};
+
 struct area_rows {
-  /// dst[c] for every column: its samples, times (column weight times row weight), added one by
-  /// one in single precision, row by row and ascending within a row; then as the format says.
-  /// Nothing outside [first, first + readable) is read. dst overlaps nothing else.
-  void (*average_u16)(const area_columns& columns, const area_band<uint16_t>& band,
-                      const area_format& format, uint16_t* dst);
-  void (*average_float)(const area_columns& columns, const area_band<float>& band,
-                        const area_format& format, uint16_t* dst);
+  /// The mean of every column in every band: its samples, times (column weight times row weight),
+  /// added one by one in single precision, row by row and ascending within a row; then as the
+  /// format says. Of a band nothing outside [first, first + readable) is read. The means overlap
+  /// nothing else.
+  void (*average_u16)(const area_columns& columns, const area_band<uint16_t>* bands,
+                      const area_format& format, const area_means& means);
+  void (*average_float)(const area_columns& columns, const area_band<float>* bands,
+                        const area_format& format, const area_means& means);
 
   /// The same where means are of two by two whole samples: dst[c] for `count` columns, from samples
   /// 2 c and 2 c + 1 of both rows, `bottom` standing after `top` in a plane.

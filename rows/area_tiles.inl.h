@@ -11,24 +11,20 @@
 namespace qo::QO_ROWS_NS {
 namespace {
 
-/// Taps of a column in a tile: 16 bytes, four words.
+/// Taps of a column that a tile holds at most: 16 bytes.
 template <typename Sample>
 constexpr size_t tile_taps = 16 / sizeof(Sample);
 
-/// Some taps of a group of columns: a vector for each word, a lane for each column.
-template <typename Sample>
+/// Some taps of a group of columns: a vector for each tap, a lane for each column.
+template <size_t Taps>
 struct tile {
-  words<lanes> word[4];
-
-  [[nodiscard]] inline __attribute__((always_inline)) floats<lanes> tap(size_t i) const {
-    if constexpr (sizeof(Sample) == sizeof(float)) {
-      return same_bits<floats<lanes>>(word[i]);
-    } else {
-      const words<lanes> sample = i % 2 == 0 ? word[i / 2] & 0xffff : word[i / 2] >> 16;
-      return __builtin_convertvector(same_bits<vector_n<int32_t, lanes>>(sample), floats<lanes>);
-    }
-  }
+  floats<lanes> tap[Taps];
 };
+
+[[nodiscard]] inline __attribute__((always_inline)) floats<lanes> whole_numbers(
+    words<lanes> samples) {
+  return __builtin_convertvector(same_bits<vector_n<int32_t, lanes>>(samples), floats<lanes>);
+}
 
 /// The four words at start 0 and beside them, in a wider vector, those at starts 4, 8 and 12.
 template <size_t Lanes, typename Sample>
@@ -49,33 +45,36 @@ template <size_t Lanes, typename Sample>
 template <typename Sample>
 class scattered_tiles {
  public:
-  /// Whether all tiles up to the one at tap `last_tile` lie within `readable` samples of a row.
-  [[nodiscard]] static bool hold(const area_columns& columns, size_t column, size_t last_tile,
-                                 size_t readable) {
-    return columns.starts[column + lanes - 1] + last_tile + tile_taps<Sample> <= readable;
-  }
-
+  scattered_tiles() = default;
   scattered_tiles(const area_columns& columns, size_t column) : starts_(columns.starts + column) {}
 
-  /// The taps from `row` on, of which the first `Taps` are looked at.
+  /// Samples of a row, from position 0 on, up to where a tile ends.
+  [[nodiscard]] size_t reach() const { return starts_[lanes - 1] + tile_taps<Sample>; }
+  [[nodiscard]] size_t start() const { return starts_[0]; }
+
+  /// The first `Taps` taps from `row` on.
   template <size_t Taps>
-  [[nodiscard]] inline __attribute__((always_inline)) tile<Sample> load(const Sample* row) const {
+  [[nodiscard]] inline __attribute__((always_inline)) tile<Taps> load(const Sample* row) const {
     const words<lanes> c0 = load_quads<lanes>(row, starts_);
     const words<lanes> c1 = load_quads<lanes>(row, starts_ + 1);
     const words<lanes> c2 = load_quads<lanes>(row, starts_ + 2);
     const words<lanes> c3 = load_quads<lanes>(row, starts_ + 3);
     const words<lanes> low_01 = pick<0, 4, 1, 5>(c0, c1);
     const words<lanes> low_23 = pick<0, 4, 1, 5>(c2, c3);
-    tile<Sample> result;
-    result.word[0] = pick<0, 1, 4, 5>(low_01, low_23);
-    result.word[1] = pick<2, 3, 6, 7>(low_01, low_23);
-    if constexpr (Taps * sizeof(Sample) > 8) {
-      const words<lanes> high_01 = pick<2, 6, 3, 7>(c0, c1);
-      const words<lanes> high_23 = pick<2, 6, 3, 7>(c2, c3);
-      result.word[2] = pick<0, 1, 4, 5>(high_01, high_23);
-      result.word[3] = pick<2, 3, 6, 7>(high_01, high_23);
+    const words<lanes> high_01 = pick<2, 6, 3, 7>(c0, c1);
+    const words<lanes> high_23 = pick<2, 6, 3, 7>(c2, c3);
+    const words<lanes> word[] = {pick<0, 1, 4, 5>(low_01, low_23), pick<2, 3, 6, 7>(low_01, low_23),
+                                 pick<0, 1, 4, 5>(high_01, high_23),
+                                 pick<2, 3, 6, 7>(high_01, high_23)};
+    tile<Taps> taps;
+#pragma GCC unroll 8
+    for (size_t i = 0; i < Taps; ++i) {
+      if constexpr (sizeof(Sample) == sizeof(float))
+        taps.tap[i] = same_bits<floats<lanes>>(word[i]);
+      else
+        taps.tap[i] = whole_numbers(i % 2 == 0 ? word[i / 2] & 0xffff : word[i / 2] >> 16);
     }
-    return result;
+    return taps;
   }
 
  private:
@@ -84,78 +83,147 @@ class scattered_tiles {
 
 #if defined(__AVX512VBMI__)
 
-/// Tiles of columns close together, of four taps at most. A window of two registers holds all taps
-/// of 16 columns of 16 bits, or of 8 columns of 32 bits, and is permuted.
-template <typename Sample>
+/// Tiles of columns close together: one window of a row, of some registers, holds all taps of the
+/// group, and is permuted for each. The last register ends where the taps end, and nothing beyond
+/// is read unless the row is shorter than a register.
+template <typename Sample, size_t Taps, size_t Registers>
 class window_tiles {
  public:
-  /// Whether the windows hold the group's taps, and lie within `readable` samples of a row.
-  [[nodiscard]] static bool hold(const area_columns& columns, size_t column, size_t readable) {
-    const uint16_t* const starts = columns.starts + column;
-    if (size_t{starts[is_narrow ? 0 : 8]} + window > readable) return false;
-    if (is_narrow) return starts[15] - starts[0] + columns.taps <= window;
-    return starts[7] - starts[0] + columns.taps <= window &&
-           starts[15] - starts[8] + columns.taps <= window;
+  /// Whether so wide a window holds the taps of each of some groups.
+  [[nodiscard]] static bool hold(const area_columns& columns, size_t column, size_t groups) {
+    for (const uint16_t* starts = columns.starts + column; groups != 0; --groups, starts += lanes)
+      if (starts[lanes - 1] - starts[0] + Taps > Registers * width) return false;
+    return true;
   }
 
+  window_tiles() = default;
   window_tiles(const area_columns& columns, size_t column) {
     const uint16_t* const starts = columns.starts + column;
+    const size_t end = starts[lanes - 1] + Taps;
+    const size_t last = end > width ? end - width : 0;
+    const size_t first = starts[0] < last ? starts[0] : last;
+    for (size_t i = 0; i + 1 < Registers; ++i) parts_[i] = first + i * width;
+    parts_[Registers - 1] = last;
     const __m512i at = _mm512_cvtepu16_epi32(load_vector<__m256i>(starts));
-    const __m512i left_start = _mm512_set1_epi32(starts[0]);
-    if constexpr (is_narrow) {
-      // Words of two taps.
-      const __m512i near = _mm512_sub_epi32(at, left_start);
-      const __m512i far = _mm512_add_epi32(near, _mm512_set1_epi32(1));
-      taps_[0] = _mm512_or_si512(near, _mm512_slli_epi32(far, 16));
-    } else {
-      // A tap of eight columns and the next one of the same; of the columns on the right the next
-      // one comes first, so that halves meet across.
-      const __m512i right_start = _mm512_set1_epi32(starts[8]);
-      const __m512i left = _mm512_sub_epi32(_mm512_shuffle_i32x4(at, at, 0x44), left_start);
-      const __m512i right = _mm512_sub_epi32(_mm512_shuffle_i32x4(at, at, 0xee), right_start);
-      const __m512i one = _mm512_set1_epi32(1);
-      taps_[0] = _mm512_mask_add_epi32(left, 0xff00, left, one);
-      taps_[1] = _mm512_mask_add_epi32(right, 0x00ff, right, one);
+    // Where the last register would stand if it followed the others.
+    const __m512i follows = all(first + (Registers - 1) * width);
+    const __m512i moved = all(first + (Registers - 1) * width - last);
+#pragma GCC unroll 4
+    for (size_t i = 0; i < Taps; ++i) {
+      const __m512i tap = _mm512_add_epi32(at, all(i));
+      in_last_[i] = _mm512_cmpge_epi32_mask(tap, follows);
+      const __m512i place = _mm512_sub_epi32(tap, all(first));
+      places_[i] = _mm512_mask_add_epi32(place, in_last_[i], place, moved);
     }
-    left_ = starts[0];
-    right_ = starts[8];
   }
 
-  template <size_t Taps>
-  [[nodiscard]] inline __attribute__((always_inline)) tile<Sample> load(const Sample* row) const {
-    tile<Sample> result;
-    const __m512i low = load_vector<__m512i>(row + left_);
-    const __m512i high = load_vector<__m512i>(row + left_ + window / 2);
-    if constexpr (is_narrow) {
-#pragma GCC unroll 2
-      for (size_t i = 0; i < (Taps + 1) / 2; ++i) {
-        const __m512i on = _mm512_set1_epi16(static_cast<int16_t>(2 * i));
-        const __m512i taps = _mm512_add_epi16(taps_[0], on);
-        result.word[i] = same_bits<words<lanes>>(_mm512_permutex2var_epi16(low, taps, high));
-      }
-    } else {
-      const __m512i right_low = load_vector<__m512i>(row + right_);
-      const __m512i right_high = load_vector<__m512i>(row + right_ + window / 2);
-#pragma GCC unroll 2
-      for (size_t i = 0; i < Taps; i += 2) {
-        const __m512i on = _mm512_set1_epi32(static_cast<int>(i));
-        const __m512i left = _mm512_permutex2var_epi32(low, _mm512_add_epi32(taps_[0], on), high);
-        const __m512i right =
-            _mm512_permutex2var_epi32(right_low, _mm512_add_epi32(taps_[1], on), right_high);
-        result.word[i] = same_bits<words<lanes>>(_mm512_mask_blend_epi32(0xff00, left, right));
-        result.word[i + 1] = same_bits<words<lanes>>(_mm512_shuffle_i32x4(left, right, 0x4e));
-      }
+  [[nodiscard]] size_t start() const { return parts_[0]; }
+  [[nodiscard]] size_t reach() const {
+    const size_t last = parts_[Registers - 1];
+    const size_t before = parts_[Registers > 1 ? Registers - 2 : 0];
+    return width + (last > before ? last : before);
+  }
+
+  template <size_t Taken>
+  [[nodiscard]] inline __attribute__((always_inline)) tile<Taps> load(const Sample* row) const {
+    static_assert(Taken == Taps);
+    __m512i part[Registers];
+#pragma GCC unroll 3
+    for (size_t i = 0; i < Registers; ++i) {
+      part[i] = load_vector<__m512i>(row + parts_[i]);
+      // Each is loaded once, not once more for each tap.
+      __asm__("" : "+v"(part[i]));
     }
-    return result;
+    tile<Taps> taps;
+#pragma GCC unroll 4
+    for (size_t i = 0; i < Taps; ++i) {
+      if constexpr (sizeof(Sample) == sizeof(float))
+        taps.tap[i] = same_bits<floats<lanes>>(pick_words(part, i));
+      else
+        taps.tap[i] = whole_numbers(same_bits<words<lanes>>(pick_halves(part, i)));
+    }
+    return taps;
   }
 
  private:
-  static constexpr bool is_narrow = sizeof(Sample) == 2;
-  static constexpr size_t window = 2 * lanes_of<Sample>;
+  static constexpr size_t width = lanes_of<Sample>;
 
-  __m512i taps_[2];
-  size_t left_;   ///< where the window is, of 32 bits that of the eight columns on the left
-  size_t right_;  ///< that of the eight on the right
+  [[nodiscard]] static inline __attribute__((always_inline)) __m512i all(size_t number) {
+    return _mm512_set1_epi32(static_cast<int>(number));
+  }
+
+  [[nodiscard]] inline __attribute__((always_inline)) __m512i pick_words(const __m512i* part,
+                                                                         size_t tap) const {
+    static_assert(Registers == 2 || Registers == 3);
+    const __m512i near = _mm512_permutex2var_epi32(part[0], places_[tap], part[1]);
+    if constexpr (Registers == 2) return near;
+    return _mm512_mask_permutexvar_epi32(near, in_last_[tap], places_[tap], part[Registers - 1]);
+  }
+
+  /// Samples of 16 bits as words.
+  [[nodiscard]] inline __attribute__((always_inline)) __m512i pick_halves(const __m512i* part,
+                                                                          size_t tap) const {
+    static_assert(Registers == 1 || Registers == 2);
+    constexpr __mmask32 lower = 0x55555555;
+    if constexpr (Registers == 1)
+      return _mm512_maskz_permutexvar_epi16(lower, places_[tap], part[0]);
+    return _mm512_maskz_permutex2var_epi16(lower, part[0], places_[tap], part[Registers - 1]);
+  }
+
+  size_t parts_[Registers];  ///< where in a row each register of the window is
+  __m512i places_[Taps];     ///< of each tap in the window
+  __mmask16 in_last_[Taps];  ///< the columns whose tap is in the last register
+};
+
+#elif defined(__AVX2__)
+
+/// Tiles of samples of 16 bits, of four taps at most: 16 bytes hold those of two columns, the
+/// second of which starts where the first ends at the latest.
+class paired_tiles {
+ public:
+  paired_tiles() = default;
+  paired_tiles(const area_columns& columns, size_t column) : starts_(columns.starts + column) {
+    const auto places_of = [](int left, int right) {
+      const __m256i samples = _mm256_setr_epi32(0, left, 1, left + 1, 0, right, 1, right + 1);
+      // Of a lane the lower two bytes are those of a sample, the others 0.
+      return _mm256_add_epi32(_mm256_mullo_epi32(samples, _mm256_set1_epi32(0x0202)),
+                              _mm256_set1_epi32(static_cast<int>(0x80800100)));
+    };
+    near_ = places_of(starts_[1] - starts_[0], starts_[5] - starts_[4]);
+    far_ = places_of(starts_[3] - starts_[2], starts_[7] - starts_[6]);
+  }
+
+  [[nodiscard]] size_t start() const { return starts_[0]; }
+  [[nodiscard]] size_t reach() const { return starts_[6] + size_t{8}; }
+
+  template <size_t Taps>
+  [[nodiscard]] inline __attribute__((always_inline)) tile<Taps> load(const uint16_t* row) const {
+    const auto pairs_at = [&](size_t column) __attribute__((always_inline)) {
+      return _mm256_inserti128_si256(
+          _mm256_castsi128_si256(load_vector<__m128i>(row + starts_[column])),
+          load_vector<__m128i>(row + starts_[column + 4]), 1);
+    };
+    const __m256i near = pairs_at(0);
+    const __m256i far = pairs_at(2);
+    tile<Taps> taps;
+#pragma GCC unroll 2
+    for (size_t i = 0; i < Taps; i += 2) {
+      const __m256i on = _mm256_set1_epi32(static_cast<int>(0x0202 * i));
+      const __m256i two_near = _mm256_shuffle_epi8(near, _mm256_add_epi32(near_, on));
+      const __m256i two_far = _mm256_shuffle_epi8(far, _mm256_add_epi32(far_, on));
+      const auto put = [&](size_t tap, __m256i samples) __attribute__((always_inline)) {
+        taps.tap[tap] = whole_numbers(same_bits<words<lanes>>(samples));
+      };
+      put(i, _mm256_unpacklo_epi64(two_near, two_far));
+      if (i + 1 < Taps) put(i + 1, _mm256_unpackhi_epi64(two_near, two_far));
+    }
+    return taps;
+  }
+
+ private:
+  const uint16_t* starts_;
+  __m256i near_;  ///< places of taps 0 and 1 of columns 0 and 1, and of 4 and 5
+  __m256i far_;   ///< of columns 2 and 3, and of 6 and 7
 };
 
 #endif

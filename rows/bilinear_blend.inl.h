@@ -17,38 +17,47 @@ namespace {
 using words = vector<uint16_t>;
 using longs = vector<uint32_t>;
 
+/// A value that is known at compile time, as an argument.
+template <bool Value>
+struct known {
+  static constexpr bool value = Value;
+};
+
 /// One register of a row that is blended across. Samples are taken as signed ones, the signs of
 /// their top bits turned over: what lacks in the sum is the same everywhere, and comes back in
 /// outputs(), like the half unit that is added here.
-template <uint32_t Windows>
+template <uint32_t Windows, bool BackUp>
 [[nodiscard]] inline __attribute__((always_inline)) whole_register blended_register(
-    const bilinear_columns<uint8_t>& columns, const uint8_t* row, size_t index) {
+    const bilinear_columns<uint8_t>& columns, const uint8_t* row, const repeated_columns& place,
+    size_t index) {
   const auto weights = load_vector<whole_register>(columns.weights + index * QO_VECTOR_BYTES);
   const whole_register pairs =
-      pairs_of_taps<Windows>(columns, row, index * register_units<uint8_t>) ^
+      pairs_of_taps<Windows, BackUp>(columns, row, place, index * register_units<uint8_t>) ^
       QO_ON_REGISTER(set1_epi8)(-128);
   // -128 * 256 ... 127 * 256 + 128 fits 16 bits.
   return QO_ON_REGISTER(add_epi16)(QO_ON_REGISTER(maddubs_epi16)(weights, pairs),
                                    QO_ON_REGISTER(set1_epi16)(128));
 }
 
-template <uint32_t Windows>
+template <uint32_t Windows, bool BackUp>
 [[nodiscard]] inline __attribute__((always_inline)) whole_register blended_register(
-    const bilinear_columns<uint16_t>& columns, const uint16_t* row, size_t index) {
+    const bilinear_columns<uint16_t>& columns, const uint16_t* row, const repeated_columns& place,
+    size_t index) {
   const auto weights = load_vector<whole_register>(columns.weights + index * QO_VECTOR_BYTES);
   const whole_register pairs =
-      pairs_of_taps<Windows>(columns, row, index * register_units<uint16_t>) ^
+      pairs_of_taps<Windows, BackUp>(columns, row, place, index * register_units<uint16_t>) ^
       QO_ON_REGISTER(set1_epi16)(INT16_MIN);
   return QO_ON_REGISTER(add_epi32)(QO_ON_REGISTER(madd_epi16)(weights, pairs),
                                    QO_ON_REGISTER(set1_epi32)(32768 * 256 + 128));
 }
 
-template <uint32_t Windows>
+template <uint32_t Windows, bool BackUp>
 [[nodiscard]] inline __attribute__((always_inline)) whole_register blended_register(
-    const bilinear_columns<uint32_t>& columns, const uint32_t* row, size_t index) {
+    const bilinear_columns<uint32_t>& columns, const uint32_t* row, const repeated_columns& place,
+    size_t index) {
   const auto far_weight = load_vector<longs>(columns.weights + index * QO_VECTOR_BYTES);
-  const whole_register a = pairs_of_taps<Windows>(columns, row, 2 * index);
-  const whole_register b = pairs_of_taps<Windows>(columns, row, 2 * index + 1);
+  const whole_register a = pairs_of_taps<Windows, BackUp>(columns, row, place, 2 * index);
+  const whole_register b = pairs_of_taps<Windows, BackUp>(columns, row, place, 2 * index + 1);
   const auto near = bits_as<longs>(lower_halves(a, b));
   const auto far = bits_as<longs>(upper_halves(a, b));
   constexpr uint32_t half = uint32_t{1} << (wide_fraction_bits - 1);
@@ -142,12 +151,46 @@ inline __attribute__((always_inline)) void blend_registers(UpperAt upper_at, Low
              count * sizeof(Element));
 }
 
+/// Goes through `count` outputs from number `first` on: calls work(done, place, index, count,
+/// back_up) for every place where the planned columns stand, of which `count` outputs from register
+/// `index` on are meant. `back_up` is a type: whether windows may have to back up.
+template <uint32_t Windows, typename Element, typename Work>
+inline __attribute__((always_inline)) void each_repeat(const bilinear_columns<Element>& columns,
+                                                       size_t first, size_t count, Work work) {
+  constexpr size_t planned = bilinear_planned<Element>;
+  const uint32_t last_start = last_start_of(columns);
+  size_t repeat = first / planned;
+  size_t skipped = first % planned;
+  for (size_t done = 0; done < count; ++repeat, skipped = 0) {
+    const size_t left = count - done;
+    const size_t here = left < planned - skipped ? left : planned - skipped;
+    const repeated_columns place{static_cast<uint32_t>(repeat) * samples_planned(columns),
+                                 last_start};
+    const size_t index = skipped / register_outputs<Element>;
+    if constexpr (Windows != 0 && sizeof(Element) != 4) {
+      if (repeat < columns.repeats_inside)
+        work(done, place, index, here, known<false>{});
+      else
+        work(done, place, index, here, known<true>{});
+    } else {
+      work(done, place, index, here, known<false>{});
+    }
+    done += here;
+  }
+}
+
 template <uint32_t Windows, typename Element>
 void across_by_window(const bilinear_columns<Element>& columns, const Element* row,
                       bilinear_row<Element>& blended) {
-  for (size_t i = 0; i < registers_for<Element>(columns.walk.count); ++i)
-    store_vector(blended.values + i * register_outputs<Element>,
-                 blended_register<Windows>(columns, row, i));
+  const auto blend = [&](size_t done, const repeated_columns& place, size_t, size_t count,
+                         auto back_up) __attribute__((always_inline)) {
+    constexpr bool back = decltype(back_up)::value;
+    const Element* const samples = row_at<Windows, back>(row, place);
+    for (size_t i = 0; i < registers_for<Element>(count); ++i)
+      store_vector(blended.values + done + i * register_outputs<Element>,
+                   blended_register<Windows, back>(columns, samples, place, i));
+  };
+  each_repeat<Windows>(columns, 0, columns.walk.count, blend);
 }
 
 template <typename Element>
@@ -163,10 +206,11 @@ void across(const bilinear_columns<Element>& columns, const Element* row,
 
 template <typename Element>
 void down(const bilinear_row<Element>& upper, const bilinear_row<Element>& lower, uint32_t v1,
-          Element* dst, size_t count) {
-  const auto register_of = [](const bilinear_row<Element>& row) {
-    return [&row](size_t i) {
-      return load_vector<whole_register>(row.values + i * register_outputs<Element>);
+          size_t first, size_t count, Element* dst) {
+  const auto register_of = [first](const bilinear_row<Element>& row) {
+    const bilinear_value<Element>* const values = row.values + first;
+    return [values](size_t i) {
+      return load_vector<whole_register>(values + i * register_outputs<Element>);
     };
   };
   blend_registers(register_of(upper), register_of(lower), v1, dst, count);
@@ -174,23 +218,34 @@ void down(const bilinear_row<Element>& upper, const bilinear_row<Element>& lower
 
 template <uint32_t Windows, typename Element>
 void across_and_down_by_window(const bilinear_columns<Element>& columns, const Element* upper,
-                               const Element* lower, uint32_t v1, Element* dst) {
-  const auto register_of = [&columns](const Element* row) {
-    return [&columns, row](size_t i) { return blended_register<Windows>(columns, row, i); };
+                               const Element* lower, uint32_t v1, size_t first, size_t count,
+                               Element* dst) {
+  const auto blend = [&](size_t done, const repeated_columns& place, size_t index, size_t here,
+                         auto back_up) __attribute__((always_inline)) {
+    constexpr bool back = decltype(back_up)::value;
+    const auto register_of = [&columns, &place, index](const Element* row) {
+      const Element* const samples = row_at<Windows, back>(row, place);
+      return [&columns, &place, index, samples](size_t i) {
+        return blended_register<Windows, back>(columns, samples, place, index + i);
+      };
+    };
+    blend_registers(register_of(upper), register_of(lower), v1, dst + done, here);
   };
-  blend_registers(register_of(upper), register_of(lower), v1, dst, columns.walk.count);
+  each_repeat<Windows>(columns, first, count, blend);
 }
 
 template <typename Element>
 void across_and_down(const bilinear_columns<Element>& columns, const Element* upper,
-                     const Element* lower, uint32_t v1, Element* dst) {
-  if (columns.windows == 0) return across_and_down_by_window<0>(columns, upper, lower, v1, dst);
+                     const Element* lower, uint32_t v1, size_t first, size_t count, Element* dst) {
+  if (columns.windows == 0)
+    return across_and_down_by_window<0>(columns, upper, lower, v1, first, count, dst);
   const auto by_window = columns.windows == 1 ? across_and_down_by_window<1, Element>
                                               : across_and_down_by_window<2, Element>;
-  if (!is_shorter_than_windows<Element>(columns)) return by_window(columns, upper, lower, v1, dst);
+  if (!is_shorter_than_windows<Element>(columns))
+    return by_window(columns, upper, lower, v1, first, count, dst);
   const filled_row<Element, 2 * window_samples<Element>> filled_upper(upper, columns.walk.extent);
   const filled_row<Element, 2 * window_samples<Element>> filled_lower(lower, columns.walk.extent);
-  by_window(columns, filled_upper.samples, filled_lower.samples, v1, dst);
+  by_window(columns, filled_upper.samples, filled_lower.samples, v1, first, count, dst);
 }
 
 }  // namespace

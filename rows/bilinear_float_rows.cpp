@@ -34,6 +34,7 @@ constexpr size_t unit_outputs = window_samples / 2;
 [[nodiscard]] inline bool plan_windows(const bilinear_float_walk& walk, uint32_t windows,
                                        bilinear_float_columns& columns) {
   using numbers = vector_n<int32_t, unit_outputs>;
+  using short_numbers = vector_n<uint16_t, unit_outputs>;
   using positions = vector_n<float, unit_outputs>;
   columns.walk = walk;
   columns.windows = windows;
@@ -55,11 +56,11 @@ constexpr size_t unit_outputs = window_samples / 2;
     const size_t last_output =
         walk.count - 1 < done + unit_outputs ? walk.count - 1 - done : unit_outputs - 1;
     if (windows != 0 && done < walk.count && far[last_output] - start >= covered) return false;
-    columns.starts[unit] = static_cast<uint32_t>(start);
-    store_vector(columns.taps + 2 * done, near - start);
-    store_vector(columns.taps + 2 * done + unit_outputs, far - start);
-    store_vector(columns.weights + 2 * done, 1.0f - fraction);
-    store_vector(columns.weights + 2 * done + unit_outputs, fraction);
+    columns.starts[unit] = static_cast<uint16_t>(start);
+    store_vector(columns.taps + 2 * done, __builtin_convertvector(near - start, short_numbers));
+    store_vector(columns.taps + 2 * done + unit_outputs,
+                 __builtin_convertvector(far - start, short_numbers));
+    store_vector(columns.fractions + done, fraction);
   }
   return true;
 }
@@ -71,18 +72,23 @@ void plan(const bilinear_float_walk& walk, bilinear_float_columns& columns) {
   (void)plan_windows(walk, 0, columns);
 }
 
+/// The samples at a unit's taps.
 template <uint32_t Windows>
-[[nodiscard]] inline __attribute__((always_inline)) whole_register unit_products(
+[[nodiscard]] inline __attribute__((always_inline)) whole_register unit_samples(
     const bilinear_float_columns& columns, const float* row, size_t unit) {
-  const uint32_t* const taps = columns.taps + unit * window_samples;
-  const auto weights = load_vector<floats>(columns.weights + unit * window_samples);
-  floats samples;
-  if constexpr (Windows == 0)
+  const uint16_t* const taps = columns.taps + unit * window_samples;
+  if constexpr (Windows == 0) {
+    floats samples;
     for (size_t i = 0; i < window_samples; ++i) samples[i] = row[taps[i]];
-  else
-    samples = bits_as<floats>(
-        permuted_longs<Windows>(row + columns.starts[unit], load_vector<whole_register>(taps)));
-  return bits_as<whole_register>(samples * weights);
+    return bits_as<whole_register>(samples);
+  } else {
+#if defined(__AVX512VBMI__)
+    const __m512i numbers = _mm512_cvtepu16_epi32(load_vector<__m256i>(taps));
+#else
+    const __m256i numbers = _mm256_cvtepu16_epi32(load_vector<__m128i>(taps));
+#endif
+    return permuted_longs<Windows>(row + columns.starts[unit], numbers);
+  }
 }
 
 /// The products of one register of outputs.
@@ -94,9 +100,11 @@ struct products {
 template <uint32_t Windows>
 [[nodiscard]] inline __attribute__((always_inline)) products products_at(
     const bilinear_float_columns& columns, const float* row, size_t index) {
-  const whole_register a = unit_products<Windows>(columns, row, 2 * index);
-  const whole_register b = unit_products<Windows>(columns, row, 2 * index + 1);
-  return {bits_as<floats>(lower_halves(a, b)), bits_as<floats>(upper_halves(a, b))};
+  const whole_register a = unit_samples<Windows>(columns, row, 2 * index);
+  const whole_register b = unit_samples<Windows>(columns, row, 2 * index + 1);
+  const auto fx = load_vector<floats>(columns.fractions + index * window_samples);
+  return {bits_as<floats>(lower_halves(a, b)) * (1.0f - fx),
+          bits_as<floats>(upper_halves(a, b)) * fx};
 }
 
 template <uint32_t Windows>
@@ -139,12 +147,12 @@ inline __attribute__((always_inline)) void blend_registers(UpperAt upper_at, Low
   }
 }
 
-void down(const bilinear_float_row& upper, const bilinear_float_row& lower, float fy, float* dst,
-          size_t count) {
-  const auto products_of = [](const bilinear_float_row& row) {
-    return [&row](size_t i) {
-      return products{load_vector<floats>(row.near + i * window_samples),
-                      load_vector<floats>(row.far + i * window_samples)};
+void down(const bilinear_float_row& upper, const bilinear_float_row& lower, float fy, size_t first,
+          size_t count, float* dst) {
+  const auto products_of = [first](const bilinear_float_row& row) {
+    return [&row, first](size_t i) {
+      return products{load_vector<floats>(row.near + first + i * window_samples),
+                      load_vector<floats>(row.far + first + i * window_samples)};
     };
   };
   blend_registers(products_of(upper), products_of(lower), fy, dst, count);
@@ -152,22 +160,27 @@ void down(const bilinear_float_row& upper, const bilinear_float_row& lower, floa
 
 template <uint32_t Windows>
 void across_and_down_by_window(const bilinear_float_columns& columns, const float* upper,
-                               const float* lower, float fy, float* dst) {
-  const auto products_of = [&columns](const float* row) {
-    return [&columns, row](size_t i) { return products_at<Windows>(columns, row, i); };
+                               const float* lower, float fy, size_t first, size_t count,
+                               float* dst) {
+  const auto products_of = [&columns, first](const float* row) {
+    return [&columns, first, row](size_t i) {
+      return products_at<Windows>(columns, row, first / window_samples + i);
+    };
   };
-  blend_registers(products_of(upper), products_of(lower), fy, dst, columns.walk.count);
+  blend_registers(products_of(upper), products_of(lower), fy, dst, count);
 }
 
 void across_and_down(const bilinear_float_columns& columns, const float* upper, const float* lower,
-                     float fy, float* dst) {
-  if (columns.windows == 0) return across_and_down_by_window<0>(columns, upper, lower, fy, dst);
+                     float fy, size_t first, size_t count, float* dst) {
+  if (columns.windows == 0)
+    return across_and_down_by_window<0>(columns, upper, lower, fy, first, count, dst);
   const auto by_window =
       columns.windows == 1 ? across_and_down_by_window<1> : across_and_down_by_window<2>;
-  if (!is_shorter_than_windows(columns)) return by_window(columns, upper, lower, fy, dst);
+  if (!is_shorter_than_windows(columns))
+    return by_window(columns, upper, lower, fy, first, count, dst);
   const filled above(upper, columns.walk.extent);
   const filled below(lower, columns.walk.extent);
-  by_window(columns, above.samples, below.samples, fy, dst);
+  by_window(columns, above.samples, below.samples, fy, first, count, dst);
 }
 
 #else
@@ -178,33 +191,33 @@ void plan(const bilinear_float_walk& walk, bilinear_float_columns& columns) {
     const float position = static_cast<float>(walk.first + i) * walk.step;
     const auto near = static_cast<uint32_t>(static_cast<int32_t>(position));
     const float fraction = position - static_cast<float>(near);
-    columns.taps[2 * i] = near;
-    columns.taps[2 * i + 1] = near < walk.extent - 1 ? near + 1 : near;
-    columns.weights[2 * i] = 1.0f - fraction;
-    columns.weights[2 * i + 1] = fraction;
+    columns.taps[2 * i] = static_cast<uint16_t>(near);
+    columns.taps[2 * i + 1] = static_cast<uint16_t>(near < walk.extent - 1 ? near + 1 : near);
+    columns.fractions[i] = fraction;
   }
 }
 
 void across(const bilinear_float_columns& columns, const float* row, bilinear_float_row& products) {
   for (size_t i = 0; i < columns.walk.count; ++i) {
-    products.near[i] = row[columns.taps[2 * i]] * columns.weights[2 * i];
-    products.far[i] = row[columns.taps[2 * i + 1]] * columns.weights[2 * i + 1];
+    products.near[i] = row[columns.taps[2 * i]] * (1.0f - columns.fractions[i]);
+    products.far[i] = row[columns.taps[2 * i + 1]] * columns.fractions[i];
   }
 }
 
-void down(const bilinear_float_row& upper, const bilinear_float_row& lower, float fy,
-          float* __restrict dst, size_t count) {
+void down(const bilinear_float_row& upper, const bilinear_float_row& lower, float fy, size_t first,
+          size_t count, float* __restrict dst) {
   for (size_t i = 0; i < count; ++i)
-    dst[i] = blend(upper.near[i], upper.far[i], lower.near[i], lower.far[i], fy);
+    dst[i] = blend(upper.near[first + i], upper.far[first + i], lower.near[first + i],
+                   lower.far[first + i], fy);
 }
 
 void across_and_down(const bilinear_float_columns& columns, const float* upper, const float* lower,
-                     float fy, float* __restrict dst) {
-  for (size_t i = 0; i < columns.walk.count; ++i) {
-    const size_t near = columns.taps[2 * i];
-    const size_t far = columns.taps[2 * i + 1];
-    const float gx = columns.weights[2 * i];
-    const float fx = columns.weights[2 * i + 1];
+                     float fy, size_t first, size_t count, float* __restrict dst) {
+  for (size_t i = 0; i < count; ++i) {
+    const size_t near = columns.taps[2 * (first + i)];
+    const size_t far = columns.taps[2 * (first + i) + 1];
+    const float fx = columns.fractions[first + i];
+    const float gx = 1.0f - fx;
     dst[i] = blend(upper[near] * gx, upper[far] * fx, lower[near] * gx, lower[far] * fx, fy);
   }
 }

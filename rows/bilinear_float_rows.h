@@ -15,8 +15,9 @@
 
 namespace qo {
 
-/// Outputs of a row that are blended together: a multiple of what any register holds.
-inline constexpr size_t bilinear_float_strip = 768;
+/// Outputs of a row that are blended together: a multiple of what any register holds. No power of
+/// two: rows a page apart would compete for the same lines of the nearest cache.
+inline constexpr size_t bilinear_float_strip = 960;
 
 /// The outputs numbered `first` and following of a row, `count` of them. No number reaches 65536,
 /// nor does a position.
@@ -31,9 +32,9 @@ struct bilinear_float_walk {
 struct bilinear_float_columns {
   bilinear_float_walk walk;
   uint32_t windows;  ///< windows of the source row around the taps of neighbouring outputs
-  alignas(64) uint32_t starts[bilinear_float_strip / 4];
-  alignas(64) uint32_t taps[2 * bilinear_float_strip];
-  alignas(64) float weights[2 * bilinear_float_strip];
+  alignas(64) uint16_t starts[bilinear_float_strip / 4];
+  alignas(64) uint16_t taps[2 * bilinear_float_strip];  ///< rows have less than 65536 samples
+  alignas(64) float fractions[bilinear_float_strip];
 };
 
 /// The products of a source row: sample c0 by gx, and sample c1 by fx.
@@ -42,7 +43,8 @@ struct bilinear_float_row {
   alignas(64) float far[bilinear_float_strip];
 };
 
-/// `count` is 1 to bilinear_float_strip; nothing overlaps.
+/// Nothing overlaps. Those that write outputs begin with output `first` of the walk, a multiple of
+/// what any register holds, and write `count`, at least 1.
 struct bilinear_float_rows {
   /// Works out the columns of a strip.
   void (*plan)(const bilinear_float_walk& walk, bilinear_float_columns& columns);
@@ -53,11 +55,11 @@ struct bilinear_float_rows {
 
   /// One output row from the products of two source rows; dst[0 ... count - 1] is written.
   void (*down)(const bilinear_float_row& upper, const bilinear_float_row& lower, float fy,
-               float* dst, size_t count);
+               size_t first, size_t count, float* dst);
 
   /// across() of two source rows and down() at once, where no other output row needs them.
   void (*across_and_down)(const bilinear_float_columns& columns, const float* upper,
-                          const float* lower, float fy, float* dst);
+                          const float* lower, float fy, size_t first, size_t count, float* dst);
 };
 
 }  // namespace qo

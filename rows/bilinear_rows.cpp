@@ -13,11 +13,21 @@
 
 namespace qo::QO_ROWS_NS {
 
+#if defined(__AVX2__)
+/// Four bytes take as long to load as to blend.
+template <typename Element>
+constexpr bool is_across_fast = sizeof(Element) != 4;
+#else
+template <typename Element>
+constexpr bool is_across_fast = false;
+#endif
+
+template <typename Element>
+constexpr bilinear_kernels<Element> kernels = {plan<Element>, across<Element>,
+                                               down<Element>, across_and_down<Element>,
+                                               pick<Element>, is_across_fast<Element>};
+
 extern const bilinear_rows bilinear;
-constinit const bilinear_rows bilinear = {
-    {plan<uint8_t>, across<uint8_t>, down<uint8_t>, across_and_down<uint8_t>, pick<uint8_t>},
-    {plan<uint16_t>, across<uint16_t>, down<uint16_t>, across_and_down<uint16_t>, pick<uint16_t>},
-    {plan<uint32_t>, across<uint32_t>, down<uint32_t>, across_and_down<uint32_t>, pick<uint32_t>},
-};
+constinit const bilinear_rows bilinear = {kernels<uint8_t>, kernels<uint16_t>, kernels<uint32_t>};
 
 }  // namespace qo::QO_ROWS_NS

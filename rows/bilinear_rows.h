@@ -27,12 +27,21 @@ template <typename Element>
 inline constexpr uint32_t bilinear_fraction_bits = sizeof(Element) == 4 ? wide_fraction_bits
                                                                         : narrow_fraction_bits;
 
-/// Outputs of a row that are blended together at most: a multiple of what any register holds. What
-/// a strip has on the stack takes less than 32 KiB, most of it stays in the nearest cache.
-inline constexpr size_t bilinear_strip = 1280;
+/// Outputs of a row that are blended together at most, a multiple of what any register holds: what
+/// a strip has on the stack takes less than 32 KiB.
+template <typename Element>
+inline constexpr size_t bilinear_strip = sizeof(Element) == 1   ? 5120
+                                         : sizeof(Element) == 2 ? 2688
+                                                                : 1280;
 
-/// The positions X of the `count` outputs of a strip, along rows of which the first `extent`
-/// samples, at least 2, may be read: first, first + step, ... None passes (extent - 1) << F.
+/// Outputs whose columns are worked out. With 8 fraction bits 256 outputs advance a whole number of
+/// samples: from there on cells and weights repeat. Twice as many save short rows the repetition.
+template <typename Element>
+inline constexpr size_t bilinear_planned = sizeof(Element) == 4 ? bilinear_strip<Element>
+                                                                : size_t{2} << narrow_fraction_bits;
+
+/// The positions X of `count` outputs, along rows of which the first `extent` samples, at least 2,
+/// may be read: first, first + step, ... None passes (extent - 1) << F.
 struct bilinear_walk {
   uint32_t first;
   uint32_t step;
@@ -47,10 +56,11 @@ using bilinear_value = std::conditional_t<sizeof(Element) == 1, uint16_t, uint32
 /// What a set of kernels has worked out about a walk. Only the set that filled it reads it.
 template <typename Element>
 struct bilinear_columns {
-  static constexpr size_t bytes = bilinear_strip * sizeof(bilinear_value<Element>);
+  static constexpr size_t bytes = bilinear_planned<Element> * sizeof(bilinear_value<Element>);
 
   bilinear_walk walk;
-  uint32_t windows;  ///< windows of the source row around the taps of neighbouring outputs
+  uint32_t windows;         ///< windows of the source row around the taps of neighbouring outputs
+  uint32_t repeats_inside;  ///< times that the planned columns stand in the row with whole windows
   alignas(64) uint32_t starts[bytes / 16];
   alignas(64) uint8_t patterns[bytes];
   alignas(64) uint8_t weights[bytes];
@@ -59,31 +69,37 @@ struct bilinear_columns {
 /// A source row blended across, of one strip. Order and offset of the values are the set's own.
 template <typename Element>
 struct bilinear_row {
-  alignas(64) bilinear_value<Element> values[bilinear_strip];
+  alignas(64) bilinear_value<Element> values[bilinear_strip<Element>];
 };
 
-/// The kernels for one element type. `count` is 1 to bilinear_strip; nothing overlaps.
+/// The kernels for one element type. Nothing overlaps. Those that write outputs begin with output
+/// `first` of the walk, a multiple of what any register holds, and write `count`, at least 1.
 template <typename Element>
 struct bilinear_kernels {
-  /// Works out the columns of a strip.
+  /// Works out the columns of a walk: of 32-bit samples bilinear_strip outputs at most, of others
+  /// any number.
   void (*plan)(const bilinear_walk& walk, bilinear_columns<Element>& columns);
 
-  /// Blends a source row across, reading row[0 ... extent - 1].
+  /// Blends a source row across, reading row[0 ... extent - 1]: bilinear_strip outputs at most.
   void (*across)(const bilinear_columns<Element>& columns, const Element* row,
                  bilinear_row<Element>& blended);
 
   /// One output row from two rows that are blended across, the lower one with the weight `v1`, at
   /// most 2^F; dst[0 ... count - 1] is written. `upper` and `lower` may be the same.
   void (*down)(const bilinear_row<Element>& upper, const bilinear_row<Element>& lower, uint32_t v1,
-               Element* dst, size_t count);
+               size_t first, size_t count, Element* dst);
 
   /// across() of two source rows and down() at once, where no other output row needs them.
   void (*across_and_down)(const bilinear_columns<Element>& columns, const Element* upper,
-                          const Element* lower, uint32_t v1, Element* dst);
+                          const Element* lower, uint32_t v1, size_t first, size_t count,
+                          Element* dst);
 
   /// What the rule leaves where every output falls on a sample: dst[i] = row[i * stride], of 32-bit
   /// samples the low 8 bits. Nothing after the last such sample is read.
   void (*pick)(const Element* row, size_t stride, Element* dst, size_t count);
+
+  /// Whether blending a row across takes hardly more time than storing it and loading it again.
+  bool is_across_fast;
 };
 
 struct bilinear_rows {

@@ -61,6 +61,19 @@ template <typename Element>
   return n;
 }
 
+/// The last sample at which windows may start: they back up from the end of what may be read.
+template <typename Element>
+[[nodiscard]] inline uint32_t last_start_of(const bilinear_columns<Element>& columns) {
+  const auto covered = static_cast<uint32_t>(columns.windows * window_samples<Element>);
+  return columns.walk.extent > covered ? columns.walk.extent - covered : 0;
+}
+
+/// Samples that the planned columns advance, a whole number where they repeat.
+template <typename Element>
+[[nodiscard]] inline uint32_t samples_planned(const bilinear_columns<Element>& columns) {
+  return columns.walk.step * (bilinear_planned<Element> >> bilinear_fraction_bits<Element>);
+}
+
 /// The pattern and weights of a unit. `offset` is the position of its first output, counted from
 /// the first sample of its window. A position on a sample takes all of that sample; what stands
 /// beside it counts for nothing and may lie outside the window.
@@ -113,24 +126,34 @@ template <typename Element>
 void plan(const bilinear_walk& walk, bilinear_columns<Element>& columns) {
   constexpr uint32_t bits = bilinear_fraction_bits<Element>;
   constexpr size_t outputs = unit_outputs<Element>;
+  constexpr size_t planned = bilinear_planned<Element>;
   columns.walk = walk;
   columns.windows = walk.step <= 2u << bits ? 1 : walk.step <= 4u << bits ? 2 : 0;
-  // Windows back up from the end of what may be read.
-  const auto covered = static_cast<uint32_t>(columns.windows * window_samples<Element>);
-  const uint32_t last_start = walk.extent > covered ? walk.extent - covered : 0;
+  const uint32_t last_start = last_start_of(columns);
+  const bool repeat = walk.count > planned;
   const auto unit_step = static_cast<uint32_t>(outputs * walk.step);
-  for (size_t i = 0; i < registers_for<Element>(walk.count); ++i)
+  uint32_t farthest = 0;
+  for (size_t i = 0; i < registers_for<Element>(repeat ? planned : walk.count); ++i)
     for (size_t part = 0; part < register_units<Element>; ++part) {
       const size_t slot = i * register_units<Element> + part;
       const uint32_t position =
           walk.first + static_cast<uint32_t>(unit_at<Element>(i, part)) * unit_step;
       const uint32_t cell = position >> bits;
-      const uint32_t start = cell < last_start ? cell : last_start;
+      // Columns that repeat back up where they come to the end.
+      const uint32_t start = repeat || cell < last_start ? cell : last_start;
+      if (start > farthest) farthest = start;
       columns.starts[slot] = columns.windows == 0 ? position : start;
       plan_unit<Element>(position - (start << bits), walk.step, columns.windows == 2,
                          columns.patterns + slot * outputs * sizeof(bilinear_value<Element>),
                          columns.weights + slot * outputs * sizeof(bilinear_value<Element>));
     }
+  columns.repeats_inside = UINT32_MAX;
+  if (!repeat || columns.windows == 0) return;
+  const uint32_t shift = samples_planned(columns);
+  if (farthest > last_start)
+    columns.repeats_inside = 0;
+  else if (shift != 0)
+    columns.repeats_inside = (last_start - farthest) / shift + 1;
 }
 
 template <typename Element>
@@ -138,34 +161,74 @@ template <typename Element>
   return columns.walk.extent < columns.windows * window_samples<Element>;
 }
 
+/// The planned columns at one of the places where they stand in a row.
+struct repeated_columns {
+  uint32_t shift;       ///< samples from where they stand first
+  uint32_t last_start;  ///< of a window
+};
+
+/// Where the windows of a slot stand, and by how many samples they had to back up.
+struct window_place {
+  uint32_t start;
+  uint32_t back;
+};
+
+/// Only windows that may have to back up count from the first sample of the row.
+template <bool BackUp, typename Element>
+[[nodiscard]] inline __attribute__((always_inline)) window_place window_at(
+    const bilinear_columns<Element>& columns, const repeated_columns& place, size_t slot) {
+  if constexpr (!BackUp) return {columns.starts[slot], 0};
+  const uint32_t start = place.shift + columns.starts[slot];
+  return start > place.last_start ? window_place{place.last_start, start - place.last_start}
+                                  : window_place{start, 0};
+}
+
+/// What pairs_of_taps() takes for the row.
+template <uint32_t Windows, bool BackUp, typename Element>
+[[nodiscard]] inline __attribute__((always_inline)) const Element* row_at(
+    const Element* row, const repeated_columns& place) {
+  return Windows == 0 || BackUp ? row : row + place.shift;
+}
+
+/// Pairs of taps whose positions are gathered from.
+template <typename Element>
+[[nodiscard]] inline __attribute__((always_inline)) whole_register gathered_pairs(
+    const bilinear_columns<Element>& columns, const Element* row, const repeated_columns& place,
+    size_t slot) {
+  // Two units of narrow samples fill a register with AVX2, all else is one unit.
+  constexpr size_t units = QO_VECTOR_BYTES / window_bytes<Element>;
+  constexpr uint32_t bits = bilinear_fraction_bits<Element>;
+  constexpr size_t outputs = unit_outputs<Element>;
+  alignas(64) Element pairs[QO_VECTOR_BYTES / sizeof(Element)];
+  for (size_t part = 0; part < units; ++part)
+    for (uint32_t i = 0; i < outputs; ++i) {
+      const uint32_t at = columns.starts[slot + part] + (place.shift << bits) +
+                          output_at<Element>(i) * columns.walk.step;
+      // After the last output positions may be anything.
+      const uint32_t last = columns.walk.extent - 1;
+      const uint32_t near = at >> bits < last ? at >> bits : last;
+      const bool is_between = near < last && at << (32 - bits) != 0;
+      const size_t first = 2 * part * outputs;
+      constexpr bool split = sizeof(Element) == 4;
+      pairs[first + (split ? i : 2 * i)] = row[near];
+      pairs[first + (split ? i + outputs : 2 * i + 1)] = row[size_t{near} + is_between];
+    }
+  return load_vector<whole_register>(pairs);
+}
+
 /// A register of pairs of taps, those of the units from number `slot` on; of a unit of 32-bit
 /// samples all near taps before all far ones.
-template <uint32_t Windows, typename Element>
+template <uint32_t Windows, bool BackUp, typename Element>
 [[nodiscard]] inline __attribute__((always_inline)) whole_register pairs_of_taps(
-    const bilinear_columns<Element>& columns, const Element* row, size_t slot) {
+    const bilinear_columns<Element>& columns, const Element* row, const repeated_columns& place,
+    size_t slot) {
   constexpr size_t pattern_bytes = unit_outputs<Element> * sizeof(bilinear_value<Element>);
   if constexpr (Windows == 0) {
-    // Two units of narrow samples fill a register with AVX2, all else is one unit.
-    constexpr size_t units = QO_VECTOR_BYTES / window_bytes<Element>;
-    constexpr uint32_t bits = bilinear_fraction_bits<Element>;
-    constexpr size_t outputs = unit_outputs<Element>;
-    alignas(64) Element pairs[QO_VECTOR_BYTES / sizeof(Element)];
-    for (size_t part = 0; part < units; ++part)
-      for (uint32_t i = 0; i < outputs; ++i) {
-        const uint32_t at = columns.starts[slot + part] + output_at<Element>(i) * columns.walk.step;
-        // After the last output positions may be anything.
-        const uint32_t last = columns.walk.extent - 1;
-        const uint32_t near = at >> bits < last ? at >> bits : last;
-        const bool is_between = near < last && at << (32 - bits) != 0;
-        const size_t first = 2 * part * outputs;
-        constexpr bool split = sizeof(Element) == 4;
-        pairs[first + (split ? i : 2 * i)] = row[near];
-        pairs[first + (split ? i + outputs : 2 * i + 1)] = row[size_t{near} + is_between];
-      }
-    return load_vector<whole_register>(pairs);
+    return gathered_pairs(columns, row, place, slot);
   } else {
     const uint8_t* const pattern = columns.patterns + slot * pattern_bytes;
-    const Element* const window = row + columns.starts[slot];
+    const window_place at = window_at<BackUp>(columns, place, slot);
+    const Element* const window = row + at.start;
     if constexpr (sizeof(Element) == 4) {
       // The numbers of the near taps, then those one above them.
 #if defined(__AVX512VBMI__)
@@ -178,8 +241,12 @@ template <uint32_t Windows, typename Element>
 #endif
       return permuted_longs<Windows>(window, taps);
     } else {
-      const auto taps = load_vector<whole_register>(pattern);
+      auto taps = load_vector<whole_register>(pattern);
 #if defined(__AVX512VBMI__)
+      if constexpr (BackUp && sizeof(Element) == 1)
+        taps = _mm512_add_epi8(taps, _mm512_set1_epi8(static_cast<char>(at.back)));
+      if constexpr (BackUp && sizeof(Element) == 2)
+        taps = _mm512_add_epi16(taps, _mm512_set1_epi16(static_cast<short>(at.back)));
       const auto low = load_vector<__m512i>(window);
       __m512i high = low;
       if constexpr (Windows == 2) high = load_vector<__m512i>(window + window_samples<Element>);
@@ -190,7 +257,14 @@ template <uint32_t Windows, typename Element>
         return Windows == 2 ? _mm512_permutex2var_epi16(low, taps, high)
                             : _mm512_permutexvar_epi16(taps, low);
 #else
-      const Element* const second = row + columns.starts[slot + 1];
+      const window_place then = window_at<BackUp>(columns, place, slot + 1);
+      const Element* const second = row + then.start;
+      if constexpr (BackUp) {
+        const auto bytes_back = [](const window_place& window_of_unit) {
+          return _mm_set1_epi8(static_cast<char>(window_of_unit.back * sizeof(Element)));
+        };
+        taps = _mm256_add_epi8(taps, _mm256_set_m128i(bytes_back(then), bytes_back(at)));
+      }
       const __m256i low = _mm256_shuffle_epi8(
           _mm256_set_m128i(load_vector<__m128i>(second), load_vector<__m128i>(window)), taps);
       if constexpr (Windows == 1) return low;

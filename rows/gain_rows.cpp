@@ -23,12 +23,19 @@ template <size_t Lanes>
   return __builtin_convertvector(narrow, vector_n<int32_t, Lanes>);
 }
 
-/// What `Lanes` samples from `i` on become, each in the low half of a lane.
+/// `Lanes` samples from `i` on times their gains.
+template <size_t Lanes>
+[[nodiscard]] inline __attribute__((always_inline)) vector_n<float, Lanes> products(
+    const uint16_t* source, const float* gains, size_t i) {
+  const auto values = __builtin_convertvector(widened<Lanes>(source + i), vector_n<float, Lanes>);
+  return values * load_vector<vector_n<float, Lanes>>(gains + i);
+}
+
+/// What they become, each in the low half of a lane.
 template <size_t Lanes>
 [[nodiscard]] inline __attribute__((always_inline)) vector_n<int32_t, Lanes> scaled(
     const uint16_t* source, const float* gains, size_t i) {
-  const auto values = __builtin_convertvector(widened<Lanes>(source + i), vector_n<float, Lanes>);
-  return truncate_lanes_for_low_16<Lanes>(values * load_vector<vector_n<float, Lanes>>(gains + i));
+  return truncate_lanes_for_low_16<Lanes>(products<Lanes>(source, gains, i));
 }
 
 /// The low halves of all lanes of both, in order.
@@ -60,6 +67,37 @@ inline __attribute__((always_inline)) void scale_block(const uint16_t* source, c
   return samples < count ? samples : count;
 }
 
+#if defined(__AVX2__)
+[[nodiscard]] inline __attribute__((always_inline)) bool any_negative(
+    const vector<int32_t>& values) {
+#if QO_VECTOR_BYTES == 64
+  return _mm512_movepi32_mask(same_bits<__m512i>(values)) != 0;
+#else
+  return _mm256_movemask_ps(same_bits<__m256>(values)) != 0;
+#endif
+}
+
+/// Scales four registers of samples. What is out of range truncates to a negative number, and gains
+/// of lenses give no others: mostly one look at all signs is enough.
+inline __attribute__((always_inline)) void scale_four(const uint16_t* source, const float* gains,
+                                                      uint16_t* target, size_t i) {
+  constexpr size_t lanes = lanes_of<float>;
+  vector<float> product[4];
+  vector<int32_t> result[4];
+#pragma GCC unroll 4
+  for (size_t r = 0; r < 4; ++r) {
+    product[r] = products<lanes>(source, gains, i + r * lanes);
+    result[r] = truncate_or_lowest<lanes>(product[r]);
+  }
+  if (any_negative((result[0] | result[1]) | (result[2] | result[3]))) {
+#pragma GCC unroll 4
+    for (size_t r = 0; r < 4; ++r) result[r] = truncate_lanes_for_low_16<lanes>(product[r]);
+  }
+  store_vector(target + i, low_halves(result[0], result[1]));
+  store_vector(target + i + 2 * lanes, low_halves(result[2], result[3]));
+}
+#endif
+
 void scale(const uint16_t* source, const float* gains, uint16_t* target, size_t count) {
   // No vector is moved back to be whole: in place, its samples would be scaled twice. Stores that
   // cross cache lines cost most where everything is near, so the first whole one is aligned.
@@ -70,6 +108,9 @@ void scale(const uint16_t* source, const float* gains, uint16_t* target, size_t 
     for (; first - i >= 4; i += 4) scale_block<4>(source, gains, target, i);
     for (; i < first; ++i) scale_block<1>(source, gains, target, i);
   }
+#if defined(__AVX2__)
+  for (; count - i >= 4 * lanes; i += 4 * lanes) scale_four(source, gains, target, i);
+#endif
   for (; count - i >= 2 * lanes; i += 2 * lanes) {
     const auto low = scaled<lanes>(source, gains, i);
     const auto high = scaled<lanes>(source, gains, i + lanes);

@@ -1,7 +1,7 @@
 /// The processor's own operations, for kernels that are written by hand for one instruction set.
 #pragma once
 
-#if defined(__AVX2__)
+#if defined(__SSE2__)
 
 #if defined(__GNUC__) && !defined(__clang__)
 // GCC 12 takes the operands that its header leaves undefined on purpose for forgotten ones.

@@ -78,29 +78,35 @@ template <size_t Lanes>
   return in_range | ((v >= limit) & INT32_MAX) | ((v <= -limit) & INT32_MIN);
 }
 
+#if defined(__AVX2__)
+/// Lane by lane what the processor truncates to: what is out of range, or no number, becomes
+/// INT32_MIN.
+template <size_t Lanes>
+[[nodiscard]] inline __attribute__((always_inline)) vector_n<int32_t, Lanes> truncate_or_lowest(
+    vector_n<float, Lanes> v) {
+  if constexpr (Lanes == 4) {
+    return same_bits<vector_n<int32_t, 4>>(_mm_cvttps_epi32(same_bits<__m128>(v)));
+  } else if constexpr (Lanes == 8) {
+    return same_bits<vector_n<int32_t, 8>>(_mm256_cvttps_epi32(same_bits<__m256>(v)));
+  } else {
+#if defined(__AVX512F__)
+    static_assert(Lanes == 16);
+    return same_bits<vector_n<int32_t, 16>>(_mm512_cvttps_epi32(same_bits<__m512>(v)));
+#endif
+  }
+}
+#endif
+
 /// Lane by lane a value whose low 16 bits are those of truncate_lanes().
 template <size_t Lanes>
 [[nodiscard]] inline __attribute__((always_inline)) vector_n<int32_t, Lanes>
 truncate_lanes_for_low_16(vector_n<float, Lanes> v) {
 #if defined(__AVX2__)
-  // What is out of range, or no number, becomes INT32_MIN here, which ends in 16 zeros: right for
-  // a NaN and for what is too low. INT32_MAX ends in 16 ones.
-  vector_n<int32_t, Lanes> truncated;
-  if constexpr (Lanes == 8) {
-    truncated = same_bits<vector_n<int32_t, 8>>(_mm256_cvttps_epi32(same_bits<__m256>(v)));
-  } else if constexpr (Lanes == 4) {
-    truncated = same_bits<vector_n<int32_t, 4>>(_mm_cvttps_epi32(same_bits<__m128>(v)));
-#if defined(__AVX512F__)
-  } else if constexpr (Lanes == 16) {
-    truncated = same_bits<vector_n<int32_t, 16>>(_mm512_cvttps_epi32(same_bits<__m512>(v)));
+  // INT32_MIN ends in 16 zeros: right for a NaN and for what is too low. INT32_MAX ends in 16 ones.
+  if constexpr (Lanes == 4 || Lanes == 8 || Lanes == lanes_of<float>)
+    return truncate_or_lowest<Lanes>(v) | (v >= 2147483648.0f);
 #endif
-  } else {
-    return truncate_lanes<Lanes>(v);
-  }
-  return truncated | (v >= 2147483648.0f);
-#else
   return truncate_lanes<Lanes>(v);
-#endif
 }
 
 }  // namespace

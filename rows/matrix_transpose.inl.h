@@ -51,11 +51,11 @@ template <typename Row>
     return upper;
   } else {
 #if defined(__AVX2__)
-    // Straight from memory, which GCC does not find: from a register it costs one shuffle more, and
-    // shuffles are what a transpose waits for.
-    const __m128 lower = _mm_loadu_ps(reinterpret_cast<const float*>(base + 4 * row));
+    // Repeated by the load and blended: an insertion would be one shuffle more, and shuffles are
+    // what a transpose waits for.
+    const __m256 lower = _mm256_broadcast_ps(reinterpret_cast<const __m128*>(base + 4 * row));
     return same_bits<Row>(
-        _mm256_insertf128_ps(_mm256_castps128_ps256(same_bits<__m128>(upper)), lower, 1));
+        _mm256_blend_ps(_mm256_castps128_ps256(same_bits<__m128>(upper)), lower, 0xf0));
 #else
     const quad lower = load_vector<quad>(base + 4 * row);
     return __builtin_shufflevector(upper, lower, 0, 1, 2, 3, 4, 5, 6, 7);
@@ -63,24 +63,28 @@ template <typename Row>
   }
 }
 
+/// Four columns, each as a vector, of the quads of rows 0, 1, 2 and 3.
+inline __attribute__((always_inline)) void transpose_quads(tile_row r0, tile_row r1, tile_row r2,
+                                                           tile_row r3, tile_row* columns) {
+  const tile_row lower_01 = lower_floats(r0, r1);
+  const tile_row lower_23 = lower_floats(r2, r3);
+  const tile_row upper_01 = upper_floats(r0, r1);
+  const tile_row upper_23 = upper_floats(r2, r3);
+  columns[0] = lower_pairs(lower_01, lower_23);
+  columns[1] = upper_pairs(lower_01, lower_23);
+  columns[2] = lower_pairs(upper_01, upper_23);
+  columns[3] = upper_pairs(upper_01, upper_23);
+}
+
 /// Columns [0, tile) of the tile rows at `base`, each as a vector.
 inline __attribute__((always_inline)) void load_columns(const uint8_t* base, ptrdiff_t row,
                                                         tile_row (&columns)[tile]) {
 #pragma GCC unroll 2
-  for (size_t q = 0; q < tile / 4; ++q) {
-    const uint8_t* const from = base + float_bytes(4 * q);
-    const tile_row r0 = load_quads<tile_row>(from, row);
-    const tile_row r1 = load_quads<tile_row>(from + row, row);
-    const tile_row r2 = load_quads<tile_row>(from + 2 * row, row);
-    const tile_row r3 = load_quads<tile_row>(from + 3 * row, row);
-    const tile_row lower_01 = lower_floats(r0, r1);
-    const tile_row lower_23 = lower_floats(r2, r3);
-    const tile_row upper_01 = upper_floats(r0, r1);
-    const tile_row upper_23 = upper_floats(r2, r3);
-    columns[4 * q] = lower_pairs(lower_01, lower_23);
-    columns[4 * q + 1] = upper_pairs(lower_01, lower_23);
-    columns[4 * q + 2] = lower_pairs(upper_01, upper_23);
-    columns[4 * q + 3] = upper_pairs(upper_01, upper_23);
+  for (size_t q = 0; q < tile; q += 4) {
+    const uint8_t* const from = base + float_bytes(q);
+    transpose_quads(load_quads<tile_row>(from, row), load_quads<tile_row>(from + row, row),
+                    load_quads<tile_row>(from + 2 * row, row),
+                    load_quads<tile_row>(from + 3 * row, row), columns + q);
   }
 }
 

@@ -18,10 +18,11 @@ void copy_one_by_one(const plane_row<Sample>& src, const Sample* columns, Sample
   for (size_t i = 0; i < count; ++i) dst[i] = row[columns[i] < last ? columns[i] : last];
 }
 
-/// What is thinned out is read faster than the processor foresees: every row begins elsewhere.
+/// What is thinned out is read faster than the processor foresees: every row begins elsewhere. The
+/// second cache waits for more of it at a time than the first.
 template <size_t Count, typename Sample>
 inline __attribute__((always_inline)) void prefetch(const Sample* from) {
-  for (size_t i = 0; i < Count; i += 64 / sizeof(Sample)) __builtin_prefetch(from + i);
+  for (size_t i = 0; i < Count; i += 64 / sizeof(Sample)) __builtin_prefetch(from + i, 0, 2);
 }
 
 /// From windows, all of which lie in the plane, or of which one that would leave it is moved back

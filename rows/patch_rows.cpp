@@ -8,11 +8,8 @@
 
 #include "rows/patch_rows.h"
 
+#include "rows/intrinsics.h"
 #include "rows/lanes.h"
-
-#if defined(__AVX2__)
-#include <immintrin.h>
-#endif
 
 namespace qo::QO_ROWS_NS {
 namespace {
@@ -31,18 +28,32 @@ struct cubic {
 template <typename Value>
 [[nodiscard]] inline __attribute__((always_inline)) cubic<Value> cubic_through(Value p0, Value p1,
                                                                                Value p2, Value p3) {
-  const Value slope1 = (p2 - p0) * 0.5f;
-  const Value slope2 = (p3 - p1) * 0.5f;
   const Value rise = p2 - p1;
-  const Value c3 = (slope1 + slope2) - (rise + rise);
-  return {p1, slope1, (rise - slope1) - c3, c3};
+  const Value bend1 = (rise - (p1 - p0)) * 0.5f;
+  const Value bend2 = ((p3 - p2) - rise) * 0.5f;
+  const Value c3 = bend2 - bend1;
+  return {p1, rise - bend1, bend1 - c3, c3};
+}
+
+/// A fraction and its powers.
+template <typename Value>
+struct powers {
+  Value t;
+  Value t2;
+  Value t3;
+};
+
+template <typename Value>
+[[nodiscard]] inline __attribute__((always_inline)) powers<Value> powers_of(Value t) {
+  const Value t2 = t * t;
+  return {t, t2, t2 * t};
 }
 
 /// The rounded value: this order is the contract.
 template <typename Value>
-[[nodiscard]] inline __attribute__((always_inline)) Value value_at(const cubic<Value>& of, Value t,
-                                                                   Value t2, Value t3) {
-  return ((of.c0 + of.c1 * t) + of.c2 * t2) + of.c3 * t3;
+[[nodiscard]] inline __attribute__((always_inline)) Value value_at(const cubic<Value>& of,
+                                                                   const powers<Value>& of_t) {
+  return ((of.c0 + of.c1 * of_t.t) + of.c2 * of_t.t2) + of.c3 * of_t.t3;
 }
 
 using floats = vector<float>;
@@ -52,6 +63,28 @@ constexpr size_t lanes = lanes_of<float>;
 /// columns more belong to the last cell, and a vector may begin at any of them.
 constexpr size_t strip_cells = patch_strip + 8;
 constexpr size_t row_room = strip_cells + lanes;
+
+/// To -255 ... 65535; a NaN becomes -255.
+[[nodiscard]] inline __attribute__((always_inline)) floats clamp(floats value) {
+  const floats low = floats{} - 255.0f;
+  const floats high = floats{} + 65535.0f;
+#if QO_VECTOR_BYTES == 64
+  return _mm512_min_ps(_mm512_max_ps(value, low), high);
+#elif QO_VECTOR_BYTES == 32
+  return _mm256_min_ps(_mm256_max_ps(value, low), high);
+#elif defined(__SSE2__)
+  return _mm_min_ps(_mm_max_ps(value, low), high);
+#else
+  const floats raised = value > low ? value : low;
+  return raised < high ? raised : high;
+#endif
+}
+
+/// Row y of the results that follow from R_0 ... R_3.
+[[nodiscard]] inline __attribute__((always_inline)) floats result_at(const cubic<floats>& of,
+                                                                     const powers<floats>& height) {
+  return clamp(value_at(of, height));
+}
 
 /// The four rows of samples, combined column by column to the coefficients of ty^m.
 struct combined_rows {
@@ -70,7 +103,8 @@ inline __attribute__((always_inline)) void combine_columns(const float* const ro
 }
 
 /// Combines columns `first` to `first` + `count` - 1; one vector of zeros follows.
-void combine_rows(const float* const rows[4], size_t first, size_t count, combined_rows& result) {
+inline void combine_rows(const float* const rows[4], size_t first, size_t count,
+                         combined_rows& result) {
   size_t c = 0;
   if (count >= lanes) {
     for (; c + lanes <= count; c += lanes) combine_columns(rows, first, c, result);
@@ -88,19 +122,88 @@ void combine_rows(const float* const rows[4], size_t first, size_t count, combin
   for (float(&row)[row_room] : result.m) store_vector(row + count, floats{});
 }
 
-/// The coefficients a[m][n] of every cell of a strip.
+#if QO_VECTOR_BYTES > 16
+
+/// a[m][0] ... a[m][3] of as many cells as there are lanes, from the combined columns of theirs.
+[[nodiscard]] inline __attribute__((always_inline)) cubic<floats> patches_at(
+    const combined_rows& combined, size_t m, size_t cell) {
+  const float* const column = combined.m[m] + cell;
+  return cubic_through(load_vector<floats>(column), load_vector<floats>(column + 1),
+                       load_vector<floats>(column + 2), load_vector<floats>(column + 3));
+}
+
+using indices = vector<int32_t>;
+
+#endif
+
+#if QO_VECTOR_BYTES == 64
+
+/// Lane x of the result is lane `index[x]` of `window`.
+[[nodiscard]] inline __attribute__((always_inline)) floats permute(floats window, indices index) {
+  return _mm512_permutexvar_ps(same_bits<__m512i>(index), window);
+}
+
+[[nodiscard]] inline __attribute__((always_inline)) cubic<floats> permute(const cubic<floats>& of,
+                                                                          indices index) {
+  return {permute(of.c0, index), permute(of.c1, index), permute(of.c2, index),
+          permute(of.c3, index)};
+}
+
+/// The patches of a window of cells stay in registers for all columns that lie in it.
+void enlarge_strip(const combined_rows& combined, size_t first, const float* positions,
+                   size_t count, const powers<floats>* heights, size_t result_count, float* dst,
+                   size_t stride) {
+  size_t x = 0;
+  while (x < count) {
+    const size_t begin = static_cast<size_t>(positions[x]);
+    cubic<floats> a[4];
+    for (size_t m = 0; m < 4; ++m) a[m] = patches_at(combined, m, begin - first);
+    for (size_t turn = 0; x < count; ++turn) {
+      const auto present =
+          static_cast<__mmask16>(x + lanes <= count ? UINT16_MAX : (1u << (count - x)) - 1);
+      const floats at = _mm512_maskz_loadu_ps(present, positions + x);
+      const indices cells = __builtin_convertvector(at, indices);
+      const indices index = cells - static_cast<int32_t>(begin);
+      const __mmask16 inside = _mm512_mask_cmplt_epu32_mask(
+          present, same_bits<__m512i>(index), _mm512_set1_epi32(static_cast<int32_t>(lanes)));
+      // A window that serves only a few more columns is left for one that serves them all.
+      constexpr __mmask16 half = (1u << (lanes / 2)) - 1;
+      if (turn != 0 && inside != present && (inside & half) != half) break;
+      const powers<floats> t = powers_of(at - __builtin_convertvector(cells, floats));
+      const cubic<floats> r = {value_at(permute(a[0], index), t), value_at(permute(a[1], index), t),
+                               value_at(permute(a[2], index), t),
+                               value_at(permute(a[3], index), t)};
+      float* to = dst + x;
+      if (inside == UINT16_MAX) {
+        for (size_t y = 0; y < result_count; ++y, to += stride)
+          store_vector(to, result_at(r, heights[y]));
+        x += lanes;
+      } else {
+        for (size_t y = 0; y < result_count; ++y, to += stride)
+          _mm512_mask_storeu_ps(to, inside, result_at(r, heights[y]));
+        x += static_cast<size_t>(__builtin_popcount(inside));
+        if (inside != present) break;
+      }
+    }
+  }
+}
+
+#elif QO_VECTOR_BYTES == 32
+
+/// Columns whose patches are kept at a time: few enough to stay in the nearest cache.
+constexpr size_t chunk = 256;
+
+/// The coefficients a[m][n] of every cell of a chunk.
 struct cell_patches {
-  alignas(64) float a[4][4][row_room];
+  alignas(64) float a[4][4][chunk + 2 * lanes];
 };
 
-/// The patches of `count` cells, from the combined columns of theirs.
-void make_patches(const combined_rows& combined, size_t count, cell_patches& patches) {
+/// The patches of `count` cells, whose combined columns begin at `first`.
+inline void make_patches(const combined_rows& combined, size_t first, size_t count,
+                         cell_patches& patches) {
   for (size_t m = 0; m < 4; ++m) {
     for (size_t cell = 0; cell < count; cell += lanes) {
-      const float* const column = combined.m[m] + cell;
-      const cubic<floats> of =
-          cubic_through(load_vector<floats>(column), load_vector<floats>(column + 1),
-                        load_vector<floats>(column + 2), load_vector<floats>(column + 3));
+      const cubic<floats> of = patches_at(combined, m, first + cell);
       store_vector(patches.a[m][0] + cell, of.c0);
       store_vector(patches.a[m][1] + cell, of.c1);
       store_vector(patches.a[m][2] + cell, of.c2);
@@ -109,117 +212,150 @@ void make_patches(const combined_rows& combined, size_t count, cell_patches& pat
   }
 }
 
-#if QO_VECTOR_BYTES > 16
-
 /// Lane x of the result is lane `index[x]` of the vector at `window`.
 [[nodiscard]] inline __attribute__((always_inline)) floats permute(const float* window,
-                                                                   vector<int32_t> index) {
-#if QO_VECTOR_BYTES == 64
-  // With a mask, because GCC 12 warns of what the plain form leaves undefined.
-  return _mm512_maskz_permutexvar_ps(UINT16_MAX, reinterpret_cast<__m512i>(index),
-                                     load_vector<floats>(window));
-#else
-  return _mm256_permutevar8x32_ps(load_vector<floats>(window), reinterpret_cast<__m256i>(index));
-#endif
+                                                                   indices index) {
+  return _mm256_permutevar8x32_ps(load_vector<floats>(window), same_bits<__m256i>(index));
 }
 
-/// R_m of as many columns as there are lanes, at `positions`: a window of patches, which begins at
-/// the first column's cell, permuted. What the window holds beyond the last cell is not chosen.
-inline __attribute__((always_inline)) void along_lanes(const cell_patches& patches, size_t first,
-                                                       floats positions, size_t x,
-                                                       patch_values* values) {
-  using indices = vector<int32_t>;
+/// R_0 ... R_3 of as many columns as there are lanes: a window of patches, which begins at the
+/// first column's cell, permuted. What the window holds beyond the last cell is not chosen.
+[[nodiscard]] inline __attribute__((always_inline)) cubic<floats> along_lanes(
+    const cell_patches& patches, size_t first, floats positions) {
   const indices cells = __builtin_convertvector(positions, indices);
-  const floats t = positions - __builtin_convertvector(cells, floats);
-  const floats t2 = t * t;
-  const floats t3 = t2 * t;
+  const powers<floats> t = powers_of(positions - __builtin_convertvector(cells, floats));
   const indices index = cells - cells[0];
   const size_t begin = static_cast<size_t>(cells[0]) - first;
-  if (cells[lanes - 1] - cells[0] < static_cast<int32_t>(lanes)) [[likely]] {
-    for (size_t m = 0; m < 4; ++m) {
-      const auto& a = patches.a[m];
-      const cubic<floats> of = {permute(a[0] + begin, index), permute(a[1] + begin, index),
-                                permute(a[2] + begin, index), permute(a[3] + begin, index)};
-      store_vector(values->m[m] + x, value_at(of, t, t2, t3));
-    }
-    return;
+  const auto along = [&](size_t m) __attribute__((always_inline)) {
+    const auto& a = patches.a[m];
+    return value_at(cubic<floats>{permute(a[0] + begin, index), permute(a[1] + begin, index),
+                                  permute(a[2] + begin, index), permute(a[3] + begin, index)},
+                    t);
+  };
+  return {along(0), along(1), along(2), along(3)};
+}
+
+/// Fewer columns than there are lanes. The lanes beyond the last column repeat it.
+void enlarge_few(const cell_patches& patches, size_t first, const float* positions, size_t count,
+                 const powers<floats>* heights, size_t result_count, float* dst, size_t stride) {
+  float repeated[lanes];
+  for (size_t lane = 0; lane < lanes; ++lane)
+    repeated[lane] = positions[lane < count ? lane : count - 1];
+  const cubic<floats> r = along_lanes(patches, first, load_vector<floats>(repeated));
+  for (size_t y = 0; y < result_count; ++y, dst += stride) {
+    const floats results = result_at(r, heights[y]);
+    for (size_t lane = 0; lane < count; ++lane) dst[lane] = results[lane];
   }
-  for (size_t lane = 0; lane < lanes; ++lane) {
-    const size_t cell = static_cast<size_t>(cells[lane]) - first;
-    for (size_t m = 0; m < 4; ++m) {
-      const auto& a = patches.a[m];
-      values->m[m][x + lane] =
-          value_at(cubic<float>{a[0][cell], a[1][cell], a[2][cell], a[3][cell]}, t[lane], t2[lane],
-                   t3[lane]);
+}
+
+void enlarge_chunk(const combined_rows& combined, size_t first, const float* positions,
+                   size_t count, const powers<floats>* heights, size_t result_count, float* dst,
+                   size_t stride) {
+  const size_t first_cell = static_cast<size_t>(positions[0]);
+  const size_t last_cell = static_cast<size_t>(positions[count - 1]);
+  cell_patches patches;
+  make_patches(combined, first_cell - first, last_cell + 1 - first_cell, patches);
+  const auto few = [&](size_t x, size_t width) {
+    enlarge_few(patches, first_cell, positions + x, width, heights, result_count, dst + x, stride);
+  };
+  size_t x = 0;
+  for (; x + lanes <= count; x += lanes) {
+    const float* const at = positions + x;
+    if (static_cast<size_t>(at[lanes - 1]) - static_cast<size_t>(at[0]) >= lanes) [[unlikely]] {
+      few(x, lanes / 2);  // rounding skipped a cell
+      few(x + lanes / 2, lanes / 2);
+      continue;
     }
+    const cubic<floats> r = along_lanes(patches, first_cell, load_vector<floats>(at));
+    float* to = dst + x;
+    for (size_t y = 0; y < result_count; ++y, to += stride)
+      store_vector(to, result_at(r, heights[y]));
   }
+  if (x < count) few(x, count - x);
+}
+
+void enlarge_strip(const combined_rows& combined, size_t first, const float* positions,
+                   size_t count, const powers<floats>* heights, size_t result_count, float* dst,
+                   size_t stride) {
+  for (size_t x = 0; x < count; x += chunk)
+    enlarge_chunk(combined, first, positions + x, count - x < chunk ? count - x : chunk, heights,
+                  result_count, dst + x, stride);
 }
 
 #else
 
-/// R_0 ... R_3 of a few columns, lane m being R_m, one column after the other: no permutation by a
+static_assert(lanes == 4);
+
+/// Rows become columns.
+inline __attribute__((always_inline)) void transpose(floats (&v)[4]) {
+  const floats low01 = __builtin_shufflevector(v[0], v[1], 0, 4, 1, 5);
+  const floats high01 = __builtin_shufflevector(v[0], v[1], 2, 6, 3, 7);
+  const floats low23 = __builtin_shufflevector(v[2], v[3], 0, 4, 1, 5);
+  const floats high23 = __builtin_shufflevector(v[2], v[3], 2, 6, 3, 7);
+  v[0] = __builtin_shufflevector(low01, low23, 0, 1, 4, 5);
+  v[1] = __builtin_shufflevector(low01, low23, 2, 3, 6, 7);
+  v[2] = __builtin_shufflevector(high01, high23, 0, 1, 4, 5);
+  v[3] = __builtin_shufflevector(high01, high23, 2, 3, 6, 7);
+}
+
+/// One column after the other, lane m being of the coefficients of ty^m: no permutation by a
 /// variable index is needed.
-inline __attribute__((always_inline)) void along_lanes(const cell_patches& patches, size_t first,
-                                                       floats positions, size_t x,
-                                                       patch_values* values) {
-  static_assert(lanes == 4);
-  floats columns[4];
-  for (size_t lane = 0; lane < 4; ++lane) {
-    const size_t cell = static_cast<size_t>(positions[lane]);
-    const floats t = floats{} + (positions[lane] - static_cast<float>(cell));
-    const floats t2 = t * t;
-    const auto coefficients =
-        [&patches, at = cell - first ](size_t n) __attribute__((always_inline)) {
-      return floats{patches.a[0][n][at], patches.a[1][n][at], patches.a[2][n][at],
-                    patches.a[3][n][at]};
-    };
-    columns[lane] =
-        value_at(cubic<floats>{coefficients(0), coefficients(1), coefficients(2), coefficients(3)},
-                 t, t2, t2 * t);
+void enlarge_strip(const combined_rows& combined, size_t first, const float* positions,
+                   size_t count, const powers<floats>* heights, size_t result_count, float* dst,
+                   size_t stride) {
+  const size_t cells = static_cast<size_t>(positions[count - 1]) + 1 - first;
+  floats turned[row_room];
+  for (size_t column = 0; column < cells + 3; column += lanes) {
+    floats of[4];
+    for (size_t m = 0; m < 4; ++m) of[m] = load_vector<floats>(combined.m[m] + column);
+    transpose(of);
+    for (size_t c = 0; c < 4; ++c) turned[column + c] = of[c];
   }
-  for (size_t m = 0; m < 4; ++m)
-    store_vector(values->m[m] + x,
-                 floats{columns[0][m], columns[1][m], columns[2][m], columns[3][m]});
+  size_t cell = SIZE_MAX;
+  cubic<floats> patch = {};
+  for (size_t x = 0; x < count; x += lanes) {
+    floats r[4];
+    for (size_t lane = 0; lane < 4; ++lane) {
+      // The lanes beyond the last column repeat it.
+      const float position = positions[x + lane < count ? x + lane : count - 1];
+      const size_t i = static_cast<size_t>(position);
+      const float t = position - static_cast<float>(i);
+      if (i != cell) {
+        cell = i;
+        const floats* const p = turned + (i - first);
+        patch = cubic_through(p[0], p[1], p[2], p[3]);
+      }
+      r[lane] = value_at(patch, powers_of(floats{} + t));
+    }
+    transpose(r);
+    float* to = dst + x;
+    for (size_t y = 0; y < result_count; ++y, to += stride) {
+      const floats results = result_at({r[0], r[1], r[2], r[3]}, heights[y]);
+      if (x + lanes <= count) {
+        store_vector(to, results);
+      } else {
+        for (size_t lane = 0; x + lane < count; ++lane) to[lane] = results[lane];
+      }
+    }
+  }
 }
 
 #endif
 
-void along(const float* const rows[4], const float* positions, size_t count, patch_values* values) {
+void enlarge(const float* const rows[4], const float* positions, size_t count, const float* ty,
+             size_t result_count, float* dst, size_t stride) {
   const size_t first = static_cast<size_t>(positions[0]);
   const size_t last = static_cast<size_t>(positions[count - 1]);
   combined_rows combined;
   combine_rows(rows, first, last + 4 - first, combined);
-  cell_patches patches;
-  make_patches(combined, last + 1 - first, patches);
-  size_t x = 0;
-  for (; x + lanes <= count; x += lanes)
-    along_lanes(patches, first, load_vector<floats>(positions + x), x, values);
-  if (x == count) return;
-  // The lanes beyond the last column repeat it.
-  float repeated[lanes];
-  for (size_t lane = 0; lane < lanes; ++lane)
-    repeated[lane] = positions[x + lane < count ? x + lane : count - 1];
-  along_lanes(patches, first, load_vector<floats>(repeated), x, values);
-}
-
-void across(const patch_values* values, float ty, size_t count, float* __restrict dst) {
-  const float* const r0 = values->m[0];
-  const float* const r1 = values->m[1];
-  const float* const r2 = values->m[2];
-  const float* const r3 = values->m[3];
-  const float ty2 = ty * ty;
-  const float ty3 = ty2 * ty;
-  for (size_t x = 0; x < count; ++x) {
-    const float value = ((r0[x] + r1[x] * ty) + r2[x] * ty2) + r3[x] * ty3;
-    // Each comparison fails for a NaN, which thereby ends at the lower bound.
-    const float raised = value > -255.0f ? value : -255.0f;
-    dst[x] = raised < 65535.0f ? raised : 65535.0f;
-  }
+  powers<floats> heights[patch_results];
+  for (size_t y = 0; y < result_count; ++y) heights[y] = powers_of(floats{} + ty[y]);
+  enlarge_strip(combined, first, positions, count, heights, result_count, dst, stride);
 }
 
 }  // namespace
 
 extern const patch_rows patches;
-constinit const patch_rows patches = {along, across};
+constinit const patch_rows patches = {enlarge};
 
 }  // namespace qo::QO_ROWS_NS

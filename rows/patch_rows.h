@@ -14,28 +14,24 @@
 
 namespace qo {
 
-/// The most columns that one call of a kernel takes.
-inline constexpr size_t patch_strip = 256;
-
-/// R_m of column x is m[m][x].
-struct patch_values {
-  alignas(64) float m[4][patch_strip];
-};
+/// The most columns, and the most rows of results, that one call of a kernel takes.
+inline constexpr size_t patch_strip = 512;
+inline constexpr size_t patch_results = 16;
 
 struct patch_rows {
-  /// R_0 ... R_3 of `count` columns, at least 1. `rows` are the four rows of samples that the cells
-  /// lie on; column x is at positions[x], whose integer part i, not negative, is its cell and whose
-  /// fraction is tx: its samples are i ... i + 3 of each row. Positions rise by at most 1 from
-  /// column to column, but for their rounding. Values from `count` on are left undefined.
+  /// `result_count` rows of results, `stride` floats apart, each at least 1, of `count` columns, at
+  /// least 1: dst[y * stride + x] = ((R_0 + R_1 ty) + R_2 ty^2) + R_3 ty^3, clamped to
+  /// -255 ... 65535, ty being ty[y].
+  ///
+  /// `rows` are the four rows of samples that the cells lie on; column x is at positions[x], whose
+  /// integer part i, not negative, is its cell and whose fraction is tx: its samples are i ... i +
+  /// 3 of each row. Positions do not fall from column to column, and rise by at most 1 but for
+  /// their rounding.
   ///
   /// The samples are integers of magnitude 13 * 65535 at most, as a plane of 16-bit samples and its
   /// linear continuation hold, and none is -0.
-  void (*along)(const float* const rows[4], const float* positions, size_t count,
-                patch_values* values);
-
-  /// dst[x] = ((R_0 + R_1 ty) + R_2 ty^2) + R_3 ty^3, clamped to -255 ... 65535; a NaN becomes
-  /// -255.
-  void (*across)(const patch_values* values, float ty, size_t count, float* dst);
+  void (*enlarge)(const float* const rows[4], const float* positions, size_t count, const float* ty,
+                  size_t result_count, float* dst, size_t stride);
 };
 
 }  // namespace qo

@@ -9,26 +9,27 @@
 namespace qo {
 
 // One table: the constants that the families leave in the namespace of an instruction set.
-#define QO_ROW_TABLE(set)                                         \
-  namespace set {                                                 \
-  extern const word_rows words;                                   \
-  extern const matrix_rows matrix;                                \
-  extern const surface_rows surface;                              \
-  extern const gain_rows gains;                                   \
-  extern const float_rows floats;                                 \
-  extern const spline_rows splines;                               \
-  extern const patch_rows patches;                                \
-  extern const bilinear_rows bilinear;                            \
-  extern const bilinear_float_rows bilinear_float;                \
-  extern const area_rows areas;                                   \
-  extern const nearest_rows nearest;                              \
-  extern const maximum_rows maxima;                               \
-  namespace {                                                     \
-  constinit const row_table table = {                             \
-      words,   matrix,   surface,        gains, floats,  splines, \
-      patches, bilinear, bilinear_float, areas, nearest, maxima,  \
-  };                                                              \
-  }                                                               \
+#define QO_ROW_TABLE(set)                                                   \
+  namespace set {                                                           \
+  extern const word_rows words;                                             \
+  extern const matrix_rows matrix;                                          \
+  extern const surface_rows surface;                                        \
+  extern const gain_rows gains;                                             \
+  extern const float_rows floats;                                           \
+  extern const spline_rows splines;                                         \
+  extern const patch_rows patches;                                          \
+  extern const bilinear_rows bilinear;                                      \
+  extern const bilinear_float_rows bilinear_float;                          \
+  extern const area_rows areas;                                             \
+  extern const nearest_rows nearest;                                        \
+  extern const maximum_rows maxima;                                         \
+  extern const store_rows store;                                            \
+  namespace {                                                               \
+  constinit const row_table table = {                                       \
+      words,    matrix,         surface, gains,   floats, splines, patches, \
+      bilinear, bilinear_float, areas,   nearest, maxima, store,            \
+  };                                                                        \
+  }                                                                         \
   }
 
 QO_ROW_TABLE(rows_base)

@@ -18,6 +18,7 @@
 #include "rows/nearest_rows.h"
 #include "rows/patch_rows.h"
 #include "rows/spline_rows.h"
+#include "rows/store_rows.h"
 #include "rows/surface_rows.h"
 #include "rows/word_rows.h"
 
@@ -37,6 +38,7 @@ struct row_table {
   const area_rows& areas;
   const nearest_rows& nearest;
   const maximum_rows& maxima;
+  const store_rows& store;
 };
 
 /// What a table may use: each set includes those before it.

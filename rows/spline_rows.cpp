@@ -6,11 +6,8 @@
 
 #include "rows/spline_rows.h"
 
+#include "rows/intrinsics.h"
 #include "rows/lanes.h"
-
-#if defined(__AVX2__)
-#include <immintrin.h>
-#endif
 
 namespace qo::QO_ROWS_NS {
 namespace {
@@ -51,10 +48,21 @@ template <typename Values>
   return (3.0f * p1_minus_p2 + p3) - p0;
 }
 
+/// A fraction as the spline takes it.
+struct fraction {
+  doubles t;
+  doubles half;
+};
+
+[[nodiscard]] inline __attribute__((always_inline)) fraction fraction_of(doubles t) {
+  return {t, t * 0.5};
+}
+
 [[nodiscard]] inline __attribute__((always_inline)) floats_of_row spline(doubles p1, doubles slope,
                                                                          doubles square,
-                                                                         doubles cube, doubles t) {
-  return narrow(p1 + (t * 0.5) * (slope + t * (square + t * cube)));
+                                                                         doubles cube,
+                                                                         const fraction& at) {
+  return narrow(p1 + at.half * (slope + at.t * (square + at.t * cube)));
 }
 
 /// Four neighbouring samples of each of `lanes` columns: lane x of p[c] is row[cells[x] + c].
@@ -139,14 +147,14 @@ template <samples Kind>
   const floats_of_row* const p = from.p;
   if constexpr (Kind == samples::integers)
     return spline(widen(p[1]), widen(p[2] - p[0]), widen(square_term(p[0], p[1], p[2], p[3])),
-                  widen(cube_term(p[0], p[1] - p[2], p[3])), widen(t));
+                  widen(cube_term(p[0], p[1] - p[2], p[3])), fraction_of(widen(t)));
   const doubles p0 = widen(p[0]);
   const doubles p1 = widen(p[1]);
   const doubles p2 = widen(p[2]);
   const doubles p3 = widen(p[3]);
   // Deliberate: the two differences are rounded to single precision.
   return spline(p1, widen(p[2] - p[0]), square_term(p0, p1, p2, p3),
-                cube_term(p0, widen(p[1] - p[2]), p3), widen(t));
+                cube_term(p0, widen(p[1] - p[2]), p3), fraction_of(widen(t)));
 }
 
 template <samples Kind>
@@ -186,7 +194,7 @@ void along(const float* row, const uint32_t* cells, const float* t, size_t count
   const __mmask8 large = _mm256_cmp_ps_mask(product, _mm256_set1_ps(2147483648.0f), _CMP_GE_OQ);
   return reinterpret_cast<vector_n<int32_t, lanes>>(
       _mm256_mask_mov_epi32(bits, large, _mm256_set1_epi32(-1)));
-#elif QO_VECTOR_BYTES == 32
+#elif defined(__SSE2__)
   const __m128i bits = _mm_cvttps_epi32(product);  // as with wider registers, above
   const __m128 large = _mm_cmpge_ps(product, _mm_set1_ps(2147483648.0f));
   return reinterpret_cast<vector_n<int32_t, lanes>>(_mm_or_si128(bits, _mm_castps_si128(large)));
@@ -195,18 +203,31 @@ void along(const float* row, const uint32_t* cells, const float* t, size_t count
 #endif
 }
 
-/// The low 16 bits of twice as many integers as there are lanes.
-using results = vector_n<uint16_t, 2 * lanes>;
+/// Vectors of columns whose results are formed together: two fill a register of results. The base
+/// set has none to spare for the terms of a second.
+constexpr size_t sets = QO_VECTOR_BYTES == 16 ? 1 : 2;
+
+/// The low 16 bits of the integers of all sets.
+using results = vector_n<uint16_t, sets * lanes>;
 
 [[nodiscard]] inline __attribute__((always_inline)) results low_halves(
-    vector_n<int32_t, lanes> first, vector_n<int32_t, lanes> second) {
+    const vector_n<int32_t, lanes> (&of)[sets]) {
+#if QO_VECTOR_BYTES > 16
   // The even 16-bit lanes of little-endian vectors.
-  const results a = reinterpret_cast<results>(first);
-  const results b = reinterpret_cast<results>(second);
+  const results a = reinterpret_cast<results>(of[0]);
+  const results b = reinterpret_cast<results>(of[1]);
 #if QO_VECTOR_BYTES == 64
   return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
 #else
   return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
+#endif
+#elif defined(__SSE2__)
+  // What fits 16 bits with its sign is packed without a loss.
+  const __m128i extended = _mm_srai_epi32(_mm_slli_epi32(same_bits<__m128i>(of[0]), 16), 16);
+  const __m128i packed = _mm_packs_epi32(extended, extended);
+  return load_vector<results>(&packed);
+#else
+  return __builtin_convertvector(of[0], results);
 #endif
 }
 
@@ -228,20 +249,28 @@ struct column_terms {
 }
 
 [[nodiscard]] inline __attribute__((always_inline)) vector_n<int32_t, lanes> integers_at(
-    const column_terms& of, doubles t) {
-  return fixed_point(spline(of.p1, of.slope, of.square, of.cube, t));
+    const column_terms& of, const fraction& at) {
+  return fixed_point(spline(of.p1, of.slope, of.square, of.cube, at));
 }
 
 void across(const float* const p[4], const float* t, size_t result_count, size_t count,
             uint16_t* dst, size_t stride) {
-  constexpr size_t step = 2 * lanes;
+  // Once for all columns: GCC fills the lanes of a double register by way of memory.
+  fraction heights[spline_results];
+  for (size_t y = 0; y < result_count; ++y) {
+    doubles in_all_lanes;
+    for (size_t lane = 0; lane < lanes; ++lane) in_all_lanes[lane] = static_cast<double>(t[y]);
+    heights[y] = fraction_of(in_all_lanes);
+  }
+  constexpr size_t step = sets * lanes;
   for (size_t x = 0; x < count; x += step) {
-    const column_terms first = terms_at(p, x);
-    const column_terms second = terms_at(p, x + lanes);
+    column_terms terms[sets];
+    for (size_t set = 0; set < sets; ++set) terms[set] = terms_at(p, x + set * lanes);
     uint16_t* to = dst + x;
     for (size_t y = 0; y < result_count; ++y, to += stride) {
-      const doubles t_lanes = doubles{} + static_cast<double>(t[y]);
-      const results row = low_halves(integers_at(first, t_lanes), integers_at(second, t_lanes));
+      vector_n<int32_t, lanes> integers[sets];
+      for (size_t set = 0; set < sets; ++set) integers[set] = integers_at(terms[set], heights[y]);
+      const results row = low_halves(integers);
       if (x + step <= count) {
         store_vector(to, row);
       } else {

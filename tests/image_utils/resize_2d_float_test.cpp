@@ -106,15 +106,27 @@ TEST(Resize2dFloat, EveryWidthTo140HasTheReferenceBitsAtEveryKindOfStep) {
     }
 }
 
-// Strips are 768 outputs.
+// Strips are 960 outputs; of rows that are not shared three are formed side by side.
 TEST(Resize2dFloat, WidthsAroundStripsHaveTheReferenceBits) {
-  guarded_resize resizer(15000 * 3, 1600 * 5);
-  for (const uint32_t out : {767u, 768u, 769u, 785u, 1535u, 1536u, 1537u})
+  guarded_resize resizer(15000 * 3, 3900 * 5);
+  for (const uint32_t out :
+       {959u, 960u, 961u, 977u, 1919u, 1920u, 1921u, 2879u, 2880u, 2881u, 3841u})
     for (const uint32_t in : {300u, out, 2 * out - 1, 14999u})
       for (const guard_side side : {guard_side::before, guard_side::behind}) {
         ASSERT_TRUE(resizer.matches({in, 3, out, 5}, side));
         ASSERT_TRUE(resizer.matches({in, 3, out, 2}, side));
       }
+}
+
+// From 4 MiB on outputs go past the caches, in whole lines.
+TEST(Resize2dFloat, OutputsAroundTheSizeThatIsStreamedHaveTheReferenceBits) {
+  constexpr uint32_t samples = 1u << 20;
+  guarded_resize resizer(9 * 2100, samples + 2100);
+  for (const uint32_t width : {1024u, 1023u, 2048u, 33u}) {
+    const uint32_t height = samples / width;
+    ASSERT_TRUE(resizer.matches({37, 9, width, height}, guard_side::before));
+    ASSERT_TRUE(resizer.matches({2100, 9, width, height + 1}, guard_side::behind));
+  }
 }
 
 // Rounded positions of wide rows may lie a sample further apart than their step has it.

@@ -114,15 +114,31 @@ TYPED_TEST(Resize2d, EveryWidthTo140HasTheReferenceBitsAtEveryKindOfStep) {
     }
 }
 
-// Strips are 1280 outputs at most.
-TYPED_TEST(Resize2d, WidthsAroundStripsHaveTheReferenceBits) {
-  guarded_resize<TypeParam> resizer(15000 * 3, 6200 * 5);
-  for (const uint32_t out : {1279u, 1280u, 1281u, 1344u, 1345u, 2559u, 2560u, 2561u, 3841u})
-    for (const uint32_t in : {700u, out, 2 * out - 1, 14999u})
-      for (const guard_side side : {guard_side::before, guard_side::behind}) {
-        ASSERT_TRUE(resizer.matches({in, 3, out, 5}, side));
-        ASSERT_TRUE(resizer.matches({in, 3, out, 2}, side));
-      }
+// Of 8 and 16 bits columns repeat after 512 outputs; strips are 5120, 2688 and 1280 outputs at
+// most, and any width where no row is shared. Rows 1.5 samples apart are shared, but not kept.
+TYPED_TEST(Resize2d, WidthsAroundRepeatsAndStripsHaveTheReferenceBits) {
+  guarded_resize<TypeParam> resizer(24000 * 4, 5700 * 5);
+  for (const uint32_t out :
+       {511u,  512u,  513u,  575u,  576u,  577u,  1023u, 1024u, 1025u, 1279u, 1280u, 1281u, 1344u,
+        1345u, 1537u, 2559u, 2560u, 2561u, 2687u, 2688u, 2689u, 3841u, 5119u, 5120u, 5121u, 5633u})
+    for (const uint32_t in : {2u, 33u, 127u, 700u, out, out + out / 2, 2 * out - 1, 3 * out + 1,
+                              4 * out - 3, 4 * out + 700}) {
+      const guard_side side = (in + out) % 2 ? guard_side::before : guard_side::behind;
+      ASSERT_TRUE(resizer.matches({in, 3, out, 5}, side));
+      ASSERT_TRUE(resizer.matches({in, 3, out, 2}, other_side(side)));
+      ASSERT_TRUE(resizer.matches({in, 4, out, 3}, side));
+    }
+}
+
+// From 4 MiB on outputs go past the caches, in whole lines.
+TYPED_TEST(Resize2d, OutputsAroundTheSizeThatIsStreamedHaveTheReferenceBits) {
+  constexpr uint32_t samples = (4u << 20) / sizeof(TypeParam);
+  guarded_resize<TypeParam> resizer(9 * 2100, samples + 2100);
+  for (const uint32_t width : {1024u, 1023u, 2048u, 33u}) {
+    const uint32_t height = samples / width;
+    ASSERT_TRUE(resizer.matches({37, 9, width, height}, guard_side::before));
+    ASSERT_TRUE(resizer.matches({2100, 9, width, height + 1}, guard_side::behind));
+  }
 }
 
 TYPED_TEST(Resize2d, EveryAlignmentHasTheReferenceBits) {
@@ -281,8 +297,9 @@ TYPED_TEST_SUITE(Resize2dInterleaved, interleaved_elements);
 
 TYPED_TEST(Resize2dInterleaved, WritesEveryStepthElementAndNothingBetween) {
   for (const int32_t step : {1, 2, 3, 4, 7})
-    for (const sizes& s : {sizes{5, 4, 9, 7}, sizes{40, 31, 9, 7}, sizes{2, 2, 2, 2},
-                           sizes{6, 6, 33, 40}, sizes{65, 9, 33, 5}, sizes{50, 3, 3200, 4}}) {
+    for (const sizes& s :
+         {sizes{5, 4, 9, 7}, sizes{40, 31, 9, 7}, sizes{2, 2, 2, 2}, sizes{6, 6, 33, 40},
+          sizes{65, 9, 33, 5}, sizes{50, 3, 3200, 4}, sizes{3000, 3, 5200, 4}}) {
       const auto stride = static_cast<size_t>(step);
       const size_t outputs = size_t{s.out_w} * s.out_h;
       kit::guarded_array<TypeParam> src(size_t{s.in_w} * s.in_h);

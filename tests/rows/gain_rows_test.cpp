@@ -80,6 +80,23 @@ TEST(GainRows, ScalingIsThePlainRuleAtEveryAddress) {
             expect_plain_scale(count, {kit::guard_side::before, shift}, in_place, random));
 }
 
+TEST(GainRows, OneGainOfAnotherKindCountsAtEveryPlaceAndChangesNoOther) {
+  constexpr size_t count = 300;
+  for (const float gain : {nan_value, infinity, -infinity, 3e38f, -3e38f, -2.5f, 32768.0f}) {
+    for (size_t place = 0; place < count; ++place) {
+      plain::floats gains(count, 1.75f);
+      gains[place] = gain;
+      std::vector<uint16_t> source(count), expected(count), actual(count);
+      for (size_t i = 0; i < count; ++i) {
+        source[i] = static_cast<uint16_t>(65535 - 217 * i);
+        expected[i] = plain::corrected(source[i], gains[i]);
+      }
+      qo::rows().gains.scale(source.data(), gains.data(), actual.data(), count);
+      ASSERT_EQ(expected, actual) << gain << " at " << place;
+    }
+  }
+}
+
 TEST(GainRows, AnAverageIsWrittenToBothPlanes) {
   std::mt19937 random(73);
   for (size_t count = 0; count <= 140; ++count) {

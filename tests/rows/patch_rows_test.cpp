@@ -16,109 +16,131 @@
 namespace {
 
 constexpr float not_a_number = std::numeric_limits<float>::quiet_NaN();
-constexpr float infinity = std::numeric_limits<float>::infinity();
 
-float plain_value(float r0, float r1, float r2, float r3, float t) {
-  const float square = t * t;
-  const float value = ((r0 + r1 * t) + r2 * square) + r3 * (square * t);
+/// The sixteen coefficients as plain sums over r, then c, then the clamped value.
+float plain_value(const std::vector<float> (&rows)[4], float position, float ty) {
+  constexpr float basis[4][4] = {
+      {0, 1, 0, 0}, {-0.5f, 0, 0.5f, 0}, {1, -2.5f, 2, -0.5f}, {-0.5f, 1.5f, -1.5f, 0.5f}};
+  const auto cell = static_cast<size_t>(position);
+  const float tx = position - static_cast<float>(cell);
+  float combined[4];
+  for (size_t m = 0; m < 4; ++m) {
+    float a[4] = {};
+    for (size_t n = 0; n < 4; ++n)
+      for (size_t r = 0; r < 4; ++r)
+        for (size_t c = 0; c < 4; ++c) a[n] += basis[m][r] * basis[n][c] * rows[r][cell + c];
+    const float square = tx * tx;
+    combined[m] = ((a[0] + a[1] * tx) + a[2] * square) + a[3] * (square * tx);
+  }
+  const float square = ty * ty;
+  const float value =
+      ((combined[0] + combined[1] * ty) + combined[2] * square) + combined[3] * (square * ty);
   if (!(value > -255.0f)) return -255.0f;
   return value >= 65535.0f ? 65535.0f : value;
 }
 
-TEST(PatchRows, EveryWidthOfAStripIsWrittenAndNothingBesides) {
+std::vector<float> positions_from(size_t first, float step, size_t count) {
+  std::vector<float> positions;
+  for (size_t x = 0; x < count; ++x)
+    positions.push_back(static_cast<float>(first) + static_cast<float>(x) * step);
+  return positions;
+}
+
+/// The four rows, their positions and heights between inaccessible pages; the rows of results stand
+/// `gap` floats apart, which must not be written.
+void expect_plain_values(const std::vector<float> (&rows)[4], const std::vector<float>& positions,
+                         const std::vector<float>& heights, size_t gap) {
+  constexpr float untouched = 12345.5f;
+  std::vector<kit::guarded_array<float>> guarded;
+  const float* pointers[4];
+  for (size_t r = 0; r < 4; ++r) {
+    guarded.emplace_back(rows[r].size());
+    std::copy(rows[r].begin(), rows[r].end(), guarded[r].data());
+    pointers[r] = guarded[r].data();
+  }
+  const size_t count = positions.size();
+  kit::guarded_array<float> at(count);
+  std::copy(positions.begin(), positions.end(), at.data());
+  kit::guarded_array<float> ty(heights.size());
+  std::copy(heights.begin(), heights.end(), ty.data());
+  const size_t stride = count + gap;
+  kit::guarded_array<float> dst(stride * heights.size() - gap);
+  std::fill(dst.begin(), dst.end(), untouched);
+  qo::rows().patches.enlarge(pointers, at.data(), count, ty.data(), heights.size(), dst.data(),
+                             stride);
+  std::vector<float> expected(stride * heights.size() - gap, untouched);
+  for (size_t y = 0; y < heights.size(); ++y)
+    for (size_t x = 0; x < count; ++x)
+      expected[y * stride + x] = plain_value(rows, positions[x], heights[y]);
+  ASSERT_TRUE(sample_planes::same_bits(expected, dst.data(), stride))
+      << count << " columns from " << positions[0] << " to " << positions.back() << ", "
+      << heights.size() << " rows";
+}
+
+template <typename Sample>
+void fill_rows(std::vector<float> (&rows)[4], const std::vector<float>& positions, Sample sample) {
+  const size_t length = static_cast<size_t>(positions.back()) + 4;
+  for (auto& row : rows) {
+    row.clear();
+    for (size_t c = 0; c < length; ++c) row.push_back(static_cast<float>(sample()));
+  }
+}
+
+TEST(PatchRows, TheValuesAreThoseOfThePlainSumsAtEveryWidthAndStep) {
   std::mt19937 random(3);
-  std::uniform_real_distribution<float> sample(-90000.0f, 90000.0f);
-  qo::patch_values values;
-  for (auto& row : values.m)
-    for (float& value : row) value = sample(random);
-  for (size_t count = 1; count <= qo::patch_strip; ++count) {
-    for (const float t : {0.0f, 0.3f, 0.99f}) {
-      kit::guarded_array<float> dst(count);
-      qo::rows().patches.across(&values, t, count, dst.data());
-      std::vector<float> expected;
-      for (size_t x = 0; x < count; ++x)
-        expected.push_back(
-            plain_value(values.m[0][x], values.m[1][x], values.m[2][x], values.m[3][x], t));
-      ASSERT_TRUE(sample_planes::same_bits(expected, dst.data(), count)) << count;
+  std::vector<float> rows[4];
+  for (size_t count = 1; count <= qo::patch_strip; count += count < 70 ? 1 : 31)
+    for (const float step : {0.0f, 1e-4f, 0.03f, 0.25f, 0.49f, 0.5f, 0.77f, 0.94f, 0.999f, 1.0f})
+      for (const size_t first : {size_t{0}, size_t{1}, size_t{20}}) {
+        const std::vector<float> positions = positions_from(first, step, count);
+        fill_rows(rows, positions, [&] { return random() % 65536; });
+        expect_plain_values(rows, positions, {0.0f, 0.37f}, count % 3);
+      }
+  const std::vector<float> whole = positions_from(0, 1.0f, qo::patch_strip);
+  fill_rows(rows, whole, [&] { return random() % 65536; });
+  expect_plain_values(rows, whole, {0.99f}, 0);
+}
+
+TEST(PatchRows, EveryNumberOfResultRowsIsWrittenAndNothingBetween) {
+  std::mt19937 random(4);
+  std::vector<float> rows[4];
+  std::vector<float> heights;
+  for (size_t y = 0; y < qo::patch_results; ++y) {
+    heights.push_back(static_cast<float>(random() % 1000) / 1000);
+    for (size_t count = 1; count <= 70; count += 3) {
+      const std::vector<float> positions = positions_from(2, 0.31f, count);
+      fill_rows(rows, positions, [&] { return random() % 256; });
+      expect_plain_values(rows, positions, heights, count % 5);
     }
   }
 }
 
-TEST(PatchRows, ANanBecomesTheLowerBoundInEveryLane) {
-  for (size_t column = 0; column < 40; ++column) {
-    qo::patch_values values = {};
-    for (float& value : values.m[0]) value = 7.0f;
-    values.m[0][column] = not_a_number;
-    float dst[40];
-    qo::rows().patches.across(&values, 0.5f, 40, dst);
-    for (size_t x = 0; x < 40; ++x) EXPECT_EQ(x == column ? -255.0f : 7.0f, dst[x]);
-  }
-}
-
-TEST(PatchRows, InfinitiesAreClampedAndTheirDifferenceIsANan) {
-  qo::patch_values values = {};
-  values.m[0][0] = infinity;
-  values.m[0][1] = -infinity;
-  values.m[0][2] = infinity;
-  values.m[1][2] = -infinity;
-  float dst[3];
-  qo::rows().patches.across(&values, 0.5f, 3, dst);
-  EXPECT_EQ(65535.0f, dst[0]);
-  EXPECT_EQ(-255.0f, dst[1]);
-  EXPECT_EQ(-255.0f, dst[2]);
-}
-
-/// The sixteen coefficients as plain sums over r, then c, from which R_m follows.
-std::vector<float> plain_patch(const std::vector<float> (&rows)[4], float position) {
-  constexpr float basis[4][4] = {
-      {0, 1, 0, 0}, {-0.5f, 0, 0.5f, 0}, {1, -2.5f, 2, -0.5f}, {-0.5f, 1.5f, -1.5f, 0.5f}};
-  const auto cell = static_cast<size_t>(position);
-  const float t = position - static_cast<float>(cell);
-  const float square = t * t;
-  std::vector<float> result;
-  for (const auto& across : basis) {
-    float a[4] = {};
-    for (size_t n = 0; n < 4; ++n)
-      for (size_t r = 0; r < 4; ++r)
-        for (size_t c = 0; c < 4; ++c) a[n] += across[r] * basis[n][c] * rows[r][cell + c];
-    result.push_back(((a[0] + a[1] * t) + a[2] * square) + a[3] * (square * t));
-  }
-  return result;
-}
-
-void expect_plain_patches(size_t first, float step, size_t count, uint32_t seed) {
-  std::mt19937 random(seed);
-  std::vector<float> positions;
-  for (size_t x = 0; x < count; ++x)
-    positions.push_back(static_cast<float>(first) + static_cast<float>(x) * step);
-  const size_t length = static_cast<size_t>(positions.back()) + 4;
+TEST(PatchRows, PositionsMayStandStillAndRiseUnevenly) {
+  std::mt19937 random(5);
   std::vector<float> rows[4];
-  std::vector<kit::guarded_array<float>> guarded;
-  const float* pointers[4];
-  for (size_t r = 0; r < 4; ++r) {
-    for (size_t c = 0; c < length; ++c)
-      rows[r].push_back(static_cast<float>(static_cast<int32_t>(random() % 200001) - 100000));
-    guarded.emplace_back(length);
-    std::copy(rows[r].begin(), rows[r].end(), guarded[r].data());
-    pointers[r] = guarded[r].data();
-  }
-  qo::patch_values values;
-  qo::rows().patches.along(pointers, positions.data(), count, &values);
-  for (size_t x = 0; x < count; ++x) {
-    const std::vector<float> expected = plain_patch(rows, positions[x]);
-    const float actual[4] = {values.m[0][x], values.m[1][x], values.m[2][x], values.m[3][x]};
-    ASSERT_TRUE(sample_planes::same_bits(expected, actual, 4))
-        << "step " << step << " column " << x << " of " << count;
+  for (int round = 0; round < 400; ++round) {
+    std::vector<float> positions = {static_cast<float>(random() % 4)};
+    const size_t count = 1 + random() % 200;
+    const auto often = 1 + random() % 9;
+    while (positions.size() < count) {
+      const float rise = random() % often == 0 ? static_cast<float>(random() % 1001) / 1000 : 0.0f;
+      positions.push_back(positions.back() + rise);
+    }
+    fill_rows(rows, positions, [&] { return random() % 65536; });
+    expect_plain_values(rows, positions, {0.0f, 0.5f, 0.8f}, 1);
   }
 }
 
-TEST(PatchRows, TheCoefficientsAreThoseOfThePlainSumsAtEveryWidthAndStep) {
-  uint32_t seed = 0;
-  for (size_t count = 1; count <= qo::patch_strip; count += count < 70 ? 1 : 31)
-    for (const float step : {0.0f, 1e-4f, 0.03f, 0.25f, 0.49f, 0.5f, 0.77f, 0.999f, 1.0f})
-      for (const size_t first : {size_t{0}, size_t{1}, size_t{20}})
-        expect_plain_patches(first, step, count, ++seed);
-  expect_plain_patches(0, 1.0f, qo::patch_strip, ++seed);
+TEST(PatchRows, RoundingMaySkipACell) {
+  std::mt19937 random(6);
+  std::vector<float> rows[4];
+  for (size_t skipped = 1; skipped < 60; ++skipped) {
+    std::vector<float> positions;
+    for (size_t x = 0; x < 60; ++x)
+      positions.push_back(static_cast<float>(x) + (x < skipped ? 0.99999f : 1.0f));
+    fill_rows(rows, positions, [&] { return random() % 65536; });
+    expect_plain_values(rows, positions, {0.0f, 0.25f}, 0);
+  }
 }
 
 TEST(PatchRows, SamplesAtTheEndsOfTheirRangeStayExact) {
@@ -126,20 +148,31 @@ TEST(PatchRows, SamplesAtTheEndsOfTheirRangeStayExact) {
   constexpr float far = 13.0f * 65535.0f;
   const float small[4] = {-65535.0f, 0.0f, 65535.0f, 131070.0f};
   std::mt19937 random(9);
-  for (int round = 0; round < 3000; ++round) {
+  int inside = 0;
+  for (int round = 0; round < 4000; ++round) {
     std::vector<float> rows[4];
-    const float* pointers[4];
     for (size_t r = 0; r < 4; ++r) {
       for (size_t c = 0; c < 4; ++c) rows[r].push_back(small[random() % 4]);
       if (r == 3) rows[r][3] = random() % 2 != 0 ? far : -12.0f * 65535.0f;
-      pointers[r] = rows[r].data();
     }
     const float position = static_cast<float>(random() % 1000) / 1000.0f;
-    qo::patch_values values;
-    qo::rows().patches.along(pointers, &position, 1, &values);
-    const std::vector<float> expected = plain_patch(rows, position);
-    const float actual[4] = {values.m[0][0], values.m[1][0], values.m[2][0], values.m[3][0]};
-    ASSERT_TRUE(sample_planes::same_bits(expected, actual, 4)) << round;
+    const float height = static_cast<float>(random() % 1000) / 1000.0f;
+    const float value = plain_value(rows, position, height);
+    if (value > -255.0f && value < 65535.0f) ++inside;
+    expect_plain_values(rows, {position}, {height}, 0);
+  }
+  EXPECT_GT(inside, 1000);
+}
+
+TEST(PatchRows, ANanBecomesTheLowerBoundInEveryLane) {
+  constexpr size_t count = 40;
+  const std::vector<float> positions = positions_from(0, 1.0f, count);
+  for (size_t column = 0; column < count + 3; ++column) {
+    std::vector<float> rows[4];
+    for (auto& row : rows) row.assign(count + 3, 7.0f);
+    rows[1][column] = not_a_number;
+    expect_plain_values(rows, positions, {0.5f}, 0);
+    EXPECT_EQ(-255.0f, plain_value(rows, positions[std::min(column, count - 1)], 0.5f));
   }
 }
 
