@@ -24,8 +24,9 @@ struct [[nodiscard]] decode_result {
   reason why = reason::none;  ///< `none` when nothing of the record is lost
   bool filled = false;        ///< the slot holds what the record gave
   bool replaced = false;      ///< what the slot held before is gone
-  uint32_t size = 0;          ///< of the record
-  extent needed{};            ///< the end that `why` is about, beyond the size; or 0
+  extent needed{};            ///< the end that `why` is about, which the record lacks; or 0
 };
+
+static_assert(sizeof(decode_result) == 16, "it is handed back in two registers");
 
 }  // namespace qo

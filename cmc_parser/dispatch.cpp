@@ -24,16 +24,14 @@ namespace {
 }  // namespace
 
 decode_result decode_record(void* record, parsed_cmc* cmc, const calibration* module) {
-  const auto refused = [](reason why, uint32_t size) {
-    return decode_result{
-        .code = QO_CMC_INVALID, .fate = copy_fate::refused, .why = why, .size = size};
+  const auto refused = [](reason why) {
+    return decode_result{.code = QO_CMC_INVALID, .fate = copy_fate::refused, .why = why};
   };
-  if (record == nullptr || cmc == nullptr) return refused(reason::record_missing, 0);
+  if (record == nullptr || cmc == nullptr) return refused(reason::record_missing);
   // First only the size is looked at: a shorter block has no header to read.
-  const uint32_t size = load<uint32_t>(record);
-  if (size < sizeof(record_header)) return refused(reason::record_missing, size);
+  if (load<uint32_t>(record) < sizeof(record_header)) return refused(reason::record_missing);
   record_decoder* const decode = decoder_of(load<record_header>(record).id);
-  if (decode == nullptr) return refused(reason::kind_refused, size);
+  if (decode == nullptr) return refused(reason::kind_refused);
   return decode(record_copy(record), *cmc, module);
 }
 

@@ -23,7 +23,7 @@ constexpr uint32_t entries_offset = 16;
 constexpr uint32_t most_entries = 8;
 
 [[nodiscard]] decode_result copy_others(const record_view& record, parsed_cmc& cmc) {
-  decode_result result = {.fate = copy_fate::released, .size = record.size};
+  decode_result result = {.fate = copy_fate::released};
   const auto without = [&](reason why, extent needed = {}) {
     result.why = why;
     result.needed = needed;

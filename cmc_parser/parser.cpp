@@ -31,7 +31,7 @@ constexpr uint16_t last_cmc_kind = 63;
 [[nodiscard]] decode_result decode_copy_of(const record_view& record, parsed_cmc& cmc,
                                            const calibration* module) {
   uint8_t* const copy = c_copy_array<uint8_t>(record.bytes, record.size);
-  if (copy == nullptr) return {.why = reason::copy_out_of_memory, .size = record.size};
+  if (copy == nullptr) return {.why = reason::copy_out_of_memory};
   const decode_result result = decode_record(copy, &cmc, module);
   if (result.code != QO_CMC_OK) free(copy);
   return result;
@@ -40,7 +40,7 @@ constexpr uint16_t last_cmc_kind = 63;
 void decode_records(record_walk walk, parsed_cmc& cmc, const calibration* module,
                     parse_report* report) {
   while (const std::optional<record_view> record = walk.next()) {
-    decode_result result = {.why = reason::kind_foreign, .size = record->size};
+    decode_result result = {.why = reason::kind_foreign};
     if (record->id <= last_cmc_kind) result = decode_copy_of(*record, cmc, module);
     if (report != nullptr) report->record(*record, result, cmc);
   }

@@ -92,11 +92,9 @@ class record_copy {
   /// To be told before a slot is released for this record: what it held, if anything.
   void replaces(const void* former) { replaced_ = former != nullptr; }
   /// A part of the record is lost, though its slot is filled. The first loss is the one that the
-  /// result reports, with the end that was missed by then.
+  /// result reports.
   void lose(reason part) {
-    if (part == reason::none || lost_ != reason::none) return;
-    lost_ = part;
-    lost_end_ = missed_;
+    if (lost_ == reason::none) lost_ = part;
   }
 
   /// The slot that takes the result owns the copy from here on.
@@ -109,7 +107,7 @@ class record_copy {
   /// The slot is filled.
   [[nodiscard]] decode_result filled() const {
     const copy_fate fate = fate_ == copy_fate::released ? copy_fate::converted : fate_;
-    decode_result full = result(QO_CMC_OK, fate, lost_, lost_end_);
+    decode_result full = result(QO_CMC_OK, fate, lost_);
     full.filled = true;
     return full;
   }
@@ -119,20 +117,18 @@ class record_copy {
     return filled();
   }
   /// The slot is not filled, and the copy is released.
-  [[nodiscard]] decode_result drop(reason why) const {
-    return result(QO_CMC_OK, fate_, why, end_of(why));
-  }
+  [[nodiscard]] decode_result drop(reason why) const { return result(QO_CMC_OK, fate_, why); }
   [[nodiscard]] decode_result drop_as_too_short() const { return drop(reason::record_too_short); }
   /// Contract: a kept kind whose record fails its size check answers 0 and leaks the copy.
   [[nodiscard]] decode_result leak_as(reason why) {
     leak();
-    return result(QO_CMC_OK, fate_, why, end_of(why));
+    return result(QO_CMC_OK, fate_, why);
   }
   [[nodiscard]] decode_result leak_as_too_short() { return leak_as(reason::record_too_short); }
   /// The decoder answers with a nonzero code: its caller still owns the copy.
   [[nodiscard]] decode_result refuse(uint32_t code, reason why) {
     (void)give_away(copy_fate::refused);
-    return result(code, fate_, why, end_of(why));
+    return result(code, fate_, why);
   }
 
  private:
@@ -140,26 +136,21 @@ class record_copy {
     fate_ = fate;
     return std::exchange(bytes_, nullptr);
   }
-  [[nodiscard]] extent end_of(reason why) const {
-    return why == reason::record_too_short || why == reason::string_unterminated ? missed_
-                                                                                 : extent();
-  }
-  [[nodiscard]] decode_result result(uint32_t code, copy_fate fate, reason why, extent end) const {
+  [[nodiscard]] decode_result result(uint32_t code, copy_fate fate, reason why) const {
+    const bool lacks_memory = why == reason::out_of_memory || why == reason::part_out_of_memory;
     return {.code = code,
             .fate = fate,
             .why = why,
             .replaced = replaced_,
-            .size = header_.size,
-            .needed = end};
+            .needed = lacks_memory ? extent() : missed_};
   }
 
   uint8_t* bytes_;
   record_header header_;
+  extent missed_;  ///< the first end that was required and is not there
   copy_fate fate_ = copy_fate::released;
   bool replaced_ = false;
   reason lost_ = reason::none;
-  extent missed_;
-  extent lost_end_;
 };
 
 }  // namespace qo

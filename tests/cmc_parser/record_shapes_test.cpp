@@ -150,7 +150,6 @@ class RecordShapes : public testing::TestWithParam<uint16_t> {
   /// Nothing but the caller's or a leaked copy is left.
   void expect_not_taken(told_fixture& decoder, const kit::decoded& result, size_t size) const {
     expect_told(decoder, result, false);
-    EXPECT_EQ(size, decoder.told().size);
     switch (row().unfit) {
       case misfit::dropped:
         EXPECT_EQ(0u, result.code);

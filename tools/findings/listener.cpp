@@ -48,11 +48,11 @@ constexpr uint16_t record_31_slot = 31;
 }
 
 /// By how many bytes an end was missed; nothing when no end is the matter.
-[[nodiscard]] std::string missed_bytes(const qo::decode_result& result) {
+[[nodiscard]] std::string missed_bytes(uint32_t size, const qo::decode_result& result) {
   const uint64_t needed = result.needed.value();
-  if (needed <= result.size) return {};
-  return "it has " + bytes_of(result.size) + " and needs " + std::to_string(needed) + ", " +
-         std::to_string(needed - result.size) + " more";
+  if (needed <= size) return {};
+  return "it has " + bytes_of(size) + " and needs " + std::to_string(needed) + ", " +
+         std::to_string(needed - size) + " more";
 }
 
 [[nodiscard]] std::string detail_of(const record_reference& record,
@@ -66,7 +66,7 @@ constexpr uint16_t record_31_slot = 31;
     case reason::refused_by_stack:
       return "code " + std::to_string(result.code);
     default:
-      return missed_bytes(result);
+      return missed_bytes(record.size, result);
   }
 }
 

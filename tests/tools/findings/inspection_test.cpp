@@ -12,14 +12,13 @@ using writer::container;
 using namespace findings_test;
 
 /// The one finding with this code.
-const finding& only(const inspection& seen, const std::string& code) {
-  static const finding none = {};
-  const finding* only = &none;
+finding only(const inspection& seen, const std::string& code) {
+  finding result = {};
   size_t count = 0;
   for (const finding& each : seen.found)
-    if (each.code == code) ++count, only = &each;
+    if (each.code == code) ++count, result = each;
   EXPECT_EQ(1u, count) << code << " in " << testing::PrintToString(codes_of(seen));
-  return *only;
+  return result;
 }
 
 TEST(Inspection, HasNothingToSayOfAGoodContainer) {
@@ -35,7 +34,7 @@ TEST(Inspection, NamesBothSizesOfATruncatedContainer) {
   EXPECT_FALSE(seen.valid);
   EXPECT_EQ(nullptr, seen.cmc);
   EXPECT_TRUE(seen.records.empty());
-  const finding& found = only(seen, "size-mismatch");
+  const finding found = only(seen, "size-mismatch");
   EXPECT_EQ(4u, found.offset);
   EXPECT_EQ("size", found.field);
   EXPECT_FALSE(found.record.has_value());
@@ -72,13 +71,12 @@ TEST(Inspection, SaysOfAnEmptyOrAShortOrATextFileThatItIsNoContainer) {
 
 TEST(Inspection, NamesTheBytesAfterARecordOfImpossibleSize) {
   bytes broken = writer::record_7({.size = 24});
-  const container records = container().add(writer::record_5({.size = 16}));
   for (const uint32_t size : {0u, 7u}) {
     const inspection seen = inspect({writer::record_5({.size = 16}), broken.patch_u32(0, size),
                                      writer::record_8({.size = 32})});
     EXPECT_TRUE(seen.valid);
     EXPECT_EQ(1u, seen.records.size());
-    const finding& found = only(seen, "record-size-too-small");
+    const finding found = only(seen, "record-size-too-small");
     EXPECT_EQ(24u + 16u, found.offset);
     EXPECT_EQ("size", found.field);
     EXPECT_TRUE(found.message.ends_with("record 1 states " + std::to_string(size) +
@@ -94,7 +92,7 @@ TEST(Inspection, NamesTheBytesAfterTheLastRecord) {
   std::vector<uint8_t> image = container().add(writer::record_5({.size = 16})).image();
   image.resize(image.size() + 3);
   writer::seal(image);
-  const finding& found = only(inspect(image), "bytes-after-last-record");
+  const finding found = only(inspect(image), "bytes-after-last-record");
   EXPECT_EQ(40u, found.offset);
   EXPECT_TRUE(found.message.ends_with("3 bytes are left unread.")) << found.message;
 }
@@ -102,7 +100,7 @@ TEST(Inspection, NamesTheBytesAfterTheLastRecord) {
 TEST(Inspection, SaysByHowManyBytesARecordIsTooShort) {
   const inspection seen =
       inspect({writer::record_5(), writer::resized(writer::record_18({.count = 2}), 100)});
-  const finding& found = only(seen, "record-too-short");
+  const finding found = only(seen, "record-too-short");
   EXPECT_EQ(48u, found.offset);
   ASSERT_TRUE(found.record.has_value());
   EXPECT_EQ(1u, found.record->index);
@@ -145,7 +143,7 @@ TEST(Inspection, WarnsOfARecord30WithoutItsTables) {
 TEST(Inspection, NamesTheRecordWhosePlaceIsTaken) {
   const inspection seen = inspect({writer::record_7({.size = 16}), writer::record_5({.size = 16}),
                                    writer::record_7({.size = 24})});
-  const finding& found = only(seen, "record-replaced");
+  const finding found = only(seen, "record-replaced");
   EXPECT_EQ(24u + 32u, found.offset);
   EXPECT_EQ("The record takes the place of an earlier one: record 0 at byte 24, of kind 7.",
             found.message);
@@ -178,7 +176,7 @@ TEST(Inspection, TellsAnEmptyImageFromARefusedOne) {
 
 TEST(Inspection, NamesTheLightThatTheMergeEndedAt) {
   const inspection seen = inspect_with(merged_records(), module_image(1));
-  const finding& found = only(seen, "gain-table-missing");
+  const finding found = only(seen, "gain-table-missing");
   EXPECT_FALSE(found.offset.has_value());
   EXPECT_EQ("aux", found.field);
   EXPECT_TRUE(found.message.ends_with("light 1, after 1 that were merged.")) << found.message;
