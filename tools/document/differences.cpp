@@ -1,9 +1,10 @@
+#include "tools/document/slots.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
 
 #include "tools/document/number_array.h"
-#include "tools/document/slots.h"
 #include "tools/findings/escaped.h"
 
 namespace document {

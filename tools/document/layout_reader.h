@@ -11,9 +11,9 @@
 
 namespace document {
 
-/// One of the two to which record_layouts.h tells a layout, field by field, in the order of the
-/// record's bytes; layout_builder is the other. Every call puts one member into the object at hand
-/// and goes on after its bytes. A read past the record's end throws error.
+/// One of the two to which a layout is told (kept_record_layouts.h), field by field, in the order
+/// of the record's bytes; layout_builder is the other. Every call puts one member into the object
+/// at hand and goes on after its bytes. A read past the record's end throws error.
 class layout_reader {
  public:
   /// The record's body follows its header, which header() tells.

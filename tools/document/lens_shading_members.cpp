@@ -5,8 +5,8 @@
 #include <memory>
 
 #include "qo_cmc/parser.h"
+#include "tools/document/kept_record_layouts.h"
 #include "tools/document/layout_reader.h"
-#include "tools/document/record_layouts.h"
 
 namespace document {
 namespace {

@@ -6,8 +6,8 @@
 #include <cmath>
 
 #include "tools/document/fixed_point_value.h"
+#include "tools/document/kept_record_layouts.h"
 #include "tools/document/layout_builder.h"
-#include "tools/document/record_layouts.h"
 
 namespace document {
 namespace {

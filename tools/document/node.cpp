@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "tools/findings/escaped.h"
+
 namespace document {
 namespace {
 
@@ -47,7 +49,8 @@ void node::expect_only(const std::vector<std::string>& keys) const {
   if (!value_->is_object()) fail("must be an object");
   for (const auto& [key, value] : value_->items())
     if (std::find(keys.begin(), keys.end(), key) == keys.end())
-      throw error((path_.empty() ? key : path_ + "." + key) + ": is no field that is known here");
+      throw error((path_.empty() ? "" : path_ + ".") + findings::escaped(key) +
+                  ": is no field that is known here");
 }
 
 void node::expect_null(const char* why) const {

@@ -1,13 +1,15 @@
+#include "tools/document/slots.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
 
 #include "qo_cmc/parser.h"
+#include "tools/document/converted_record_layouts.h"
+#include "tools/document/kept_record_layouts.h"
 #include "tools/document/layout_builder.h"
 #include "tools/document/lens_shading_packing.h"
 #include "tools/document/placed_packing.h"
-#include "tools/document/record_layouts.h"
-#include "tools/document/slots.h"
 
 namespace document {
 namespace {

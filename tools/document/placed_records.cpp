@@ -37,7 +37,9 @@ class placed_record {
   explicit placed_record(const record_header& table)
       : address_(reinterpret_cast<uintptr_t>(&table)),
         bytes_(reinterpret_cast<const uint8_t*>(&table),
-               reinterpret_cast<const uint8_t*>(&table) + table.size) {}
+               reinterpret_cast<const uint8_t*>(&table) + table.size) {
+    if (table.size < fixed_size) throw error("a record ends before its last field");
+  }
 
   [[nodiscard]] const uint8_t* at(size_t offset) const { return bytes_.data() + offset; }
   [[nodiscard]] size_t size() const { return bytes_.size(); }

@@ -1,9 +1,10 @@
 #include "tools/document/slots.h"
 
+#include "tools/document/converted_record_layouts.h"
+#include "tools/document/kept_record_layouts.h"
 #include "tools/document/layout_reader.h"
 #include "tools/document/lens_shading_members.h"
 #include "tools/document/placed_records.h"
-#include "tools/document/record_layouts.h"
 #include "tools/document/restored_records.h"
 
 namespace document {
@@ -82,6 +83,9 @@ template <typename Tell>
 }
 
 }  // namespace
+
+// A new slot has its member below, and its record in pack().
+static_assert(sizeof(parsed_cmc) == 62 * 8);
 
 json slots_of(const parsed_cmc& cmc, const findings::origins& from) {
   const bool in_lens_shading = from.lens_shading == 10 && lsc_grid_gives_lens_shading(cmc);

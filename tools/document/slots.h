@@ -58,6 +58,8 @@ struct difference {
 /// - `size` of a header is checked too; null asks for it to be worked out. Where the slot does not
 ///   hold all of a record (record_24, 26, 29, 35, 36, module_properties, lens_shading,
 ///   lens_shading_ext) it may be larger than the fields: zeros fill the record up.
+/// - Sites of lens_shading that share a plane must have the same samples, and what was built from
+///   records 3, 10 and 11 values that these can hold: 12 fraction bits, gains in steps of 1/256.
 /// - A derived record_34 is neither packed nor compared.
 ///
 /// The words of the container's header are the writer's own.

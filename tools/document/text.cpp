@@ -1,8 +1,9 @@
+#include "tools/document/slots.h"
+
 #include <algorithm>
 
 #include "tools/document/field_notes.h"
 #include "tools/document/number_array.h"
-#include "tools/document/slots.h"
 #include "tools/findings/escaped.h"
 
 namespace document {
