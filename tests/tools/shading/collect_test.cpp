@@ -89,18 +89,19 @@ struct refusal_case {
 
 TEST(Collect, AMergeThatDidNotRunIsSaidWithItsReason) {
   const refusal_case cases[] = {
-      {"empty image", {}, {}, "the NVM image is empty"},
-      {"refused image", {}, {1, 2, 3}, "the NVM library refuses the image"},
-      {"no record 2", {.cfa_layout = std::nullopt}, module_nvm(), "record 2 is missing"},
-      {"unknown layout", {.cfa_layout = 17}, module_nvm(), "colour-filter layout 17"},
-      {"unknown order", {.plane_order = 4}, module_nvm(), "plane order 4"},
-      {"too narrow", {.width = 1}, module_nvm(), "no gain planes can be computed"},
+      {"empty image", {}, {}, "The NVM image is empty"},
+      {"refused image", {}, {1, 2, 3}, "The NVM library refuses the NVM image"},
+      {"no record 2", {.cfa_layout = std::nullopt}, module_nvm(), "without record 2"},
+      {"unknown layout", {.cfa_layout = 17}, module_nvm(), "unknown arrangement of colours"},
+      {"unknown order", {.plane_order = 4}, module_nvm(), "unknown order of planes"},
+      {"too narrow", {.width = 1}, module_nvm(), "no gain planes could be computed"},
   };
   for (const refusal_case& refused : cases) {
     const subject about = collect_module(refused.fields, refused.nvm);
     EXPECT_TRUE(about.valid) << refused.name;
     EXPECT_FALSE(about.has_module) << refused.name;
-    EXPECT_NE(std::string::npos, about.module_state.find("was not merged")) << refused.name;
+    EXPECT_NE(std::string::npos, about.module_state.find("before a module's calibration"))
+        << refused.name;
     EXPECT_NE(std::string::npos, about.module_state.find(refused.reason))
         << refused.name << ": " << about.module_state;
     EXPECT_EQ(4u, about.lights.at(0).channels.size()) << refused.name;
