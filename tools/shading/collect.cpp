@@ -166,10 +166,10 @@ class light_collector {
       about_.has_module = true;
       return;
     }
-    about_.module_state = fmt::format(
-        "{} The tables are shown as the container holds them, before a module's "
-        "calibration.",
-        reasons_.empty() ? "The module's calibration is not merged." : reasons_);
+    about_.module_lost = true;
+    about_.module_state =
+        fmt::format("{} The tables are shown as the container holds them.",
+                    reasons_.empty() ? "The module's calibration is not merged." : reasons_);
   }
 
   void collect_lights() {
@@ -180,6 +180,7 @@ class light_collector {
     if (corrected_ == about_.lights.size()) {
       about_.module_state = "The module's calibration is merged into the tables of every light.";
     } else {
+      about_.module_lost = true;
       about_.module_state =
           fmt::format("The module's calibration is merged into {} of {} lights. {}", corrected_,
                       about_.lights.size(), reasons_);

@@ -72,6 +72,7 @@ TEST(Collect, WithoutAnNvmImageThereIsOnlyBefore) {
   const subject about = collect("sample.vexb", sample_container(), std::nullopt);
   EXPECT_TRUE(about.valid);
   EXPECT_FALSE(about.has_module);
+  EXPECT_FALSE(about.module_lost);
   EXPECT_NE(std::string::npos, about.module_state.find("No NVM image"));
   for (const plane_pair& channel : about.lights.at(0).channels) {
     EXPECT_EQ(65u * 49, channel.before.size());
@@ -100,8 +101,7 @@ TEST(Collect, AMergeThatDidNotRunIsSaidWithItsReason) {
     const subject about = collect_module(refused.fields, refused.nvm);
     EXPECT_TRUE(about.valid) << refused.name;
     EXPECT_FALSE(about.has_module) << refused.name;
-    EXPECT_NE(std::string::npos, about.module_state.find("before a module's calibration"))
-        << refused.name;
+    EXPECT_TRUE(about.module_lost) << refused.name;
     EXPECT_NE(std::string::npos, about.module_state.find(refused.reason))
         << refused.name << ": " << about.module_state;
     EXPECT_EQ(4u, about.lights.at(0).channels.size()) << refused.name;
@@ -200,6 +200,7 @@ TEST(Collect, LightsFromTheOneWithoutItsSetOnAreNotCorrected) {
   }
   const subject about = collect_module(fields);
   ASSERT_TRUE(about.has_module);
+  EXPECT_TRUE(about.module_lost);
   EXPECT_NE(std::string::npos, about.module_state.find("into 1 of 3 lights"));
   EXPECT_EQ("", about.lights.at(0).not_corrected);
   for (const size_t light : {size_t{1}, size_t{2}}) {
