@@ -3,9 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
+#include <string_view>
 
-#include "base/load.h"
-#include "cmc_parser/records/kept_layouts.h"
 #include "tools/shading/channel_names.h"
 #include "tools/shading/container_summary.h"
 #include "tools/shading/repeated_merge.h"
@@ -120,49 +120,75 @@ struct light_tables {
   return a.width == b.width && a.height == b.height && a.light_count == b.light_count;
 }
 
-/// Whether the merge changed anything at all.
-[[nodiscard]] bool differ(const lens_shading_set& a, const lens_shading_set& b) {
-  const size_t samples = size_t{a.width} * a.height;
-  for (size_t i = 0; i < a.light_count; ++i) {
-    if (a.lights[i].light_id != b.lights[i].light_id) return true;
-    if (a.lights[i].fraction_bits != b.lights[i].fraction_bits) return true;
-    for (size_t row = 0; row < table_side; ++row)
-      for (size_t column = 0; column < table_side; ++column)
-        if (!same_samples(a.lights[i].tables[row][column], b.lights[i].tables[row][column],
-                          samples))
-          return true;
+/// What the inspection found about the NVM image and the merge, as sentences; empty when all went
+/// well.
+[[nodiscard]] std::string merge_reasons(const std::vector<findings::finding>& found) {
+  static constexpr std::string_view codes[] = {"nvm-empty",
+                                               "nvm-refused",
+                                               "merge-without-lens-shading",
+                                               "merge-without-extended-set",
+                                               "merge-without-properties",
+                                               "merge-without-record-17",
+                                               "merge-without-lights",
+                                               "merge-without-tables",
+                                               "gains-not-computed",
+                                               "extended-set-too-small",
+                                               "gain-table-missing",
+                                               "plane-order-unknown",
+                                               "cfa-layout-unknown"};
+  std::string result;
+  for (const findings::finding& finding : found) {
+    if (std::find(std::begin(codes), std::end(codes), finding.code) == std::end(codes)) continue;
+    if (!result.empty()) result += ' ';
+    result += finding.message;
   }
-  return false;
+  return result;
 }
 
-/// Says in `about` what became of the module's calibration, light by light.
-class merge_account {
+/// Fills `about` with the lights, and what became of the module's calibration.
+class light_collector {
  public:
-  merge_account(subject& about, const parsed_cmc& unmerged, const parsed_cmc* merged,
-                std::optional<std::span<const uint8_t>> nvm)
-      : about_(about), before_(*unmerged.lens_shading) {
-    if (!nvm) {
+  /// `merged` is null without an NVM image.
+  light_collector(subject& about, const parsed_cmc& unmerged, const findings::inspection* merged,
+                  std::span<const uint8_t> nvm)
+      : about_(about), cmc_(unmerged), before_(*unmerged.lens_shading) {
+    if (merged == nullptr) {
       about_.module_state =
-          "No NVM image was given: the tables are shown as the container holds "
-          "them, before a module's calibration.";
+          "No NVM image was given: the tables are shown as the container holds them, before a "
+          "module's calibration.";
       return;
     }
-    merge_.emplace(unmerged, *nvm);
-    if (merged != nullptr && merged->lens_shading != nullptr &&
-        same_shape(before_, *merged->lens_shading))
-      after_ = merged->lens_shading;
-    if (after_ != nullptr && (merge_->is_ready() || differ(before_, *after_))) {
+    reasons_ = merge_reasons(merged->found);
+    if (merged->from.merged && merged->cmc != nullptr && merged->cmc->lens_shading != nullptr &&
+        same_shape(before_, *merged->cmc->lens_shading)) {
+      after_ = merged->cmc->lens_shading;
+      merge_.emplace(unmerged, nvm);
       about_.has_module = true;
+      return;
+    }
+    about_.module_lost = true;
+    about_.module_state =
+        fmt::format("{} The tables are shown as the container holds them.",
+                    reasons_.empty() ? "The module's calibration is not merged." : reasons_);
+  }
+
+  void collect_lights() {
+    about_.width = before_.width;
+    about_.height = before_.height;
+    for (size_t i = 0; i < before_.light_count; ++i) add_light(i);
+    if (!about_.has_module) return;
+    if (corrected_ == about_.lights.size()) {
+      about_.module_state = "The module's calibration is merged into the tables of every light.";
     } else {
-      after_ = nullptr;
-      about_.module_state = fmt::format(
-          "The module's calibration was not merged: {}. The tables are shown as the "
-          "container holds them.",
-          merge_->why_not().empty() ? "the two parses differ" : merge_->why_not());
+      about_.module_lost = true;
+      about_.module_state =
+          fmt::format("The module's calibration is merged into {} of {} lights. {}", corrected_,
+                      about_.lights.size(), reasons_);
     }
   }
 
-  void add_light(size_t index, const module_properties_record* record_2) {
+ private:
+  void add_light(size_t index) {
     const lens_shading_light& before = before_.lights[index];
     const lens_shading_light* const after = after_ != nullptr ? &after_->lights[index] : nullptr;
     const bool corrected = after != nullptr && merge_->next_light();
@@ -175,31 +201,20 @@ class merge_account {
                                   .after = after,
                                   .merge = corrected ? &*merge_ : nullptr,
                                   .samples = size_t{before_.width} * before_.height},
-                                 record_2);
+                                 cmc_.module_properties);
     if (corrected)
       ++corrected_;
     else if (after != nullptr)
-      light.not_corrected = merge_->why_not();
+      light.not_corrected = reasons_.empty() ? "The merge did not come to this light." : reasons_;
     about_.lights.push_back(std::move(light));
   }
 
-  void finish() {
-    if (!about_.has_module) return;
-    if (corrected_ == about_.lights.size()) {
-      about_.module_state = "The module's calibration was merged into the tables of every light.";
-    } else {
-      about_.module_state = fmt::format(
-          "The module's calibration was merged into {} of {} lights, then it stopped: "
-          "{}.",
-          corrected_, about_.lights.size(), merge_->why_not());
-    }
-  }
-
- private:
   subject& about_;
+  const parsed_cmc& cmc_;
   const lens_shading_set& before_;
   const lens_shading_set* after_ = nullptr;
   std::optional<repeated_merge> merge_;
+  std::string reasons_;
   size_t corrected_ = 0;
 };
 
@@ -218,16 +233,11 @@ subject collect(const std::string& file, std::span<const uint8_t> container,
   if (unmerged.cmc != nullptr) {
     const parsed_cmc& cmc = *unmerged.cmc;
     if (cmc.general.name != nullptr) about.module_name = findings::escaped(cmc.general.name);
-    if (cmc.lens_shading == nullptr) {
+    if (cmc.lens_shading == nullptr)
       about.module_state = "The container gives no lens-shading tables (records 10 and 28).";
-    } else {
-      about.width = cmc.lens_shading->width;
-      about.height = cmc.lens_shading->height;
-      merge_account account(about, cmc, merged.cmc.get(), nvm);
-      for (size_t i = 0; i < cmc.lens_shading->light_count; ++i)
-        account.add_light(i, cmc.module_properties);
-      account.finish();
-    }
+    else
+      light_collector(about, cmc, nvm ? &merged : nullptr, nvm.value_or(std::span<const uint8_t>()))
+          .collect_lights();
   } else {
     about.module_state = "The container is not valid: there is nothing to show.";
   }

@@ -172,8 +172,8 @@ void draw_alarm_rings(canvas& on, const panel_content& content, const panel_axes
   for (size_t i = 0; i < plane.samples(); ++i) {
     const bool wrapped = plane.is_wrapped(i);
     if (!wrapped && !plane.is_below_one(i) && !std::isnan(plane.at(i))) continue;
-    const point at =
-        axes.at({static_cast<double>(i / plane.width()), static_cast<double>(i % plane.width())});
+    const size_t row = i / plane.width();
+    const point at = axes.at({static_cast<double>(row), static_cast<double>(i % plane.width())});
     for (const double radius : {6.0, 6.8})
       on.disc(at, radius, ink::none, wrapped ? ink::wrapped : ink::below_one);
   }

@@ -57,7 +57,7 @@ class page_writer {
 
   void write_state() {
     const alarm_totals totals = totals_of(about_);
-    paragraph(about_.module_state, !about_.valid);
+    paragraph(about_.module_state, !about_.valid || about_.module_lost);
     for (const totals_sentence& sentence : sentences_of(about_, totals))
       paragraph(sentence.words, sentence.alarm);
     if (about_.valid && totals.samples == 0)

@@ -13,6 +13,7 @@ namespace shading {
 namespace {
 
 constexpr size_t longest_name = 60;
+constexpr size_t longest_reason = 150;
 
 void draw_header(canvas& on, double top, const subject& about, const panel_band& band,
                  const scales& values) {
@@ -42,7 +43,7 @@ void draw_header(canvas& on, double top, const subject& about, const panel_band&
         values.ratio.text_of(values.ratio.high, 2), values.ratio.text_of(values.ratio.step));
   on.text({x, top + 47}, scale, {.size = 10, .colour = ink::faint});
   if (!light.not_corrected.empty())
-    on.text({x, top + 61}, "Not corrected: " + light.not_corrected,
+    on.text({x, top + 61}, "Not corrected: " + shortened(light.not_corrected, longest_reason),
             {.size = 10, .colour = ink::alarm, .bold = true});
 }
 

@@ -27,7 +27,7 @@ struct heading_line {
 [[nodiscard]] std::vector<heading_line> heading_of(const subject& about,
                                                    const std::vector<panel_band>& bands) {
   std::vector<heading_line> lines = {{about.file, false}};
-  lines.push_back({about.module_state, !about.valid});
+  lines.push_back({about.module_state, !about.valid || about.module_lost});
   const alarm_totals totals = totals_of(about);
   for (const totals_sentence& sentence : sentences_of(about, totals))
     lines.push_back({sentence.words, sentence.alarm});

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "lsc/colour_cells.h"
@@ -29,16 +28,9 @@ class repeated_merge {
   /// `unmerged` is the container parsed without a module, and has to outlive this.
   repeated_merge(const parsed_cmc& unmerged, std::span<const uint8_t> nvm);
 
-  /// Whether there are gain planes to correct any light with.
-  [[nodiscard]] bool is_ready() const { return gains_ != nullptr; }
-  /// Why not; empty when it is.
-  [[nodiscard]] const std::string& why_not() const { return why_not_; }
-
   /// Goes on to the next light, in the container's order; false from the first light on at which
-  /// the correction stops, and why_not() then says why.
+  /// the correction ends, or at once when there is nothing to merge.
   [[nodiscard]] bool next_light();
-  /// Fraction bits that the light's tables have from then on.
-  [[nodiscard]] unsigned fraction_bits() const;
   /// Where the correction reads the site's samples; null when it leaves the site alone.
   [[nodiscard]] const uint16_t* source_of(size_t row, size_t column) const;
   /// The site's products; all empty when the correction leaves the site alone.
@@ -51,9 +43,6 @@ class repeated_merge {
     }
   };
 
-  /// The first reason that keeps the merge from running, or an empty text.
-  [[nodiscard]] std::string prepare(std::span<const uint8_t> nvm);
-  [[nodiscard]] std::string refusal_of_light(const lens_shading_light_ext& source) const;
   [[nodiscard]] float* plane_of(qo::colour which) const;
   void average_greens();
 
@@ -62,7 +51,6 @@ class repeated_merge {
   qo::plane_numbers planes_ = {};
   qo::colour_cell cell_ = {};
   std::unique_ptr<computed_upscale_lsc_tables, gains_deleter> gains_;
-  std::string why_not_;
   size_t next_ = 0;
   const lens_shading_light_ext* source_ = nullptr;
   float* table_ = nullptr;

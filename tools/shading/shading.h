@@ -42,7 +42,8 @@ struct subject {
   uint16_t width = 0;
   uint16_t height = 0;
   bool has_module = false;   ///< a module's calibration was merged: there is an `after`
-  std::string module_state;  ///< a sentence about the NVM image and the merge
+  std::string module_state;  ///< what is to be said of the NVM image and the merge
+  bool module_lost = false;  ///< an image was given, and is not merged into every light
   std::vector<light_panels> lights;
   std::vector<std::pair<std::string, std::string>> summary;  ///< escaped
   std::vector<findings::finding> found;
