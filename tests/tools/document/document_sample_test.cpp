@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/tools/document/parsed_document.h"
-#include "tools/make_sample/sample_module.h"
+#include "tools/sample/sample_module.h"
 
 namespace {
 

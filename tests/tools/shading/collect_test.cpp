@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "tests/tools/shading/shading_cases.h"
-#include "tools/make_sample/sample_module.h"
+#include "tools/sample/sample_module.h"
 #include "tools/shading/plane_figures.h"
 #include "tools/shading/shading.h"
 #include "writer/container_writer.h"

@@ -3,7 +3,7 @@
 #include <sstream>
 
 #include "tests/tools/shading/made_subject.h"
-#include "tools/make_sample/sample_module.h"
+#include "tools/sample/sample_module.h"
 #include "tools/shading/plane_view.h"
 #include "tools/shading/shading.h"
 

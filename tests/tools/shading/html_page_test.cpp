@@ -2,7 +2,7 @@
 
 #include "tests/tools/shading/made_subject.h"
 #include "tests/tools/shading/shading_cases.h"
-#include "tools/make_sample/sample_module.h"
+#include "tools/sample/sample_module.h"
 #include "tools/shading/markup.h"
 #include "tools/shading/shading.h"
 

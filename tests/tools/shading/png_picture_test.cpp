@@ -5,7 +5,7 @@
 
 #include "tests/tools/shading/made_subject.h"
 #include "tests/tools/shading/shading_cases.h"
-#include "tools/make_sample/sample_module.h"
+#include "tools/sample/sample_module.h"
 #include "tools/shading/panel_layout.h"
 #include "tools/shading/png_file.h"
 #include "tools/shading/shading.h"
