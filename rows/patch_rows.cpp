@@ -159,8 +159,8 @@ void enlarge_strip(const combined_rows& combined, size_t first, const float* pos
     cubic<floats> a[4];
     for (size_t m = 0; m < 4; ++m) a[m] = patches_at(combined, m, begin - first);
     for (size_t turn = 0; x < count; ++turn) {
-      const __mmask16 present =
-          x + lanes <= count ? UINT16_MAX : static_cast<__mmask16>((1u << (count - x)) - 1);
+      const auto present =
+          static_cast<__mmask16>(x + lanes <= count ? 0xffffu : (1u << (count - x)) - 1);
       const floats at = _mm512_maskz_loadu_ps(present, positions + x);
       const indices cells = __builtin_convertvector(at, indices);
       const indices index = cells - static_cast<int32_t>(begin);
