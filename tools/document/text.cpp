@@ -75,7 +75,9 @@ class printer {
     for (const auto& [key, value] : object.items()) {
       if (key == "fraction_bits" && value.is_number_unsigned())
         fraction_bits_ = value.get<unsigned>();
-      print(depth, key, width, path + "." + key, value);
+      std::string member = path;
+      member.append(".").append(key);
+      print(depth, key, width, member, value);
     }
   }
 

@@ -47,7 +47,7 @@ void map_mapped_lights(record_map& map, bool with_aux) {
     map.array<float>(light + ".gains", 2);
     map.array<float>(light + ".coords", 2);
     map.field<uint16_t>(light + ".integer_bits");
-    map_planes(map, light, static_cast<uint64_t>(largest + 1), samples);
+    map_planes(map, light, static_cast<uint64_t>(largest) + 1, samples);
   }
 }
 

@@ -1,6 +1,7 @@
 #include "tools/shading/colour_map.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace shading {
 
@@ -54,7 +55,7 @@ const std::array<rgb, colour_count> colour_map = {{
 
 rgb colour_at(double position) {
   const double inside = std::clamp(position, 0.0, 1.0);
-  return colour_map[static_cast<size_t>(inside * (colour_count - 1) + 0.5)];
+  return colour_map[static_cast<size_t>(std::lround(inside * (colour_count - 1)))];
 }
 
 }  // namespace shading
