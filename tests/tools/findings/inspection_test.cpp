@@ -195,7 +195,7 @@ TEST(Inspection, NamesTheFieldsOfImplausibleLights) {
             codes_of(seen));
   EXPECT_EQ("lens_shading.lights[1].fraction_bits", seen.found[0].field);
   EXPECT_EQ("lens_shading.lights[1].coords", seen.found[1].field);
-  EXPECT_EQ("lens_shading_ext.lights[0].coords", seen.found[3].field);
+  EXPECT_EQ("lens_shading_ext.lights_ext[0].coords", seen.found[3].field);
   EXPECT_TRUE(seen.found[0].message.ends_with("light 1 has 65532.")) << seen.found[0].message;
   EXPECT_TRUE(seen.found[1].message.ends_with("light 1 has 0.0625 and -0.25."))
       << seen.found[1].message;

@@ -230,6 +230,15 @@ class Output(tool.ToolTest):
         result = self.run_tool("check", "missing", stderr=None, preexec_fn=lambda: os.close(2))
         self.assertEqual(2, result.code)
 
+    def test_json_that_is_nested_without_end_is_refused(self):
+        dump = self.run_tool("dump", "--json", "sample.vexb").out
+        deep = b"[" * 3000000 + b"]" * 3000000
+        for text in [deep, dump.replace(b'"unused_6":null', b'"unused_6":' + deep)]:
+            self.file("deep.json", text)
+            result = self.run_tool("pack", "deep.json", "-o", "out")
+            self.assertCode(2, result)
+            self.assertOneLine("qo-cmc: deep.json: is nested deeper than 32 levels", result)
+
     def test_files_that_cannot_be_written_end_with_2(self):
         self.file("dump.json", self.run_tool("dump", "--json", "sample.vexb").out)
         os.symlink("/dev/full", self.folder / "full.csv")

@@ -139,13 +139,25 @@ class ManPage(tool.ToolTest):
         for command in commands[:-1]:
             shell(command)
         document = self.run_tool("dump", "--json", "sample.vexb").out
-        self.file("other.json", document.replace(b"sample module", b"second module"))
-        self.assertCode(0, self.run_tool("pack", "other.json", "-o", "sample.vexb"))
+        for name, packed in [(b"second", "sample.vexb"), (b"third", "other.vexb")]:
+            renamed = document.replace(b"sample module", name + b" module")
+            if len(name) != len(b"sample"):
+                renamed = renamed.replace(b'"size":112', b'"size":null', 1)
+            self.file("other.json", renamed)
+            self.assertCode(0, self.run_tool("pack", "other.json", "-o", packed))
         shown = shell("git -c core.pager=cat diff")
         changed = [line for line in shown.splitlines() if re.match(r"[-+](?![-+])", line)]
         self.assertEqual(2, len(changed), shown)
         self.assertIn("sample module", changed[0])
         self.assertIn("second module", changed[1])
+
+        # One container that is not valid leaves the others to be seen.
+        shell("git add sample.vexb")
+        self.file("a.vexb", b"")
+        shell("git add a.vexb")
+        self.file("a.vexb", b"no container")
+        self.file("sample.vexb", (self.folder / "other.vexb").read_bytes())
+        self.assertIn("third module", shell("git -c core.pager=cat diff 2>/dev/null"))
 
 
 if __name__ == "__main__":

@@ -62,9 +62,11 @@ class Usage(tool.ToolTest):
             ["shading", "sample.vexb"],
             ["shading", "sample.vexb", "-o", "out"],
             ["shading", "sample.vexb", "-o", "out.jpeg"],
+            ["shading", "sample.vexb", "-o", "-"],
             ["shading", "sample.vexb", "sample.vexb", "-o", "out.png"],
             ["pack", "sample.vexb"],
             ["pack", "sample.vexb", "-o", "out", "--checksum", "3"],
+            ["pack", "sample.vexb", "-o", "-"],
             ["sample", "a", "b"],
         ]:
             with self.subTest(arguments):

@@ -20,11 +20,20 @@ struct pack_options {
   unsigned checksum = 1;
 };
 
+/// More than any dump has. JSON that is nested without end is refused while it is read, before
+/// anything walks down into it.
+constexpr int deepest_nesting = 32;
+
 /// The slots of the one object in the file.
 json slots_in(const std::string& file, std::span<const uint8_t> text) {
+  const auto refuse_deep = [&file](int depth, json::parse_event_t, json&) {
+    if (depth > deepest_nesting)
+      throw failure(file, fmt::format("is nested deeper than {} levels", deepest_nesting));
+    return true;
+  };
   json object;
   try {
-    object = json::parse(text.begin(), text.end());
+    object = json::parse(text.begin(), text.end(), refuse_deep);
   } catch (const json::parse_error& thrown) {
     throw failure(file, fmt::format("not JSON, or more than one object: {}",
                                     findings::escaped(thrown.what())));
@@ -42,6 +51,7 @@ json slots_in(const std::string& file, std::span<const uint8_t> text) {
 exit_code pack(const pack_options& chosen, const streams& standard) {
   const auto rule =
       chosen.checksum == 1 ? writer::checksum_rule::rule_a : writer::checksum_rule::rule_b;
+  if (chosen.out == "-") throw failure("--output", "standard output is not written to");
   return each_file({chosen.file}, 1, standard, [&](const std::string& file, report&) {
     const content read = read_all(file, standard.input);
     write_file(chosen.out, text_of_bytes(document::pack(slots_in(file, read.bytes()), rule)));

@@ -22,6 +22,7 @@ struct shading_options {
 enum class form { html, png, csv };
 
 form form_of(const std::string& out) {
+  if (out == "-") throw failure("--output", "standard output is not written to");
   if (out.ends_with(".html")) return form::html;
   if (out.ends_with(".png")) return form::png;
   if (out.ends_with(".csv")) return form::csv;
