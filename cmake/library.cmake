@@ -36,6 +36,19 @@ target_link_options(qo_cmc_parser PRIVATE
   -static-libgcc -Wl,--as-needed -Wl,--version-script=${exports} -Wl,--no-undefined
   -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 
+# The whole library, with what it hides, for tools that link it into themselves. Where no real stack
+# is named its stand-ins come along, all but the log: who links this defines qo_log().
+add_library(qo_cmc_internal STATIC EXCLUDE_FROM_ALL $<TARGET_OBJECTS:qo_cmc_objects>
+            $<TARGET_PROPERTY:qo_cmc_objects,INTERFACE_SOURCES>)
+set_target_properties(qo_cmc_internal PROPERTIES LINKER_LANGUAGE CXX)
+target_include_directories(qo_cmc_internal PUBLIC
+  ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/platform/include)
+if(QO_PLATFORM_ROOT)
+  target_link_libraries(qo_cmc_internal PUBLIC qo_vexb_parser qo_nvm)
+else()
+  target_link_libraries(qo_cmc_internal PUBLIC qo_vexb_parser_static qo_nvm_static)
+endif()
+
 install(TARGETS qo_cmc_parser LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(CODE "file(RPATH_REMOVE FILE
   \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libqo_cmc_parser.so\")")

@@ -129,11 +129,13 @@ void fill_block_from_20(const parsed_cmc& cmc, const source_20& source, record_3
 
 }  // namespace
 
-void synthesise_record_34(parsed_cmc& cmc) {
-  if (cmc.record_34 != nullptr) return;
+derivation_result synthesise_record_34(parsed_cmc& cmc) {
+  if (cmc.record_34 != nullptr) return {};
   const source_19 first = read_source_19(cmc);
   const source_20 second = read_source_20(cmc);
-  if (!first.present && !second.present) return;
+  const bool lacks_20 = cmc.record_20.record != nullptr && !second.present;
+  const reason missing = lacks_20 ? reason::derived_without_record_20 : reason::none;
+  if (!first.present && !second.present) return {false, missing};
 
   const uint32_t block_count = uint32_t{static_cast<uint32_t>(first.present)} +
                                uint32_t{static_cast<uint32_t>(second.present)};
@@ -147,7 +149,7 @@ void synthesise_record_34(parsed_cmc& cmc) {
     size += tail_size + static_cast<uint32_t>(sizeof(record_34_short_entry)) * second.list_count;
 
   uint8_t* const bytes = c_new_array<uint8_t>(size);
-  if (bytes == nullptr) return;
+  if (bytes == nullptr) return {false, reason::derived_out_of_memory};
   record_34_table* const table = reinterpret_cast<record_34_table*>(bytes);
   table->header = {size, base_version, 0, derived_kind};
   table->block_count = block_count;
@@ -157,6 +159,7 @@ void synthesise_record_34(parsed_cmc& cmc) {
   if (first.present) fill_block_from_19(cmc, first, *block++, area);
   if (second.present) fill_block_from_20(cmc, second, *block, area);
   cmc.record_34 = &table->header;
+  return {true, missing};
 }
 
 }  // namespace qo

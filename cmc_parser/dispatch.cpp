@@ -1,6 +1,6 @@
 // cmc_parse(): the decoder of each kind.
 
-#include "qo_cmc/parser.h"
+#include "cmc_parser/dispatch.h"
 
 #include "base/load.h"
 #include "cmc_parser/records/decoders.h"
@@ -22,14 +22,21 @@ namespace {
 }
 
 }  // namespace
+
+decode_result decode_record(void* record, parsed_cmc* cmc, const calibration* module) {
+  const auto refused = [](reason why) {
+    return decode_result{.code = QO_CMC_INVALID, .fate = copy_fate::refused, .why = why};
+  };
+  if (record == nullptr || cmc == nullptr) return refused(reason::record_missing);
+  // First only the size is looked at: a shorter block has no header to read.
+  if (load<uint32_t>(record) < sizeof(record_header)) return refused(reason::record_missing);
+  record_decoder* const decode = decoder_of(load<record_header>(record).id);
+  if (decode == nullptr) return refused(reason::kind_refused);
+  return decode(record_copy(record), *cmc, module);
+}
+
 }  // namespace qo
 
 uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* module) {
-  if (record == nullptr || cmc == nullptr) return QO_CMC_INVALID;
-  // First only the size is looked at: a shorter block has no header to read.
-  if (qo::load<uint32_t>(record) < sizeof(record_header)) return QO_CMC_INVALID;
-  const record_header header = qo::load<record_header>(record);
-  qo::record_decoder* const decode = qo::decoder_of(header.id);
-  if (decode == nullptr) return QO_CMC_INVALID;
-  return decode(qo::record_copy(record), *cmc, module);
+  return qo::decode_record(record, cmc, module).code;
 }

@@ -1,13 +1,12 @@
 // qo_vexb_others_parser_init(): record kind 722.
 
-#include "qo_cmc/parser.h"
+#include "cmc_parser/others_record.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include "base/c_heap.h"
 #include "base/load.h"
-#include "cmc_parser/container.h"
 
 // Record 722:
 //     8  u32  value
@@ -23,32 +22,46 @@ constexpr uint32_t count_offset = 12;
 constexpr uint32_t entries_offset = 16;
 constexpr uint32_t most_entries = 8;
 
-void copy_others(const record_view& record, parsed_cmc& cmc) {
-  if (record.size < entries_offset) return;
-  const uint32_t count = std::min(load<uint32_t>(record.bytes, count_offset), most_entries);
-  const size_t entries_size = sizeof(uint64_t) * count;
-  if (entries_size > record.size - entries_offset) return;
+[[nodiscard]] decode_result copy_others(const record_view& record, parsed_cmc& cmc) {
+  decode_result result = {.fate = copy_fate::released};
+  const auto without = [&](reason why, extent needed = {}) {
+    result.why = why;
+    result.needed = needed;
+    return result;
+  };
+  if (record.size < entries_offset)
+    return without(reason::record_too_short, extent(entries_offset));
+  const uint32_t stated_count = load<uint32_t>(record.bytes, count_offset);
+  const uint32_t count = std::min(stated_count, most_entries);
+  const extent end = extent(entries_offset) + size_of<uint64_t> * extent(count);
+  if (!(end <= extent(record.size))) return without(reason::record_too_short, end);
 
   others_block* const block = c_new<others_block>();
   // Contract: an earlier block is the client's, and a failed allocation empties the slot.
   cmc.others = block;
-  if (block == nullptr) return;
+  if (block == nullptr) return without(reason::out_of_memory);
   block->others_value = load<uint32_t>(record.bytes, value_offset);
   block->others_count = count;
-  memcpy(block->others_entries, record.bytes + entries_offset, entries_size);
+  memcpy(block->others_entries, record.bytes + entries_offset, sizeof(uint64_t) * count);
+  result.fate = copy_fate::converted;
+  result.filled = true;
+  return without(count < stated_count ? reason::entries_dropped : reason::none);
 }
 
 }  // namespace
+
+std::optional<others_result> read_others(const qo_blob* container, parsed_cmc* cmc) {
+  if (container == nullptr || container->data == nullptr || cmc == nullptr) return std::nullopt;
+  if (container->size < container_header_size) return std::nullopt;
+  const uint8_t* const image = static_cast<const uint8_t*>(container->data);
+  record_walk walk(image, std::min(stated_total(image), container->size));
+  while (const std::optional<record_view> record = walk.next())
+    if (record->id == others_kind) return others_result{*record, copy_others(*record, *cmc)};
+  return std::nullopt;
+}
+
 }  // namespace qo
 
 void qo_vexb_others_parser_init(const qo_blob* container, parsed_cmc* cmc) {
-  if (container == nullptr || container->data == nullptr || cmc == nullptr) return;
-  if (container->size < qo::container_header_size) return;
-  const uint8_t* const image = static_cast<const uint8_t*>(container->data);
-  qo::record_walk walk(image, std::min(qo::stated_total(image), container->size));
-  while (const std::optional<qo::record_view> record = walk.next()) {
-    if (record->id != qo::others_kind) continue;
-    qo::copy_others(*record, *cmc);
-    return;
-  }
+  (void)qo::read_others(container, cmc);
 }

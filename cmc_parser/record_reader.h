@@ -9,15 +9,15 @@
 namespace qo {
 
 /// A cursor that cannot leave its record. A step past the end yields 0 or null and latches
-/// failed(), so a group of fields is read first and tested once.
+/// failed(), so a group of fields is read first and tested once; the record remembers the end.
 class record_reader {
  public:
-  record_reader(const record_copy& record, extent offset)
-      : record_(record), offset_(offset), failed_(!record.holds(offset)) {}
+  record_reader(record_copy& record, extent offset)
+      : record_(record), offset_(offset), failed_(!record.require(offset)) {}
 
-  /// Whether the next `count` bytes are the record's.
-  [[nodiscard]] bool holds(extent count) const {
-    return !failed_ && record_.holds(offset_ + count);
+  /// Whether the next `count` bytes are the record's, which must have them.
+  [[nodiscard]] bool require(extent count) const {
+    return !failed_ && record_.require(offset_ + count);
   }
 
   /// Passes the next `count` bytes.
@@ -25,7 +25,7 @@ class record_reader {
 
   /// The next `count` bytes, or null. A count that the record cannot hold may be of any size.
   [[nodiscard]] const uint8_t* take(extent count) {
-    if (!holds(count)) {
+    if (!require(count)) {
       failed_ = true;
       return nullptr;
     }
@@ -44,7 +44,7 @@ class record_reader {
   [[nodiscard]] bool failed() const { return failed_; }
 
  private:
-  const record_copy& record_;
+  record_copy& record_;
   extent offset_;
   bool failed_;
 };

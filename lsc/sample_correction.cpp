@@ -1,7 +1,7 @@
 // ratio_based_sample_to_sample_correction(): lens-shading tables times the gain planes of one
 // camera module.
 
-#include "qo_cmc/lsc.h"
+#include "lsc/sample_correction.h"
 
 #include <cassert>
 #include <cstddef>
@@ -95,38 +95,47 @@ void correct_tables(const colour_cell& cell, const colour_planes& planes,
 }
 
 }  // namespace
+
+correction_result correct_samples(lens_shading_set* target, const lens_shading_set* source,
+                                  computed_upscale_lsc_tables* gains, uint32_t cfa_layout,
+                                  uint32_t plane_order) {
+  constexpr correction_result missing = {QO_CMC_INVALID_SIZE, correction_fault::missing_argument};
+  if (target == nullptr || source == nullptr || gains == nullptr) return missing;
+  if (target->light_count == 0) return {};
+  if (target->lights == nullptr || source->lights_ext == nullptr || gains->gain_tables == nullptr)
+    return missing;
+  const size_t samples = table_samples(*target);
+  if (source->light_count < target->light_count || table_samples(*source) < samples)
+    return {QO_CMC_INVALID, correction_fault::source_too_small};
+
+  const plane_numbers numbers = find_plane_numbers(plane_order);
+  const colour_cell cell = find_colour_cell(cfa_layout);
+  for (uint16_t index = 0; index < target->light_count; ++index) {
+    const lens_shading_light_ext& from = source->lights_ext[index];
+    lens_shading_light& to = target->lights[index];
+    if (from.aux == 0 || from.aux > gains->table_count)
+      return {QO_CMC_INVALID, correction_fault::gain_table_missing, index};
+    float* const table = gains->gain_tables[from.aux - 1];
+    if (table == nullptr) return {QO_CMC_INVALID_SIZE, correction_fault::gain_table_missing, index};
+    // The codes are tested after the light's table, whose faults come first.
+    if (!numbers.known) return {QO_CMC_INVALID, correction_fault::plane_order_unknown, index};
+    if (cell.side == 0) return {QO_CMC_INVALID, correction_fault::cfa_layout_unknown, index};
+
+    const colour_planes planes(table, numbers, samples);
+    // Contract: in place, for each light. A table that serves two lights is averaged twice, which
+    // changes nothing more.
+    if (cell.side == 4) rows().gains.average(planes[colour::G1], planes[colour::G2], samples);
+    copy_leading_fields(from, to);
+    correct_tables(cell, planes, from, to, samples);
+  }
+  return {.lights = target->light_count};
+}
+
 }  // namespace qo
 
 uint64_t ratio_based_sample_to_sample_correction(lens_shading_set* target,
                                                  const lens_shading_set* source,
                                                  computed_upscale_lsc_tables* gains,
                                                  uint32_t cfa_layout, uint32_t plane_order) {
-  if (target == nullptr || source == nullptr || gains == nullptr) return QO_CMC_INVALID_SIZE;
-  if (target->light_count == 0) return QO_CMC_OK;
-  if (target->lights == nullptr || source->lights_ext == nullptr || gains->gain_tables == nullptr)
-    return QO_CMC_INVALID_SIZE;
-  const size_t samples = qo::table_samples(*target);
-  if (source->light_count < target->light_count || qo::table_samples(*source) < samples)
-    return QO_CMC_INVALID;
-
-  const qo::plane_numbers numbers = qo::find_plane_numbers(plane_order);
-  const qo::colour_cell cell = qo::find_colour_cell(cfa_layout);
-  for (size_t index = 0; index < target->light_count; ++index) {
-    const lens_shading_light_ext& from = source->lights_ext[index];
-    lens_shading_light& to = target->lights[index];
-    if (from.aux == 0 || from.aux > gains->table_count) return QO_CMC_INVALID;
-    float* const table = gains->gain_tables[from.aux - 1];
-    if (table == nullptr) return QO_CMC_INVALID_SIZE;
-    // The codes are tested after the light's table, whose faults come first.
-    if (!numbers.known || cell.side == 0) return QO_CMC_INVALID;
-
-    const qo::colour_planes planes(table, numbers, samples);
-    // Contract: in place, for each light. A table that serves two lights is averaged twice, which
-    // changes nothing more.
-    if (cell.side == 4)
-      qo::rows().gains.average(planes[qo::colour::G1], planes[qo::colour::G2], samples);
-    qo::copy_leading_fields(from, to);
-    qo::correct_tables(cell, planes, from, to, samples);
-  }
-  return QO_CMC_OK;
+  return qo::correct_samples(target, source, gains, cfa_layout, plane_order).code;
 }

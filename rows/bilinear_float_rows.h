@@ -30,11 +30,11 @@ struct bilinear_float_walk {
 
 /// What a set of kernels has worked out about a walk. Only the set that filled it reads it.
 struct bilinear_float_columns {
-  bilinear_float_walk walk;
-  uint32_t windows;  ///< windows of the source row around the taps of neighbouring outputs
-  alignas(64) uint16_t starts[bilinear_float_strip / 4];
   alignas(64) uint16_t taps[2 * bilinear_float_strip];  ///< rows have less than 65536 samples
   alignas(64) float fractions[bilinear_float_strip];
+  alignas(64) uint16_t starts[bilinear_float_strip / 4];
+  bilinear_float_walk walk;
+  uint32_t windows;  ///< windows of the source row around the taps of neighbouring outputs
 };
 
 /// The products of a source row: sample c0 by gx, and sample c1 by fx.

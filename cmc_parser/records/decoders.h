@@ -1,10 +1,11 @@
 /// One decoder and one release for each kind of CMC record, or family of like kinds.
 ///
-/// A decoder gets the record's private copy, fills its slot of the parsed CMC and answers the code
-/// of cmc_parse(). Most release first whatever the slot had; where the first record wins, where a
-/// refused record changes nothing, and where nothing is released, the decoder says so. A release
-/// accepts an empty slot and leaves it empty, but for what 25 and 27 leave by contract; the
-/// parser's teardown and the decoders call it.
+/// A decoder gets the record's private copy, fills its slot of the parsed CMC and answers what it
+/// did: the code of cmc_parse(), the fate of the copy, and why something is missing. Most release
+/// first whatever the slot had; where the first record wins, where a refused record changes
+/// nothing, and where nothing is released, the decoder says so. A release accepts an empty slot and
+/// leaves it empty, but for what 25 and 27 leave by contract; the parser's teardown and the
+/// decoders call it.
 #pragma once
 
 #include "cmc_parser/record_copy.h"
@@ -13,7 +14,8 @@
 
 namespace qo {
 
-using record_decoder = uint32_t(record_copy record, parsed_cmc& cmc, const calibration* module);
+using record_decoder = decode_result(record_copy record, parsed_cmc& cmc,
+                                     const calibration* module);
 
 /// Versions at which layouts change; the base layout is 100.
 enum layout_version : uint8_t { version_100 = 100, version_101, version_102, version_103 };

@@ -17,7 +17,8 @@ namespace {
 constexpr extent blocks_offset = 14;
 constexpr extent aux_size = 2;
 
-[[nodiscard]] lens_shading_ptr<lens_shading_light_ext> build_set(const record_copy& record) {
+/// Null for a record that is too short, which it remembers then, and without memory.
+[[nodiscard]] lens_shading_ptr<lens_shading_light_ext> build_set(record_copy& record) {
   lens_shading_ptr<lens_shading_light_ext> set(c_new<lens_shading_set>());
   if (set == nullptr) return nullptr;
   memcpy(set.get(), record.bytes(), sizeof(record_header));
@@ -31,7 +32,7 @@ constexpr extent aux_size = 2;
   std::optional<extent> gains_offset;
   if (set->version >= version_101) gains_offset = blocks_end;
   const extent end = gains_offset ? *gains_offset + light_gains_size * light_count : blocks_end;
-  if (!record.holds_padded(end)) return nullptr;
+  if (!record.require_padded(end)) return nullptr;
   set->lights_ext = c_new_array<lens_shading_light_ext>(light_count);
   if (set->lights_ext == nullptr) return nullptr;
   set->light_count = light_count;
@@ -45,10 +46,12 @@ constexpr extent aux_size = 2;
 
 }  // namespace
 
-uint32_t decode_extended_grid(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_extended_grid(record_copy record, parsed_cmc& cmc, const calibration*) {
   // The first record wins, whichever kind it was.
-  if (cmc.lens_shading_ext == nullptr) cmc.lens_shading_ext = build_set(record).release();
-  return QO_CMC_OK;
+  if (cmc.lens_shading_ext != nullptr) return record.drop(reason::record_superseded);
+  cmc.lens_shading_ext = build_set(record).release();
+  if (cmc.lens_shading_ext != nullptr) return record.filled();
+  return record.lacks_an_end() ? record.drop_as_too_short() : record.drop(reason::out_of_memory);
 }
 
 }  // namespace qo

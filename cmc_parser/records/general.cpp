@@ -38,10 +38,12 @@ void release_general(parsed_cmc& cmc) {
   cmc.general = {};
 }
 
-uint32_t decode_general(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_general(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.general.record);
   release_general(cmc);
+  if (!record.require(name_offset + 1)) return record.leak_as_too_short();
   const std::optional<extent> name_length = record.string_length(name_offset);
-  if (!name_length) return record.leak_as_too_short();
+  if (!name_length) return record.leak_as(reason::string_unterminated);
 
   uint16_t pair_count = 0;
   heap_array<string_pair> pairs;
@@ -51,17 +53,19 @@ uint32_t decode_general(record_copy record, parsed_cmc& cmc, const calibration*)
     pair_count = record.read<uint16_t>(count_offset);
     // A pair takes two terminators at least: a larger count is malformed, and must not reserve
     // room.
-    if (!record.holds(pairs_offset + extent(2) * pair_count)) return record.leak_as_too_short();
+    if (!record.require(pairs_offset + extent(2) * pair_count)) return record.leak_as_too_short();
     pairs.reset(c_new_array<string_pair>(pair_count));
-    if (pairs != nullptr && !index_pairs(record, pairs_offset, pair_count, pairs.get()))
-      return record.leak_as_too_short();
+    if (pairs == nullptr)
+      record.lose(reason::part_out_of_memory);
+    else if (!index_pairs(record, pairs_offset, pair_count, pairs.get()))
+      return record.leak_as(reason::string_unterminated);
   }
 
   cmc.general.name = reinterpret_cast<const char*>(record.at(name_offset));
   cmc.general.record = record.keep();
   cmc.general.pair_count = pair_count;
   cmc.general.pairs = pairs.release();
-  return QO_CMC_OK;
+  return record.filled();
 }
 
 }  // namespace qo

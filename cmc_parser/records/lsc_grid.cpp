@@ -50,24 +50,34 @@ void release_lsc_grid(parsed_cmc& cmc) {
   cmc.lsc_grid = {};
 }
 
-uint32_t decode_lsc_grid(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_lsc_grid(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.lsc_grid.record);
   release_lsc_grid(cmc);
   const uint16_t light_count = record.read<uint16_t>(10);
   const extent samples = extent(record.read<uint16_t>(12)) * record.read<uint16_t>(14);
   const extent block_size = fixed_map_light_size(size_of<uint16_t> * samples);
   const extent end = blocks_offset + block_size * light_count;
-  if (!record.holds(end)) return record.leak_as_too_short();
+  if (!record.require(end)) return record.leak_as_too_short();
   std::optional<extent> gains_offset;
-  if (record.version() >= version_101 && record.holds_padded(end + light_gains_size * light_count))
-    gains_offset = end;
+  if (record.version() >= version_101) {
+    if (record.require_padded(end + light_gains_size * light_count))
+      gains_offset = end;
+    else
+      record.lose(reason::gains_lost);
+  }
   // The first record wins, whichever kind it was.
-  if (cmc.lens_shading == nullptr) cmc.lens_shading = build_set(record, gains_offset).release();
+  if (cmc.lens_shading == nullptr) {
+    cmc.lens_shading = build_set(record, gains_offset).release();
+    if (cmc.lens_shading == nullptr) record.lose(reason::part_out_of_memory);
+  } else {
+    record.lose(reason::set_superseded);
+  }
   cmc.lsc_grid.blocks = record.at(blocks_offset);
   cmc.lsc_grid.first_table =
       address_at(record.bytes(), (blocks_offset + fixed_map_light_head_size).value());
   cmc.lsc_grid.light_gains = gains_offset ? record.at(*gains_offset) : nullptr;
   cmc.lsc_grid.record = record.keep();
-  return QO_CMC_OK;
+  return record.filled();
 }
 
 }  // namespace qo

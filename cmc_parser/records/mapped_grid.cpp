@@ -44,8 +44,8 @@ void read_head(const record_copy& record, extent block, lens_shading_light_ext& 
 enum class build_result { built, malformed, set_out_of_memory, part_out_of_memory };
 
 template <typename Light>
-[[nodiscard]] build_result build_set(const record_copy& record, lens_shading_ptr<Light>& result) {
-  if (!record.holds(blocks_offset)) return build_result::malformed;
+[[nodiscard]] build_result build_set(record_copy& record, lens_shading_ptr<Light>& result) {
+  if (!record.require(blocks_offset)) return build_result::malformed;
   lens_shading_ptr<Light> set(c_new<lens_shading_set>());
   if (set == nullptr) return build_result::set_out_of_memory;
   static_assert(offsetof(lens_shading_set, light_count) == 24);
@@ -55,7 +55,7 @@ template <typename Light>
   set->height = record.read<uint16_t>(30);
 
   const extent block_size = block_head_size + plane_size_of(*set) * planes_of(*set);
-  if (!record.holds_padded(blocks_offset + block_size * light_count))
+  if (!record.require_padded(blocks_offset + block_size * light_count))
     return build_result::malformed;
   Light* const lights = c_new_array<Light>(light_count);
   if (lights == nullptr) return build_result::part_out_of_memory;
@@ -71,24 +71,39 @@ template <typename Light>
   return build_result::built;
 }
 
-}  // namespace
-
-uint32_t decode_mapped_grid(record_copy record, parsed_cmc& cmc, const calibration*) {
-  release_lens_shading(cmc);
-  lens_shading_ptr<lens_shading_light> set;
-  // Contract: this kind logs a missing destination, record 33 does not.
-  if (build_set<lens_shading_light>(record, set) == build_result::part_out_of_memory)
-    log_null_destination();
-  cmc.lens_shading = set.release();
-  return QO_CMC_OK;
+[[nodiscard]] decode_result result_of(const record_copy& record, build_result built) {
+  switch (built) {
+    case build_result::built:
+      return record.filled();
+    case build_result::malformed:
+      return record.drop_as_too_short();
+    case build_result::set_out_of_memory:
+    case build_result::part_out_of_memory:
+      break;
+  }
+  return record.drop(reason::out_of_memory);
 }
 
-uint32_t decode_mapped_grid_ext(record_copy record, parsed_cmc& cmc, const calibration*) {
+}  // namespace
+
+decode_result decode_mapped_grid(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.lens_shading);
+  release_lens_shading(cmc);
+  lens_shading_ptr<lens_shading_light> set;
+  const build_result built = build_set<lens_shading_light>(record, set);
+  // Contract: this kind logs a missing destination, record 33 does not.
+  if (built == build_result::part_out_of_memory) log_null_destination();
+  cmc.lens_shading = set.release();
+  return result_of(record, built);
+}
+
+decode_result decode_mapped_grid_ext(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.lens_shading_ext);
   release_lens_shading_ext(cmc);
   lens_shading_ptr<lens_shading_light_ext> set;
-  (void)build_set<lens_shading_light_ext>(record, set);
+  const build_result built = build_set<lens_shading_light_ext>(record, set);
   cmc.lens_shading_ext = set.release();
-  return QO_CMC_OK;
+  return result_of(record, built);
 }
 
 }  // namespace qo

@@ -22,19 +22,23 @@ namespace {
 
 void release_module_properties(parsed_cmc& cmc) { c_release(cmc.module_properties); }
 
-uint32_t decode_module_properties(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_module_properties(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.module_properties);
   release_module_properties(cmc);
   module_properties_record* const properties = c_new<module_properties_record>();
   cmc.module_properties = properties;
+  if (properties == nullptr) return record.drop(reason::out_of_memory);
   const uint8_t version = record.version();
   const uint16_t filled = bytes_filled(version);
-  if (properties == nullptr || filled == 0 || !record.holds_padded(filled)) return QO_CMC_OK;
+  // What does not fit leaves a slot whose fields are all 0.
+  if (filled == 0) return record.filled_without(reason::version_without_layout);
+  if (!record.require_padded(filled)) return record.filled_without(reason::fields_lost);
 
   memcpy(properties, record.bytes(), filled);
   // Readers expect the places that later versions added to carry the older value.
   if (version == version_100) properties->value_16 = properties->value_12;
   if (version < version_103) properties->value_34 = properties->value_12;
-  return QO_CMC_OK;
+  return record.filled();
 }
 
 }  // namespace qo

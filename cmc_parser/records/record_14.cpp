@@ -11,23 +11,31 @@
 //    14  items of 8 bytes, (last - first) / step of them and more
 
 namespace qo {
+namespace {
+
+constexpr extent items_offset = 14;
+
+}  // namespace
 
 void release_record_14(parsed_cmc& cmc) {
   free(cmc.record_14.record);
   cmc.record_14 = {};
 }
 
-uint32_t decode_record_14(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_record_14(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.record_14.record);
   release_record_14(cmc);
+  if (!record.require(items_offset)) return record.drop_as_too_short();
   const uint16_t first = record.read<uint16_t>(8);
   const uint16_t last = record.read<uint16_t>(10);
   const uint16_t step = record.read<uint16_t>(12);
-  if (step == 0 || last < first) return QO_CMC_OK;
+  if (step == 0) return record.drop(reason::range_without_step);
+  if (last < first) return record.drop(reason::range_reversed);
   const extent steps(static_cast<uint32_t>(last - first) / step);
-  if (!record.holds(8 * steps + 24)) return QO_CMC_OK;
-  cmc.record_14.payload = record.at(14);
+  if (!record.require(8 * steps + 24)) return record.drop_as_too_short();
+  cmc.record_14.payload = record.at(items_offset);
   cmc.record_14.record = record.keep();
-  return QO_CMC_OK;
+  return record.filled();
 }
 
 }  // namespace qo

@@ -42,14 +42,13 @@ using sub_table_ptr = std::unique_ptr<record_15_sub_table, deleter<free_sub_tabl
   return copy;
 }
 
-[[nodiscard]] bool read_entry(const record_copy& record, record_reader& reader,
-                              record_15_entry& entry) {
-  if (!record.holds_padded(reader.offset() + entry_head_size)) return false;
+[[nodiscard]] bool read_entry(record_copy& record, record_reader& reader, record_15_entry& entry) {
+  if (!record.require_padded(reader.offset() + entry_head_size)) return false;
   entry.value_0 = reader.read<uint64_t>();
   entry.value_8 = reader.read<uint32_t>();
   const uint16_t count = static_cast<uint16_t>(entry.value_8 >> 16);
   const extent array_size = size_of<uint16_t> * count;
-  if (!record.holds_padded(reader.offset() + 2 * array_size)) return false;
+  if (!record.require_padded(reader.offset() + 2 * array_size)) return false;
   entry.array_first = copy_values(reader.take(array_size), count);
   if (entry.array_first == nullptr) return false;
   entry.array_second = copy_values(reader.take(array_size), count);
@@ -57,12 +56,12 @@ using sub_table_ptr = std::unique_ptr<record_15_sub_table, deleter<free_sub_tabl
 }
 
 /// The sub-table at `offset`, or null when it does not fit or there is no memory for it.
-[[nodiscard]] sub_table_ptr read_sub_table(const record_copy& record, extent offset) {
-  if (!record.holds_padded(offset + size_of<uint16_t>)) return nullptr;
+[[nodiscard]] sub_table_ptr read_sub_table(record_copy& record, extent offset) {
+  if (!record.require_padded(offset + size_of<uint16_t>)) return nullptr;
   record_reader reader(record, offset);
   const uint16_t count = reader.read<uint16_t>();
   // No room is reserved for entries that the record cannot hold.
-  if (!record.holds(reader.offset() + entry_head_size * count)) return nullptr;
+  if (!record.require(reader.offset() + entry_head_size * count)) return nullptr;
   sub_table_ptr table(c_new<record_15_sub_table>());
   if (table != nullptr) table->entries = c_new_array<record_15_entry>(count);
   if (table == nullptr || table->entries == nullptr) {
@@ -86,15 +85,18 @@ void release_record_15(parsed_cmc& cmc) {
   cmc.record_15 = {};
 }
 
-uint32_t decode_record_15(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_record_15(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.record_15.record);
   release_record_15(cmc);
   const uint16_t a = record.read<uint16_t>(8);
   const uint16_t b = record.read<uint16_t>(10);
   const extent items = extent(3) * a + b;
   // The layout asks for 4 bytes more than the sections take.
-  if (!record.holds(item_size * items + 16)) return record.leak_as_too_short();
+  if (!record.require(item_size * items + 16)) return record.leak_as_too_short();
   auto& slot = cmc.record_15;
   slot.sub_table = read_sub_table(record, body_offset + item_size * items).release();
+  if (slot.sub_table == nullptr)
+    record.lose(record.lacks_an_end() ? reason::sub_table_lost : reason::part_out_of_memory);
   slot.body = record.at(body_offset);
   slot.section_1 = record.at(body_offset + item_size * a);
   slot.section_2 = record.at(body_offset + 2 * item_size * a);
@@ -102,7 +104,7 @@ uint32_t decode_record_15(record_copy record, parsed_cmc& cmc, const calibration
   slot.counts.a = a;
   slot.counts.b = b;
   slot.record = record.keep();
-  return QO_CMC_OK;
+  return record.filled();
 }
 
 }  // namespace qo

@@ -51,20 +51,20 @@ void free_content(record_22_content* content) {
 
 using content_ptr = std::unique_ptr<record_22_content, deleter<free_content>>;
 
-/// False when the grid does not fit the record or there is no memory for it.
-[[nodiscard]] bool read_grid(record_reader& reader, record_22_content& content) {
+/// Why there is no content: the grid does not fit the record, or there is no memory for it.
+[[nodiscard]] reason read_grid(record_reader& reader, record_22_content& content) {
   const uint16_t count = content.grid_count;
-  if (count == 0) return true;
+  if (count == 0) return reason::none;
   const int32_t points = int32_t{content.width} * content.height;
-  if (points < 0) return false;
+  if (points < 0) return reason::grid_negative;
   const extent half_values(static_cast<uint32_t>(points));
   const extent entry_values = 2 * half_values;
   const extent entry_size = size_of<uint32_t> * entry_values;
-  if (!reader.holds((size_of<uint16_t> + entry_size) * count)) return false;
+  if (!reader.require((size_of<uint16_t> + entry_size) * count)) return reason::record_too_short;
 
   heap_array<record_22_grid_entry> grid(c_new_array<record_22_grid_entry>(count));
   heap_array<uint32_t> halves(c_new_array<uint32_t>((entry_values * count).value()));
-  if (grid == nullptr || halves == nullptr) return false;
+  if (grid == nullptr || halves == nullptr) return reason::out_of_memory;
   uint32_t* half = halves.get();
   for (uint16_t i = 0; i < count; ++i) {
     grid[i].tag = reader.read<uint16_t>();
@@ -75,14 +75,14 @@ using content_ptr = std::unique_ptr<record_22_content, deleter<free_content>>;
   }
   content.grid = grid.release();
   halves.release();  // entry 0 owns it
-  return true;
+  return reason::none;
 }
 
 /// Whether reading goes on after this part of the record. Only `out_of_memory` leaks the copy.
 enum class part { complete, cut, out_of_memory };
 
 [[nodiscard]] part read_items(record_reader& reader, record_22_content& content) {
-  if (!reader.holds(size_of<uint32_t> + size_of<int32_t>)) return part::cut;
+  if (!reader.require(size_of<uint32_t> + size_of<int32_t>)) return part::cut;
   content.value_items = reader.read<uint32_t>();
   const int32_t count = reader.read<int32_t>();
   if (count > 0) {
@@ -102,9 +102,8 @@ enum class part { complete, cut, out_of_memory };
   if (block == nullptr) return part::cut;
   memcpy(content.block, block, sizeof content.block);
   // Contract: the tail repeats bytes from the middle; the block's own last 16 bytes are never read,
-  // and need not be there.
+  // and need not be there where no list follows.
   memcpy(content.block_tail, block + 512, sizeof content.block_tail);
-  reader.skip(unread_block_size);
   return part::complete;
 }
 
@@ -135,28 +134,39 @@ enum class part { complete, cut, out_of_memory };
   return content.list_tail != nullptr;
 }
 
-void read_list(record_reader& reader, record_22_content& content) {
-  if (!reader.holds(size_of<uint32_t> + size_of<int32_t>)) return;
+/// Why the list is missing, if it is.
+[[nodiscard]] reason read_list(record_reader& reader, record_22_content& content) {
+  if (!reader.require(unread_block_size + size_of<uint32_t> + size_of<int32_t>))
+    return reason::list_lost;
+  reader.skip(unread_block_size);
   const uint32_t value = reader.read<uint32_t>();
   const int32_t count = reader.read<int32_t>();
   content.list_count = count;
-  if (count < 0 || !list_fits(reader, static_cast<uint32_t>(count))) return;
+  if (count < 0) return reason::list_count_negative;
+  if (!list_fits(reader, static_cast<uint32_t>(count))) return reason::list_lost;
   content.value_list = value;
   content.list = c_new_array<record_22_list_entry>(static_cast<uint32_t>(count));
-  if (content.list == nullptr) return;
-  if (copy_list(reader, content)) return;
+  if (content.list == nullptr) return reason::part_out_of_memory;
+  if (copy_list(reader, content)) return reason::none;
   // The count stays as read beside the missing list; the release looks at the list first.
   free_list(content.list, content.list_count);
   content.list = nullptr;
   content.value_list = 0;
+  return reason::part_out_of_memory;
 }
 
-void read_later_parts(record_copy& record, record_reader& reader, record_22_content& content) {
+/// Reads what stands after the grid, as far as the record reaches; answers what is missing of it.
+[[nodiscard]] reason read_later_parts(record_copy& record, record_reader& reader,
+                                      record_22_content& content) {
   const part items = read_items(reader, content);
-  // Contract: without memory for the items the copy is neither released nor returned.
-  if (items == part::out_of_memory) record.leak();
-  if (items != part::complete || read_block(reader, content) != part::complete) return;
-  if (record.version() >= version_102) read_list(reader, content);
+  if (items == part::out_of_memory) {
+    // Contract: without memory for the items the copy is neither released nor returned.
+    record.leak();
+    return reason::part_out_of_memory;
+  }
+  if (items == part::cut) return reason::items_lost;
+  if (read_block(reader, content) == part::cut) return reason::block_lost;
+  return record.version() >= version_102 ? read_list(reader, content) : reason::none;
 }
 
 }  // namespace
@@ -166,21 +176,24 @@ void release_record_22(parsed_cmc& cmc) {
   cmc.record_22 = nullptr;
 }
 
-uint32_t decode_record_22(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_record_22(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.record_22);
   release_record_22(cmc);
-  if (!record.holds(grid_offset)) return QO_CMC_OK;
+  if (!record.require(grid_offset)) return record.drop_as_too_short();
   content_ptr content(c_new<record_22_content>());
-  if (content == nullptr) return QO_CMC_OK;
+  if (content == nullptr) return record.drop(reason::out_of_memory);
   content->value_8 = record.read<uint32_t>(8);
   content->width = record.read<int16_t>(12);
   content->height = record.read<int16_t>(14);
   content->value_16 = record.read<uint32_t>(16);
   content->grid_count = record.read<uint16_t>(20);
   record_reader reader(record, grid_offset);
-  if (!read_grid(reader, *content)) return QO_CMC_OK;
-  if (record.version() >= version_101) read_later_parts(record, reader, *content);
+  const reason refusal = read_grid(reader, *content);
+  if (refusal != reason::none) return record.drop(refusal);
+  reason missing = reason::none;
+  if (record.version() >= version_101) missing = read_later_parts(record, reader, *content);
   cmc.record_22 = content.release();
-  return QO_CMC_OK;
+  return record.filled_without(missing);
 }
 
 }  // namespace qo

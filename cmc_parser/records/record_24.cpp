@@ -27,36 +27,36 @@ void free_content(record_24_content* content) {
 
 using content_ptr = std::unique_ptr<record_24_content, deleter<free_content>>;
 
-[[nodiscard]] uint32_t read_entries(const record_copy& record, record_24_content& content) {
-  if (!record.holds(head_size + entry_head_size * content.count)) return QO_CMC_INVALID;
+[[nodiscard]] reason read_entries(record_copy& record, record_24_content& content) {
+  if (!record.require(head_size + entry_head_size * content.count)) return reason::record_too_short;
   content.entries = c_new_array<record_24_entry>(content.count);
-  if (content.entries == nullptr) return QO_CMC_NO_MEMORY;
+  if (content.entries == nullptr) return reason::out_of_memory;
   record_reader reader(record, head_size);
   for (uint16_t i = 0; i < content.count; ++i) {
     record_24_entry& entry = content.entries[i];
     const uint8_t* const head = reader.take(entry_head_size);
-    if (head == nullptr) return QO_CMC_INVALID;
+    if (head == nullptr) return reason::record_too_short;
     memcpy(&entry, head, entry_head_size.value());
     const extent size = size_of<uint32_t> * entry.count;
     const uint8_t* const values = reader.take(size);
-    if (values == nullptr) return QO_CMC_INVALID;
+    if (values == nullptr) return reason::record_too_short;
     entry.values = c_copy_array<uint32_t>(values, entry.count);
-    if (entry.values == nullptr) return QO_CMC_NO_MEMORY;
+    if (entry.values == nullptr) return reason::out_of_memory;
   }
-  return QO_CMC_OK;
+  return reason::none;
 }
 
-[[nodiscard]] uint32_t convert(const record_copy& record, content_ptr& result) {
-  if (!record.holds(head_size)) return QO_CMC_INVALID;
+[[nodiscard]] reason convert(record_copy& record, content_ptr& result) {
+  if (!record.require(head_size)) return reason::record_too_short;
   content_ptr content(c_new<record_24_content>());
-  if (content == nullptr) return QO_CMC_NO_MEMORY;
+  if (content == nullptr) return reason::out_of_memory;
   memcpy(content.get(), record.bytes(), head_size.value());
   if (content->count != 0) {
-    const uint32_t code = read_entries(record, *content);
-    if (code != QO_CMC_OK) return code;
+    const reason why = read_entries(record, *content);
+    if (why != reason::none) return why;
   }
   result = std::move(content);
-  return QO_CMC_OK;
+  return reason::none;
 }
 
 }  // namespace
@@ -67,13 +67,14 @@ void release_record_24(parsed_cmc& cmc) {
 }
 
 /// The one kind that refuses malformed records: its caller then releases the copy.
-uint32_t decode_record_24(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_record_24(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.record_24);
   release_record_24(cmc);
   content_ptr content;
-  const uint32_t code = convert(record, content);
-  if (code != QO_CMC_OK) record.leave_to_caller();
+  const reason why = convert(record, content);
   cmc.record_24 = content.release();
-  return code;
+  if (why == reason::none) return record.filled();
+  return record.refuse(why == reason::out_of_memory ? QO_CMC_NO_MEMORY : QO_CMC_INVALID, why);
 }
 
 }  // namespace qo

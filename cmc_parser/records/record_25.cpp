@@ -31,17 +31,20 @@ void release_record_25(parsed_cmc& cmc) {
   cmc.record_25 = {};
 }
 
-uint32_t decode_record_25(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_record_25(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.record_25.record);
   release_record_25(cmc);
   const uint16_t entry_count = record.read<uint16_t>(8);
   const extent items_size = item_size * record.read<uint16_t>(10);
   const extent first_entry = payload_offset + extent(4) * record.read<uint16_t>(10);
   const extent skipped = record.version() > version_100 ? extent(24) : extent(20);
-  if (!record.holds(first_entry + entry_count * (skipped + copied_size + items_size)))
-    return QO_CMC_OK;
+  if (!record.require(first_entry + entry_count * (skipped + copied_size + items_size)))
+    return record.drop_as_too_short();
 
   record_25_entry* const entries = c_new_array<record_25_entry>(entry_count);
-  if (entries != nullptr) {
+  if (entries == nullptr) {
+    record.lose(reason::part_out_of_memory);
+  } else {
     record_reader reader(record, first_entry);
     for (uint16_t i = 0; i < entry_count; ++i) {
       entries[i].start = reader.take(skipped);
@@ -54,7 +57,7 @@ uint32_t decode_record_25(record_copy record, parsed_cmc& cmc, const calibration
   cmc.record_25.payload = record.at(payload_offset);
   cmc.record_25.entries = entries;
   cmc.record_25.record = record.keep();
-  return QO_CMC_OK;
+  return record.filled();
 }
 
 }  // namespace qo

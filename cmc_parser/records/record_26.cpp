@@ -26,13 +26,16 @@ constexpr extent size_with_groups = 64;
 
 void release_record_26(parsed_cmc& cmc) { c_release(cmc.record_26); }
 
-uint32_t decode_record_26(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_record_26(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.record_26);
   release_record_26(cmc);
-  if (!record.holds(head_size)) return QO_CMC_OK;
+  if (!record.require(head_size)) return record.drop_as_too_short();
   record_26_content* const content = c_new<record_26_content>();
-  if (content == nullptr) return QO_CMC_OK;
+  if (content == nullptr) return record.drop(reason::out_of_memory);
   memcpy(content->head, record.bytes(), sizeof content->head);
-  const bool has_groups = record.version() >= version_101 && record.holds(size_with_groups);
+  const bool should_have_groups = record.version() >= version_101;
+  const bool has_groups = should_have_groups && record.require(size_with_groups);
+  if (should_have_groups && !has_groups) record.lose(reason::groups_defaulted);
   for (size_t i = 0; i < 2; ++i) {
     if (has_groups)
       (void)copy_bounded(&content->groups[i], group_size, record.at(head_size) + group_size * i,
@@ -41,7 +44,7 @@ uint32_t decode_record_26(record_copy record, parsed_cmc& cmc, const calibration
       content->groups[i] = default_group(record);
   }
   cmc.record_26 = content;
-  return QO_CMC_OK;
+  return record.filled();
 }
 
 }  // namespace qo

@@ -60,36 +60,39 @@ void release_record_27(parsed_cmc& cmc) {
   c_release(cmc.record_27);
 }
 
-uint32_t decode_record_27(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_record_27(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.record_27);
   release_record_27(cmc);
-  if (!record.holds(entries_offset)) return QO_CMC_OK;
+  if (!record.require(entries_offset)) return record.drop_as_too_short();
   const uint16_t count = record.read<uint16_t>(count_offset);
   const extent planes = record.read<uint16_t>(26);
   const extent plane_values = extent(record.read<uint16_t>(28)) * record.read<uint16_t>(30);
   const extent planes_size = size_of<uint16_t> * plane_values * planes;
   // The blocks hold three planes. Without a plane in the record nothing bounds their size, so that
   // one plane an entry must still be within the record's.
-  if (planes_of_entry < planes) return QO_CMC_OK;
-  if (planes == 0 && !record.holds(count * size_of<uint16_t> * plane_values)) return QO_CMC_OK;
+  if (planes_of_entry < planes) return record.drop(reason::too_many_planes);
+  if (planes == 0 && !record.require(count * size_of<uint16_t> * plane_values))
+    return record.drop_as_too_short();
   const extent end = entries_offset + count * (entry_head_size + planes_size);
   const bool has_tail = record.version() >= version_101;
-  if (!record.holds(end)) return QO_CMC_OK;
-  if (has_tail && !record.holds_padded(end + tail_entry_size * count)) return QO_CMC_OK;
+  if (!record.require(end)) return record.drop_as_too_short();
+  if (has_tail && !record.require_padded(end + tail_entry_size * count))
+    return record.drop_as_too_short();
 
   heap_ptr<record_27_content> content(c_new<record_27_content>());
-  if (content == nullptr) return QO_CMC_OK;
+  if (content == nullptr) return record.drop(reason::out_of_memory);
   content->entries = c_new_array<record_27_entry>(count);
   record_reader reader(record, entries_offset);
   if (content->entries == nullptr ||
       !copy_entries(reader, content->entries, count, plane_values, planes_size)) {
     log_null_destination();
     free_entries(*content, count);
-    return QO_CMC_OK;
+    return record.drop(reason::out_of_memory);
   }
   content->tail = has_tail ? record.at(end) : nullptr;
   content->record = record.keep();
   cmc.record_27 = content.release();
-  return QO_CMC_OK;
+  return record.filled();
 }
 
 }  // namespace qo

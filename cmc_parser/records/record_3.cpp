@@ -32,15 +32,15 @@ void convert_entry(const record_copy& record, extent offset, float* entry) {
 
 }  // namespace
 
-uint32_t decode_record_3(record_copy record, parsed_cmc& cmc, const calibration*) {
-  if (cmc.record_31 != nullptr) return QO_CMC_OK;
+decode_result decode_record_3(record_copy record, parsed_cmc& cmc, const calibration*) {
+  if (cmc.record_31 != nullptr) return record.drop(reason::record_superseded);
   const uint32_t count = record.read<uint32_t>(8);
   // The layout asks for 4 bytes more than the entries take.
-  if (!record.holds(source_entry_size * extent(count) + 16)) return QO_CMC_OK;
+  if (!record.require(source_entry_size * extent(count) + 16)) return record.drop_as_too_short();
 
   const uint64_t table_size = (table_head_size + entry_size * extent(count)).value();
   uint8_t* const block = c_new_array<uint8_t>(table_size);
-  if (block == nullptr) return QO_CMC_OK;
+  if (block == nullptr) return record.drop(reason::out_of_memory);
   float* const entries = reinterpret_cast<float*>(block + table_head_size.value());
   for (uint32_t i = 0; i < count; ++i)
     convert_entry(record, entries_offset + source_entry_size * extent(i),
@@ -51,7 +51,7 @@ uint32_t decode_record_3(record_copy record, parsed_cmc& cmc, const calibration*
   table->count = count;
   table->entries = reinterpret_cast<const float(*)[18]>(entries);
   cmc.record_31 = &table->header;
-  return QO_CMC_OK;
+  return record.filled();
 }
 
 }  // namespace qo

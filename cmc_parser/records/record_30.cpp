@@ -90,31 +90,42 @@ void free_content(record_30_content* content) {
   return true;
 }
 
-/// Fills in what stands after the head, as far as the record and the memory reach.
-void read_parts(const record_copy& record, const calibration* module, record_30_content& content) {
+/// Values after the grid.
+[[nodiscard]] extent trailing_values_of(const record_30_content& content) {
+  return extent(content.trailing_rows) * content.trailing_columns;
+}
+
+/// Fills in what stands after the head, as far as the record and the memory reach; answers what is
+/// missing first, since nothing after that is read.
+[[nodiscard]] reason read_parts(record_copy& record, const calibration* module,
+                                record_30_content& content) {
   const extent items_size = item_size * content.item_count;
-  if (!record.holds(minimum_size) || items_size == 0 ||
-      !record.holds_padded(head_size + items_size))
-    return;
+  if (!record.require(minimum_size)) return reason::items_lost;
+  if (items_size == 0) {
+    const bool has_tables = !(values_of(content) == 0 && trailing_values_of(content) == 0);
+    return has_tables ? reason::tables_without_items : reason::none;
+  }
+  if (!record.require_padded(head_size + items_size)) return reason::items_lost;
   content.items = c_new_array<uint8_t>(items_size.value());
-  if (content.items == nullptr) return;
+  if (content.items == nullptr) return reason::part_out_of_memory;
   (void)copy_bounded(content.items, items_size.value(), record.at(head_size), items_size.value());
 
   extent offset = head_size + items_size;
   const extent grid_values = values_of(content);
   // Deliberate: the test takes 4 bytes a value in every version, more than most store.
-  if (!record.holds_padded(offset + size_of<uint32_t> * grid_values)) return;
-  if (!read_grid(record, offset, module_grid(module), content)) return;
+  if (!record.require_padded(offset + size_of<uint32_t> * grid_values)) return reason::grid_lost;
+  if (!read_grid(record, offset, module_grid(module), content)) return reason::part_out_of_memory;
   offset = offset + grid_size_in_record(record.version(), grid_values);
 
-  const extent trailing_values = extent(content.trailing_rows) * content.trailing_columns;
+  const extent trailing_values = trailing_values_of(content);
   const extent trailing_size = size_of<uint32_t> * trailing_values;
-  if (!record.holds_padded(offset + trailing_size)) return;
+  if (!record.require_padded(offset + trailing_size)) return reason::trailing_lost;
   content.trailing = c_new_array<uint32_t>(trailing_values.value());
   // Contract: without memory for these, unlike for the items and the grid, the copy is called all
   // the same, and logs its missing destination.
   (void)copy_bounded(content.trailing, trailing_size.value(), record.at(offset),
                      trailing_size.value());
+  return content.trailing != nullptr ? reason::none : reason::part_out_of_memory;
 }
 
 }  // namespace
@@ -124,14 +135,15 @@ void release_record_30(parsed_cmc& cmc) {
   cmc.record_30 = nullptr;
 }
 
-uint32_t decode_record_30(record_copy record, parsed_cmc& cmc, const calibration* module) {
+decode_result decode_record_30(record_copy record, parsed_cmc& cmc, const calibration* module) {
+  record.replaces(cmc.record_30);
   release_record_30(cmc);
   record_30_content* const content = c_new<record_30_content>();
-  if (content == nullptr) return QO_CMC_OK;
+  if (content == nullptr) return record.drop(reason::out_of_memory);
   memcpy(content, record.bytes(), std::min<uint64_t>(head_size.value(), record.size()));
-  read_parts(record, module, *content);
+  const reason missing = read_parts(record, module, *content);
   cmc.record_30 = content;
-  return QO_CMC_OK;
+  return record.filled_without(missing);
 }
 
 }  // namespace qo

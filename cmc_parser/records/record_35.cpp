@@ -62,18 +62,19 @@ void release_record_35(parsed_cmc& cmc) {
   cmc.record_35 = {};
 }
 
-uint32_t decode_record_35(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_record_35(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.record_35.first);
   release_record_35(cmc);
   const extent n = record.read<uint8_t>(13);
   const extent b_offset = arrays_offset + size_of<uint32_t> * (n + 1);
   const extent c_offset = b_offset + size_of<uint16_t> * (n + 1);
   const extent d_offset = c_offset + size_of<uint16_t> * n;
-  if (!record.holds(d_offset + size_of<uint32_t> * n)) return QO_CMC_OK;
+  if (!record.require(d_offset + size_of<uint32_t> * n)) return record.drop_as_too_short();
 
   second_ptr second(c_new<record_35_second>());
-  if (second == nullptr) return QO_CMC_OK;
+  if (second == nullptr) return record.drop(reason::out_of_memory);
   first_ptr first(c_new<record_35_first>());
-  if (first == nullptr) return QO_CMC_OK;
+  if (first == nullptr) return record.drop(reason::out_of_memory);
   copy_scalars(record, *first);
   copy_scalars(record, *second);
   if (!copy_array(record, arrays_offset, n + 1, second->array_a) ||
@@ -82,10 +83,10 @@ uint32_t decode_record_35(record_copy record, parsed_cmc& cmc, const calibration
       !copy_array(record, b_offset, n + 1, first->array_b) ||
       !copy_array(record, c_offset, n, first->array_c) ||
       !copy_array(record, d_offset, n, second->array_d))
-    return QO_CMC_OK;
+    return record.drop(reason::out_of_memory);
   cmc.record_35.first = first.release();
   cmc.record_35.second = second.release();
-  return QO_CMC_OK;
+  return record.filled();
 }
 
 }  // namespace qo

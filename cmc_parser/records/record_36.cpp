@@ -34,20 +34,23 @@ void release_record_36(parsed_cmc& cmc) {
   cmc.record_36 = nullptr;
 }
 
-uint32_t decode_record_36(record_copy record, parsed_cmc& cmc, const calibration*) {
+decode_result decode_record_36(record_copy record, parsed_cmc& cmc, const calibration*) {
+  record.replaces(cmc.record_36);
   release_record_36(cmc);
   const uint8_t count = record.read<uint8_t>(13);
   const extent array_32_offset = head_size + size_of<uint16_t> * count;
-  if (!record.holds(array_32_offset + size_of<uint32_t> * count)) return QO_CMC_OK;
+  if (!record.require(array_32_offset + size_of<uint32_t> * count))
+    return record.drop_as_too_short();
 
   content_ptr content(c_new<record_36_content>());
-  if (content == nullptr) return QO_CMC_OK;
+  if (content == nullptr) return record.drop(reason::out_of_memory);
   memcpy(content.get(), record.bytes(), head_size.value());
   content->array_16 = c_copy_array<uint16_t>(record.at(head_size), count);
   content->array_32 = c_copy_array<uint32_t>(record.at(array_32_offset), count);
-  if (content->array_16 == nullptr || content->array_32 == nullptr) return QO_CMC_OK;
+  if (content->array_16 == nullptr || content->array_32 == nullptr)
+    return record.drop(reason::out_of_memory);
   cmc.record_36 = content.release();
-  return QO_CMC_OK;
+  return record.filled();
 }
 
 }  // namespace qo

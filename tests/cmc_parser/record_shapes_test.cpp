@@ -1,18 +1,51 @@
 // What holds of the records of every kind: cut anywhere they are taken or not, the last of them or
 // the first wins, a malformed one leaves nothing of a good one, and without memory nothing is lost.
+// What its decoder tells of it is what is seen of it, with the reason and the end that was missed.
 // record_rows.cpp says which way it is for each kind. What a kind does besides is in its own test.
 
+#include <algorithm>
 #include <set>
 
 #include "cmc_parser/records/kinds.h"
 #include "tests/cmc_parser/record_rows.h"
 #include "tests/kit/fake_platform.h"
+#include "tests/kit/reason_name.h"
+#include "tests/kit/reporting_library.h"
 #include "tests/kit/slot_tour.h"
 
 namespace {
 
 using kit::copy_fate;
+using qo::reason;
 using writer::bytes;
+
+/// Keeps what the decoder said of the last record.
+class told_fixture : public kit::decoder_fixture {
+ public:
+  told_fixture()
+      : decoder_fixture([this](void* record, parsed_cmc* cmc, const calibration* module) {
+          told_ = kit::decode_record(record, cmc, module);
+          return told_.code;
+        }) {}
+  const qo::decode_result& told() const { return told_; }
+
+ private:
+  qo::decode_result told_;
+};
+
+/// The fate that a decoder has to tell of a copy of which this is seen.
+qo::copy_fate fate_told_of(copy_fate seen, bool filled) {
+  switch (seen) {
+    case copy_fate::kept:
+      return qo::copy_fate::kept;
+    case copy_fate::released:
+      return filled ? qo::copy_fate::converted : qo::copy_fate::released;
+    case copy_fate::leaked:
+      return qo::copy_fate::leaked;
+    default:
+      return qo::copy_fate::refused;
+  }
+}
 
 /// All that a call leaves behind, but for addresses.
 struct outcome {
@@ -33,7 +66,7 @@ struct outcome {
 
 /// A slot as it is in every run: places in the kept or leaked copy count from its start, and other
 /// blocks are all alike.
-uint64_t without_addresses(uint64_t word, kit::decoder_fixture& decoder, const kit::decoded& result,
+uint64_t without_addresses(uint64_t word, told_fixture& decoder, const kit::decoded& result,
                            size_t size) {
   constexpr uint64_t in_copy = uint64_t{1} << 63, a_block = uint64_t{1} << 62;
   const uint64_t offset = word - reinterpret_cast<uintptr_t>(result.copy);
@@ -42,7 +75,7 @@ uint64_t without_addresses(uint64_t word, kit::decoder_fixture& decoder, const k
   return decoder.ledger().holds(reinterpret_cast<const void*>(word)) ? a_block : word;
 }
 
-outcome outcome_of(kit::decoder_fixture& decoder, const kit::decoded& result, size_t size) {
+outcome outcome_of(told_fixture& decoder, const kit::decoded& result, size_t size) {
   outcome after = {
       result.code, result.fate, decoder.owned_blocks(), kit::tour_of(decoder.cmc()).digest, {}};
   for (const uint64_t word : decoder.slots())
@@ -51,7 +84,7 @@ outcome outcome_of(kit::decoder_fixture& decoder, const kit::decoded& result, si
 }
 
 outcome outcome_alone(const bytes& record) {
-  kit::decoder_fixture decoder;
+  told_fixture decoder;
   const kit::decoded result = decoder.decode(record);
   return outcome_of(decoder, result, record.size());
 }
@@ -67,19 +100,56 @@ class RecordShapes : public testing::TestWithParam<uint16_t> {
 
   const record_row& row() const { return *row_; }
 
-  bool is_filled(const kit::decoder_fixture& decoder) const {
+  bool is_filled(const told_fixture& decoder) const {
     return decoder.slots().at(row().slot - 1) != 0;
   }
 
-  void expect_taken(const kit::decoder_fixture& decoder, const kit::decoded& result) const {
+  void expect_taken(const told_fixture& decoder, const kit::decoded& result) const {
     EXPECT_EQ(0u, result.code);
     EXPECT_EQ(row().taken, result.fate);
     EXPECT_TRUE(is_filled(decoder));
+    expect_told(decoder, result, true);
+  }
+
+  /// That what is told of a record is what is seen of it.
+  static void expect_told(const told_fixture& decoder, const kit::decoded& result, bool filled) {
+    EXPECT_EQ(result.code, decoder.told().code);
+    EXPECT_EQ(filled, decoder.told().filled);
+    EXPECT_EQ(fate_told_of(result.fate, filled), decoder.told().fate);
+  }
+
+  /// The loss of a sample that is cut to this size, or none, and the end that it misses.
+  static void expect_loss(const qo::decode_result& told, const sample& whole, size_t size) {
+    const auto loss = std::find_if(whole.losses.begin(), whole.losses.end(),
+                                   [&](const miss& each) { return each.end > size; });
+    const bool lost = loss != whole.losses.end();
+    EXPECT_EQ(lost ? loss->why : whole.at_any_size, told.why);
+    EXPECT_EQ(lost ? loss->end : 0, told.needed.value());
+  }
+
+  /// Why a sample that is cut to this size fills nothing, and the end that it misses.
+  void expect_misfit(const qo::decode_result& told, const sample& whole, size_t size) const {
+    if (row().unfit == misfit::passed_on) {
+      EXPECT_EQ(reason::refused_by_stack, told.why);
+      EXPECT_EQ(0u, told.needed.value());
+      return;
+    }
+    if (row().own.has_strings && told.why == reason::string_unterminated) {
+      EXPECT_EQ(size + 1, told.needed.value());
+      return;
+    }
+    EXPECT_EQ(reason::record_too_short, told.why);
+    EXPECT_GT(told.needed.value(), size);
+    EXPECT_LE(told.needed.value(), whole.least);
+    // From here on the record has all its counts, and misses the end that follows from them.
+    if (size < row().own.counted) return;
+    const auto end = std::upper_bound(whole.ends.begin(), whole.ends.end(), size);
+    EXPECT_EQ(end != whole.ends.end() ? *end : whole.least, told.needed.value());
   }
 
   /// Nothing but the caller's or a leaked copy is left.
-  void expect_not_taken(kit::decoder_fixture& decoder, const kit::decoded& result,
-                        size_t size) const {
+  void expect_not_taken(told_fixture& decoder, const kit::decoded& result, size_t size) const {
+    expect_told(decoder, result, false);
     switch (row().unfit) {
       case misfit::dropped:
         EXPECT_EQ(0u, result.code);
@@ -106,11 +176,20 @@ class RecordShapes : public testing::TestWithParam<uint16_t> {
     }
   }
 
+  static void expect_memory_reason(const qo::decode_result& told, const sample& whole, size_t n) {
+    if (n >= whole.allocations) {
+      EXPECT_EQ(whole.at_any_size, told.why);
+      return;
+    }
+    EXPECT_EQ(n < whole.emptying ? reason::out_of_memory : reason::part_out_of_memory, told.why);
+    EXPECT_EQ(0u, told.needed.value());
+  }
+
   /// `second` after `first`, which is well-formed.
   void expect_replacement(const bytes& first, const bytes& second) const {
     const outcome first_alone = outcome_alone(first);
     const outcome second_alone = outcome_alone(second);
-    kit::decoder_fixture decoder;
+    told_fixture decoder;
     const kit::decoded former = decoder.decode(first);
     const kit::slot_words slots = decoder.slots();
     const size_t allocations = decoder.ledger().allocations();
@@ -121,8 +200,11 @@ class RecordShapes : public testing::TestWithParam<uint16_t> {
       EXPECT_EQ(slots, decoder.slots());
       EXPECT_EQ(allocations, decoder.ledger().allocations());
       EXPECT_EQ(first_alone.digest, kit::tour_of(decoder.cmc()).digest);
+      EXPECT_FALSE(decoder.told().replaced);
+      EXPECT_EQ(refused ? reason::refused_by_stack : reason::record_superseded, decoder.told().why);
       return;
     }
+    EXPECT_TRUE(decoder.told().replaced);
     if (row().own.second == replacement::last_wins_and_first_leaks)
       decoder.expect_leak(former.copy);
     EXPECT_EQ(second_alone, outcome_of(decoder, result, second.size()));
@@ -139,12 +221,15 @@ TEST_P(RecordShapes, CutAnywhereItIsTakenFromItsLeastSizeOnAndNothingIsLeftBelow
     for (size_t size = writer::record_header_size; size <= each.record.size() + 17; ++size) {
       SCOPED_TRACE(testing::Message()
                    << "sample " << &each - row().samples.data() << " of " << size << " bytes");
-      kit::decoder_fixture decoder;
+      told_fixture decoder;
       const kit::decoded result = decoder.decode(writer::resized(each.record, size));
-      if (size < each.least)
+      if (size < each.least) {
         expect_not_taken(decoder, result, size);
-      else
+        expect_misfit(decoder.told(), each, size);
+      } else {
         expect_taken(decoder, result);
+        expect_loss(decoder.told(), each, size);
+      }
       if (HasFailure()) return;
     }
   }
@@ -152,10 +237,13 @@ TEST_P(RecordShapes, CutAnywhereItIsTakenFromItsLeastSizeOnAndNothingIsLeftBelow
 }
 
 TEST_P(RecordShapes, MalformedItLeavesNothing) {
-  for (const bytes& record : row().own.malformed) {
-    SCOPED_TRACE(testing::Message() << "malformed " << &record - row().own.malformed.data());
-    kit::decoder_fixture decoder;
-    expect_not_taken(decoder, decoder.decode(record), record.size());
+  for (const malformed_record& each : row().own.malformed) {
+    SCOPED_TRACE(testing::Message() << "malformed " << &each - row().own.malformed.data());
+    told_fixture decoder;
+    const kit::decoded result = decoder.decode(each.record);
+    expect_not_taken(decoder, result, each.record.size());
+    EXPECT_EQ(each.why, decoder.told().why);
+    EXPECT_EQ(each.needed, decoder.told().needed.value());
   }
 }
 
@@ -172,7 +260,7 @@ TEST_P(RecordShapes, OfTwoOneWins) {
 TEST_P(RecordShapes, AMalformedOneBehindAGoodOneLeavesWhatItLeavesAlone) {
   if (row().own.second == replacement::by_a_rule_of_its_own) return;
   const bytes& good = row().samples.front().record;
-  for (const bytes& record : row().own.malformed) expect_replacement(good, record);
+  for (const malformed_record& each : row().own.malformed) expect_replacement(good, each.record);
   for (const sample& each : row().samples) {
     for (size_t size = writer::record_header_size; size < each.record.size(); ++size) {
       SCOPED_TRACE(testing::Message()
@@ -186,10 +274,11 @@ TEST_P(RecordShapes, AMalformedOneBehindAGoodOneLeavesWhatItLeavesAlone) {
 TEST_P(RecordShapes, WithoutMemoryItLeavesNothingOrItsSlotFilled) {
   for (const sample& each : row().samples) {
     SCOPED_TRACE(testing::Message() << "sample " << &each - row().samples.data());
-    const auto scenario = [&](kit::decoder_fixture& decoder, size_t n) {
+    const auto scenario = [&](told_fixture& decoder, size_t n) {
       const size_t messages = platform_.messages().size();
       const kit::decoded result = decoder.decode(each.record);
       const bool refused = n < each.allocations;
+      expect_memory_reason(decoder.told(), each, n);
       EXPECT_EQ(refused && n >= row().own.silent ? 1 : 0, platform_.messages().size() - messages);
       if (!refused || n >= each.emptying) {
         EXPECT_EQ(0u, result.code);
@@ -201,7 +290,7 @@ TEST_P(RecordShapes, WithoutMemoryItLeavesNothingOrItsSlotFilled) {
       EXPECT_TRUE(decoder.empty());
       EXPECT_EQ(0u, decoder.owned_blocks());
     };
-    EXPECT_EQ(each.allocations, kit::fail_each_allocation(scenario));
+    EXPECT_EQ(each.allocations, kit::fail_each_allocation<told_fixture>(scenario));
   }
   for (const kit::log_message& message : platform_.messages())
     EXPECT_EQ((kit::log_message{0, kit::null_destination_message}), message);
@@ -215,7 +304,7 @@ TEST_P(RecordShapes, WithoutMemoryNothingOfAFormerOneIsLeft) {
       SCOPED_TRACE(testing::Message() << "sample " << &each - row().samples.data()
                                       << ", allocation " << n << " refused");
       const auto outcome_without_memory = [&](bool behind_former) {
-        kit::decoder_fixture decoder;
+        told_fixture decoder;
         if (behind_former) (void)decoder.decode(former);
         decoder.ledger().fail_after(n);
         const kit::decoded result = decoder.decode(each.record);
@@ -239,7 +328,7 @@ TEST(RecordRows, StandForOneKindEachWithRecordsOfThatKind) {
     EXPECT_TRUE(kinds.insert(row.id).second) << "a second row";
     EXPECT_FALSE(row.samples.empty());
     for (const sample& each : row.samples) EXPECT_EQ(row.id, each.record.u16_at(6));
-    for (const bytes& record : row.own.malformed) EXPECT_EQ(row.id, record.u16_at(6));
+    for (const malformed_record& each : row.own.malformed) EXPECT_EQ(row.id, each.record.u16_at(6));
   }
 }
 

@@ -11,6 +11,8 @@
 #include <functional>
 #include <ostream>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "qo_cmc/parser.h"
@@ -65,7 +67,11 @@ inline writer::bytes bytes_at(const void* memory, size_t size) {
 /// each turn.
 class decoder_fixture {
  public:
-  decoder_fixture() : cmc_(static_cast<parsed_cmc*>(calloc(1, sizeof(parsed_cmc)))) {
+  /// cmc_parse(), or what a test has in its place.
+  using parse_call = std::function<uint32_t(void*, parsed_cmc*, const calibration*)>;
+
+  explicit decoder_fixture(parse_call parse = cmc_parse)
+      : parse_(std::move(parse)), cmc_(static_cast<parsed_cmc*>(calloc(1, sizeof(parsed_cmc)))) {
     ledger_.adopt(cmc_, sizeof(parsed_cmc));
   }
   decoder_fixture(const decoder_fixture&) = delete;
@@ -88,7 +94,7 @@ class decoder_fixture {
     auto* const block = static_cast<uint8_t*>(malloc(record.size()));
     memcpy(block, record.data(), record.size());
     ledger_.adopt(block, record.size());
-    const uint32_t code = cmc_parse(block, cmc_, module);
+    const uint32_t code = parse_(block, cmc_, module);
     const decoded result = {code, fate_of(block, code), block};
     if (result.fate == copy_fate::leaked) leaks_.push_back(block);
     if (code != QO_CMC_OK && ledger_.holds(block)) ledger_.release(block);
@@ -141,6 +147,7 @@ class decoder_fixture {
   }
 
   allocation_ledger ledger_;
+  parse_call parse_;
   parsed_cmc* cmc_;
   std::vector<uint8_t*> leaks_;
 };
@@ -148,11 +155,12 @@ class decoder_fixture {
 /// Runs `scenario` on a new fixture with its n-th allocation refused, n = 0, 1, ..., until a run
 /// has none refused. The fixture's closing checks find every leak. Returns how many runs had one
 /// refused.
-inline size_t fail_each_allocation(
-    const std::function<void(decoder_fixture&, size_t n)>& scenario) {
+template <typename Fixture = decoder_fixture>
+size_t fail_each_allocation(
+    const std::type_identity_t<std::function<void(Fixture&, size_t n)>>& scenario) {
   for (size_t n = 0;; ++n) {
     SCOPED_TRACE(testing::Message() << "allocation " << n << " refused");
-    decoder_fixture decoder;
+    Fixture decoder;
     decoder.ledger().fail_after(n);
     scenario(decoder, n);
     if (decoder.ledger().failures() == 0) return n;
