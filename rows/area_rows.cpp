@@ -183,7 +183,7 @@ inline __attribute__((always_inline)) void average_groups(const area_columns& co
     if (inside) {
       // The row in which one band ends and the next begins is loaded once.
       const Sample* row = band.first;
-      if (row != loaded) side_by_side.load(row, ahead);
+      if (loaded == nullptr || row != loaded) side_by_side.load(row, ahead);
       side_by_side.add(band.first_weight);
       for (uint32_t r = 2; r < band.count; ++r) {
         row += band.row_step;

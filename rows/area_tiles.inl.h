@@ -170,8 +170,8 @@ class window_tiles {
     return _mm512_maskz_permutex2var_epi16(lower, part[0], places_[tap], part[Registers - 1]);
   }
 
-  size_t parts_[Registers];  ///< where in a row each register of the window is
   __m512i places_[Taps];     ///< of each tap in the window
+  size_t parts_[Registers];  ///< where in a row each register of the window is
   __mmask16 in_last_[Taps];  ///< the columns whose tap is in the last register
 };
 
@@ -221,9 +221,9 @@ class paired_tiles {
   }
 
  private:
-  const uint16_t* starts_;
   __m256i near_;  ///< places of taps 0 and 1 of columns 0 and 1, and of 4 and 5
   __m256i far_;   ///< of columns 2 and 3, and of 6 and 7
+  const uint16_t* starts_;
 };
 
 #endif
