@@ -15,4 +15,7 @@ void add_fit_rows(rows& all);
 void add_correction_rows(rows& all);
 void add_parser_rows(rows& all);
 
+/// Those of all families.
+[[nodiscard]] rows every_row();
+
 }  // namespace bench

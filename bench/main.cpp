@@ -16,20 +16,6 @@
 
 namespace {
 
-bench::rows every_row() {
-  bench::rows all;
-  bench::add_resize_rows(all);
-  bench::add_crop_rows(all);
-  bench::add_bicubic_rows(all);
-  bench::add_area_rows(all);
-  bench::add_nearest_rows(all);
-  bench::add_matrix_rows(all);
-  bench::add_fit_rows(all);
-  bench::add_correction_rows(all);
-  bench::add_parser_rows(all);
-  return all;
-}
-
 void hold(const bench::row& next) {
   bench::contest contest;
   next.fill(contest);
@@ -63,7 +49,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   bench::print_heading(bench::selected_rows());
-  for (const bench::row& each : every_row())
+  for (const bench::row& each : bench::every_row())
     if (std::regex_search(each.name, wanted)) hold(each);
   bench::print_summary();
   return 0;

@@ -14,20 +14,6 @@
 
 namespace {
 
-bench::rows every_row() {
-  bench::rows all;
-  bench::add_resize_rows(all);
-  bench::add_crop_rows(all);
-  bench::add_bicubic_rows(all);
-  bench::add_area_rows(all);
-  bench::add_nearest_rows(all);
-  bench::add_matrix_rows(all);
-  bench::add_fit_rows(all);
-  bench::add_correction_rows(all);
-  bench::add_parser_rows(all);
-  return all;
-}
-
 void mark() { (void)getppid(); }
 
 /// False where a row has no plain loop.
@@ -57,7 +43,7 @@ bool run(const bench::row& next) {
 int main(int argc, char** argv) try {
   if (!bench::select_rows("base")) return 2;
   const std::regex wanted(argc == 2 ? argv[1] : "");
-  for (const bench::row& each : every_row())
+  for (const bench::row& each : bench::every_row())
     if (std::regex_search(each.name, wanted) && run(each))
       std::printf("%s|%zu\n", each.name.c_str(), each.samples);
   return 0;

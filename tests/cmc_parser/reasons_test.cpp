@@ -7,6 +7,7 @@
 
 #include "tests/kit/container_cycle.h"
 #include "tests/kit/fake_platform.h"
+#include "tests/kit/merging_module.h"
 #include "tests/kit/module_calibration.h"
 #include "tests/kit/reason_name.h"
 #include "tests/kit/reporting_library.h"
@@ -16,6 +17,10 @@
 
 namespace {
 
+using kit::merged_records;
+using kit::merged_without;
+using kit::module_image;
+using kit::with_tail;
 using qo::reason;
 using writer::bytes;
 using writer::container;
@@ -66,46 +71,6 @@ struct scenario {
   reason expected;
   std::function<void(stage&)> run;
 };
-
-std::vector<uint8_t> module_image(uint8_t sets = 2) {
-  return writer::nvm_image(
-             {.columns = 7,
-              .rows = 6,
-              .sets = std::vector<writer::nvm_set>(
-                  sets, {.element = [](size_t,
-                                       size_t i) { return static_cast<uint16_t>(100 + 3 * i); }})})
-      .vector();
-}
-
-bytes record_28(const writer::mapped_grid_fields& fields = {.width = 9, .height = 7}) {
-  return writer::record_28(fields);
-}
-bytes record_33(const writer::mapped_grid_fields& fields = {.width = 9, .height = 7}) {
-  return writer::record_33(fields);
-}
-
-/// All that a merge needs.
-std::vector<bytes> merged_records(uint16_t cfa_layout = 2, uint16_t plane_order = 2,
-                                  uint16_t orientation = 0) {
-  return {writer::record_2({.cfa_layout = cfa_layout}),
-          writer::record_17({.plane_order = plane_order, .orientation = orientation}), record_28(),
-          record_33()};
-}
-
-/// The same without the record of one kind, in whose place another may stand.
-std::vector<bytes> merged_without(uint16_t kind, const std::vector<bytes>& instead = {}) {
-  std::vector<bytes> records = merged_records();
-  std::erase_if(records, [&](const bytes& record) { return record.u16_at(6) == kind; });
-  records.insert(records.end(), instead.begin(), instead.end());
-  return records;
-}
-
-std::vector<uint8_t> with_tail(const bytes& tail) {
-  std::vector<uint8_t> image = container().add(writer::record_5()).image();
-  image.insert(image.end(), tail.vector().begin(), tail.vector().end());
-  writer::seal(image);
-  return image;
-}
 
 std::vector<bytes> one(const bytes& record) { return {record}; }
 
@@ -197,14 +162,14 @@ std::vector<scenario> scenarios() {
       module(reason::merge_without_extended_set, merged_without(33)),
       module(reason::merge_without_properties, merged_without(2)),
       module(reason::merge_without_record_17, merged_without(17)),
-      module(reason::merge_without_lights, merged_without(28, {record_28({.lights = 0})})),
+      module(reason::merge_without_lights, merged_without(28, {writer::record_28({.lights = 0})})),
       module(reason::merge_without_tables,
-             merged_without(28, {record_28({.width = 900,
-                                            .height = 700,
-                                            .channel_map = std::vector<int8_t>(16, -1)})})),
+             merged_without(28, {writer::record_28({.width = 900,
+                                                    .height = 700,
+                                                    .channel_map = std::vector<int8_t>(16, -1)})})),
       module(reason::gains_not_computed, merged_records(2, 2, 4)),
       module(reason::extended_set_too_small,
-             merged_without(33, {record_33({.lights = 1, .width = 9, .height = 7})})),
+             merged_without(33, {writer::record_33({.lights = 1, .width = 9, .height = 7})})),
       module(reason::gain_table_missing, merged_records(), 1),
       module(reason::plane_order_unknown, merged_records(2, 4)),
       module(reason::cfa_layout_unknown, merged_records(4)),

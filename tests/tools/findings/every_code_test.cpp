@@ -29,20 +29,6 @@ source with_module(const std::vector<bytes>& records, uint8_t sets = 2) {
   return [records, sets] { return inspect_with(records, module_image(sets)); };
 }
 
-std::vector<bytes> merged_without(uint16_t kind, const std::vector<bytes>& instead = {}) {
-  std::vector<bytes> records = merged_records();
-  std::erase_if(records, [&](const bytes& record) { return record.u16_at(6) == kind; });
-  records.insert(records.end(), instead.begin(), instead.end());
-  return records;
-}
-
-std::vector<uint8_t> with_tail(const bytes& tail) {
-  std::vector<uint8_t> image = container().add(writer::record_5()).image();
-  image.insert(image.end(), tail.vector().begin(), tail.vector().end());
-  writer::seal(image);
-  return image;
-}
-
 writer::light_head head_with(uint16_t integer_bits, float coordinate) {
   writer::light_head head = writer::default_light_head(0);
   head.integer_bits = integer_bits;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/kit/merging_module.h"
 #include "tools/findings/inspection.h"
 #include "writer/container_writer.h"
 #include "writer/nvm_writer.h"
@@ -43,20 +44,9 @@ inline std::vector<std::string> fates_of(const inspection& seen) {
 
 using texts = std::vector<std::string>;
 
-/// An image of a module with as many sets, good for a merge.
-inline std::vector<uint8_t> module_image(uint8_t sets = 2) {
-  const auto slope = [](size_t, size_t index) { return static_cast<uint16_t>(100 + 3 * index); };
-  return writer::nvm_image({.columns = 7,
-                            .rows = 6,
-                            .sets = std::vector<writer::nvm_set>(sets, {.element = slope})})
-      .vector();
-}
-
-/// All that a merge needs.
-inline std::vector<writer::bytes> merged_records() {
-  return {
-      writer::record_2({.cfa_layout = 2}), writer::record_17({.plane_order = 2, .orientation = 0}),
-      writer::record_28({.width = 9, .height = 7}), writer::record_33({.width = 9, .height = 7})};
-}
+using kit::merged_records;
+using kit::merged_without;
+using kit::module_image;
+using kit::with_tail;
 
 }  // namespace findings_test
