@@ -2,56 +2,14 @@
 // that a failure repeats.
 
 #include <random>
-#include <set>
 
+#include "tests/tools/findings/consistency.h"
 #include "tests/tools/findings/inspected.h"
 
 namespace {
 
 using writer::bytes;
 using namespace findings_test;
-
-const std::set<std::string>& words() {
-  static const std::set<std::string> all = [] {
-    std::set<std::string> words;
-    for (const findings::code_description& code : findings::every_code()) words.insert(code.word);
-    return words;
-  }();
-  return all;
-}
-
-void expect_consistent(const inspection& seen, size_t size) {
-  uint64_t last_offset = 0;
-  for (const findings::finding& each : seen.found) {
-    EXPECT_TRUE(words().contains(each.code)) << each.code;
-    EXPECT_FALSE(each.message.empty());
-    EXPECT_EQ(each.message, findings::escaped(each.message)) << "unsafe to print";
-    const uint64_t offset = each.offset.value_or(std::numeric_limits<uint64_t>::max());
-    EXPECT_LE(last_offset, offset);
-    last_offset = offset;
-    if (each.offset) {
-      EXPECT_LE(offset, size);
-    }
-    if (!each.record) continue;
-    ASSERT_LT(each.record->index, seen.records.size());
-    EXPECT_EQ(seen.records[each.record->index].offset, each.record->offset);
-    EXPECT_EQ(seen.records[each.record->index].id, each.record->id);
-  }
-  // The records cover the container without a gap, as far as they go.
-  uint64_t next = 24;
-  for (const findings::record_row& row : seen.records) {
-    EXPECT_EQ(&row - seen.records.data(), static_cast<ptrdiff_t>(row.index));
-    EXPECT_EQ(next, row.offset);
-    EXPECT_FALSE(row.fate.empty());
-    next += row.size;
-  }
-  EXPECT_LE(next, std::max<uint64_t>(24, size));
-  EXPECT_EQ(seen.valid, seen.cmc != nullptr);
-  if (!seen.valid) return;
-  EXPECT_EQ(seen.from.lens_shading != 0, seen.cmc->lens_shading != nullptr);
-  EXPECT_EQ(seen.from.lens_shading_ext != 0, seen.cmc->lens_shading_ext != nullptr);
-  EXPECT_EQ(seen.from.record_31 != 0, seen.cmc->record_31 != nullptr);
-}
 
 class MutatedInspection : public testing::TestWithParam<uint32_t> {
  protected:
@@ -102,7 +60,7 @@ TEST_P(MutatedInspection, HoldsTogether) {
       nvm = whole.vector();
     }
     const inspection seen = below(2) == 0 ? findings::inspect(image, nvm) : inspect(image);
-    expect_consistent(seen, image.size());
+    EXPECT_EQ("", contradiction_in(seen, image.size()));
     valid += seen.valid ? 1 : 0;
   }
   EXPECT_LT(200u, valid) << "most of them are to be parsed";
@@ -115,11 +73,11 @@ TEST(InspectionOfNoise, AnyBytesAreLookedAt) {
   for (size_t size = 0; size < 200; ++size) {
     std::vector<uint8_t> noise(size);
     for (uint8_t& byte : noise) byte = static_cast<uint8_t>(random());
-    expect_consistent(inspect(noise), size);
-    expect_consistent(findings::inspect(noise, noise), size);
+    EXPECT_EQ("", contradiction_in(inspect(noise), size));
+    EXPECT_EQ("", contradiction_in(findings::inspect(noise, noise), size));
     if (size < 24) continue;
     writer::seal(noise);
-    expect_consistent(findings::inspect(noise, noise), size);
+    EXPECT_EQ("", contradiction_in(findings::inspect(noise, noise), size));
   }
 }
 

@@ -239,6 +239,19 @@ class Output(tool.ToolTest):
             self.assertCode(2, result)
             self.assertOneLine("qo-cmc: deep.json: is nested deeper than 32 levels", result)
 
+    def test_text_that_is_no_json_is_refused_with_the_place(self):
+        self.file("cut.json", b'{"schema": 1')
+        result = self.run_tool("pack", "cut.json", "-o", "out")
+        self.assertCode(2, result)
+        start = "qo-cmc: cut.json: not JSON, or more than one object: parse error at line 1, column 13"
+        self.assertOneLine(start, result)
+
+    def test_the_ending_of_a_picture_is_read_in_any_case(self):
+        for name, start in [("A.PNG", b"\x89PNG"), ("B.Html", b"<!DOCTYPE html>"), ("C.CSV", b"light,")]:
+            with self.subTest(name):
+                self.assertCode(0, self.run_tool("shading", "sample.vexb", "-o", name))
+                self.assertEqual(start, self.bytes_of(name)[: len(start)])
+
     def test_files_that_cannot_be_written_end_with_2(self):
         self.file("dump.json", self.run_tool("dump", "--json", "sample.vexb").out)
         os.symlink("/dev/full", self.folder / "full.csv")
