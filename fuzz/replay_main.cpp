@@ -1,5 +1,5 @@
-// Runs the parser's fuzz target without a fuzzer: over the files that are named, or else over a
-// fixed set of inputs, well-formed records and containers and seeded changes to them.
+// Runs a fuzz target without a fuzzer: over the files that are named, or else over a fixed set of
+// inputs, well-formed records and containers and seeded changes to them, with every choice.
 
 #include <cstdio>
 #include <fstream>
