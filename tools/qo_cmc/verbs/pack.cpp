@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <memory>
+#include <string>
 
 #include "tools/document/slots.h"
 #include "tools/qo_cmc/each_file.h"
@@ -24,6 +25,13 @@ struct pack_options {
 /// anything walks down into it.
 constexpr int deepest_nesting = 32;
 
+/// What is wrong with the text, and where; without the number that the library gives its exception.
+std::string reason_of(const json::parse_error& thrown) {
+  const std::string whole = thrown.what();
+  const size_t number = whole.find("] ");
+  return findings::escaped(number == std::string::npos ? whole : whole.substr(number + 2));
+}
+
 /// The slots of the one object in the file.
 json slots_in(const std::string& file, std::span<const uint8_t> text) {
   const auto refuse_deep = [&file](int depth, json::parse_event_t, json&) {
@@ -35,8 +43,7 @@ json slots_in(const std::string& file, std::span<const uint8_t> text) {
   try {
     object = json::parse(text.begin(), text.end(), refuse_deep);
   } catch (const json::parse_error& thrown) {
-    throw failure(file, fmt::format("not JSON, or more than one object: {}",
-                                    findings::escaped(thrown.what())));
+    throw failure(file, fmt::format("not JSON, or more than one object: {}", reason_of(thrown)));
   }
   if (!object.is_object()) throw failure(file, "not an object of dump --json");
   const auto schema = object.find("schema");

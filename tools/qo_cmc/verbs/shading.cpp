@@ -2,7 +2,11 @@
 
 #include "tools/shading/shading.h"
 
+#include <algorithm>
+#include <cctype>
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "tools/qo_cmc/each_file.h"
 #include "tools/qo_cmc/failure.h"
@@ -21,11 +25,19 @@ struct shading_options {
 
 enum class form { html, png, csv };
 
+/// In any letter case, as other systems' file dialogs write them.
+bool ends_in(const std::string& name, std::string_view ending) {
+  const auto same = [](unsigned char a, unsigned char b) { return std::tolower(a) == b; };
+  return name.size() >= ending.size() &&
+         std::equal(name.end() - static_cast<ptrdiff_t>(ending.size()), name.end(), ending.begin(),
+                    same);
+}
+
 form form_of(const std::string& out) {
   if (out == "-") throw failure("--output", "standard output is not written to");
-  if (out.ends_with(".html")) return form::html;
-  if (out.ends_with(".png")) return form::png;
-  if (out.ends_with(".csv")) return form::csv;
+  if (ends_in(out, ".html")) return form::html;
+  if (ends_in(out, ".png")) return form::png;
+  if (ends_in(out, ".csv")) return form::csv;
   throw failure(out, "ends in none of .html, .png and .csv");
 }
 
