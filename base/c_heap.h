@@ -20,11 +20,24 @@ using heap_ptr = std::unique_ptr<T, c_free>;
 template <typename T>
 using heap_array = std::unique_ptr<T[], c_free>;
 
-/// `count` zeroed elements, or null when the allocation fails (a product that overflows included).
-/// No elements still ask for one, so that null always means failure.
+/// `count` zeroed elements of `size` bytes, or null when the allocation fails (a product that
+/// overflows included). Many C libraries keep small blocks that were released at hand for malloc,
+/// where calloc does not look: what is small is cleared here.
+[[nodiscard, gnu::noinline]] inline void* c_zeroed(size_t count, size_t size) {
+  constexpr size_t small = 1024;
+  size_t bytes;
+  if (__builtin_mul_overflow(count, size, &bytes) || bytes > small) return calloc(count, size);
+  void* const block = malloc(bytes);
+  asm("" : "+r"(bytes));  // compilers that know it for the block's size make a calloc of the two
+  if (block != nullptr) memset(block, 0, bytes);
+  return block;
+}
+
+/// `count` zeroed elements, or null. No elements still ask for one, so that null always means
+/// failure.
 template <typename T>
 [[nodiscard]] T* c_new_array(size_t count) {
-  return static_cast<T*>(calloc(count != 0 ? count : 1, sizeof(T)));
+  return static_cast<T*>(c_zeroed(count != 0 ? count : 1, sizeof(T)));
 }
 
 /// One zeroed object, or null.
@@ -33,11 +46,12 @@ template <typename T>
   return c_new_array<T>(1);
 }
 
-/// `count` elements, at least one, that the caller writes before they are read, or null.
+/// `count` elements that the caller writes before they are read, or null. No elements still ask
+/// for one.
 template <typename T>
 [[nodiscard]] T* c_new_array_to_fill(size_t count) {
   size_t size;
-  if (__builtin_mul_overflow(count, sizeof(T), &size)) return nullptr;
+  if (__builtin_mul_overflow(count != 0 ? count : 1, sizeof(T), &size)) return nullptr;
   return static_cast<T*>(malloc(size));
 }
 
@@ -56,6 +70,7 @@ template <typename T>
 /// Releases what a C structure's member owns and empties the member.
 template <typename T>
 void c_release(T*& owned) {
+  if (owned == nullptr) return;
   free(owned);
   owned = nullptr;
 }

@@ -1,21 +1,24 @@
 // Parsing, from the container to the released slots, and its checksum alone. Both are bounded by
 // the memory that they must touch; a sample is a byte of the container here.
 
-#include <malloc.h>
+#include <dlfcn.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "bench/families.h"
+#include "bench/plane.h"
 #include "bench/row_tables.h"
 #include "bench/vector_operations.h"
 #include "cmc_parser/container.h"
 #include "qo_cmc/parser.h"
-#include "tests/kit/slot_tour.h"
+#include "tests/kit/allocation_ledger.h"
 #include "writer/container_writer.h"
 #include "writer/records.h"
 
@@ -44,87 +47,104 @@ writer::container every_kind_once() {
   return made;
 }
 
+/// A container as everybody reads it: at an address where vectors straddle no cache line.
+class container_image {
+ public:
+  explicit container_image(const std::vector<uint8_t>& bytes)
+      : memory_(dense_plane(sample::u8, bytes.size(), 1)) {
+    std::memcpy(memory_.as<uint8_t>(), bytes.data(), bytes.size());
+  }
+  [[nodiscard]] const uint8_t* data() const { return memory_.as<uint8_t>(); }
+  [[nodiscard]] size_t size() const { return memory_.bytes(); }
+  [[nodiscard]] qo_blob blob() const { return {data(), uint32_t(size())}; }
+
+ private:
+  plane memory_;
+};
+
+/// What the library asks of the heap from the container to the released slots.
+struct heap_use {
+  std::vector<kit::heap_call> calls;
+  size_t calls_of_init;  ///< the first ones; the others release
+};
+
+/// A ledger sees what a loaded library asks for, so that the library is loaded once more, as it
+/// ships. It stays loaded.
+heap_use heap_use_of(const container_image& image) {
+  void* const library = dlopen(QO_BENCH_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) std::abort();
+  const auto init =
+      reinterpret_cast<decltype(&qo_cmc_parser_init)>(dlsym(library, "qo_cmc_parser_init"));
+  const auto deinit =
+      reinterpret_cast<decltype(&qo_cmc_parser_deinit)>(dlsym(library, "qo_cmc_parser_deinit"));
+  const qo_blob blob = image.blob();
+  const kit::allocation_ledger ledger;
+  parsed_cmc* const cmc = init(&blob);
+  if (cmc == nullptr) std::abort();
+  const size_t calls_of_init = ledger.calls().size();
+  deinit(cmc);
+  return {ledger.calls(), calls_of_init};
+}
+
 /// What a parser cannot do without: it reads all bytes once for the checksum, makes the blocks that
-/// are kept, copies into them, and releases them. The private copy that is made of each record,
-/// also where it is not kept, is work of its own.
+/// are kept, in the library's order and of its sizes, copies into them, and releases them, in the
+/// library's order too. A private copy that is made of a record, and not kept, is work of its own.
 class least_work {
  public:
-  explicit least_work(const std::vector<uint8_t>& image) : image_(image) {
-    const qo_blob blob = writer::blob_of(image);
-    parsed_cmc* const cmc = qo_cmc_parser_init(&blob);
-    if (cmc == nullptr) std::abort();
-    for (const void* const block : kit::tour_of(*cmc).owned)
-      kept_.push_back(malloc_usable_size(const_cast<void*>(block)));
-    qo_cmc_parser_deinit(cmc);
-    std::vector<size_t> unmatched = kept_;
-    qo::record_walk walk(image.data(), uint32_t(image.size()));
-    while (const std::optional<qo::record_view> record = walk.next()) {
-      // Some kinds keep the private copy itself.
-      const auto same = std::find(unmatched.begin(), unmatched.end(), usable_size_of(record->size));
-      if (same != unmatched.end())
-        unmatched.erase(same);
-      else
-        passing_.push_back(*record);
+  enum class blocks { kept, all };
+
+  least_work(const container_image& image, blocks which) : image_(image) {
+    const heap_use use = heap_use_of(image);
+    std::set<size_t> passing;
+    if (which == blocks::kept)
+      for (size_t i = 0; i < use.calls_of_init; ++i)
+        if (use.calls[i].is_release) passing.insert(use.calls[i].block);
+    for (const kit::heap_call& call : use.calls) {
+      if (passing.count(call.block) == 0) calls_.push_back(call);
+      blocks_.resize(std::max(blocks_.size(), call.block + 1));
     }
-    blocks_.reserve(kept_.size() + 1);
   }
 
   void run() {
     const unsigned sum = vector_sum_of(selected_rows())(image_.data(), image_.size());
     asm volatile("" : : "r"(sum));
-    blocks_.push_back(std::calloc(1, sizeof(parsed_cmc)));
-    const uint8_t* from = image_.data();
-    const uint8_t* const end = from + image_.size();
-    for (const size_t size : kept_) {
-      const size_t there = std::min(size, image_.size());
-      if (size_t(end - from) < there) from = image_.data();
-      blocks_.push_back(copy_of(from, there));
-      from += there;
+    size_t at = 0;
+    for (const kit::heap_call& call : calls_) {
+      void*& block = blocks_[call.block];
+      if (call.is_release) {
+        std::free(block);
+        continue;
+      }
+      block = std::malloc(call.size);
+      const size_t there = std::min(call.size, image_.size());
+      if (image_.size() - at < there) at = 0;
+      std::memcpy(block, image_.data() + at, there);
+      keep(block);
+      at += there;
     }
-    for (void* const block : blocks_) std::free(block);
-    blocks_.clear();
-  }
-
-  void run_with_private_copies() {
-    for (const qo::record_view& record : passing_) std::free(copy_of(record.bytes, record.size));
-    run();
   }
 
  private:
-  static size_t usable_size_of(size_t size) {
-    void* const block = std::malloc(size);
-    const size_t usable = malloc_usable_size(block);
-    std::free(block);
-    return usable;
-  }
-  static void* copy_of(const uint8_t* bytes, size_t size) {
-    void* const copy = std::malloc(size);
-    std::memcpy(copy, bytes, size);
-    keep(copy);
-    return copy;
-  }
-
-  const std::vector<uint8_t>& image_;
-  std::vector<size_t> kept_;
-  std::vector<qo::record_view> passing_;  ///< records whose private copy is not kept
+  container_image image_;
+  std::vector<kit::heap_call> calls_;
   std::vector<void*> blocks_;
 };
 
-using container_image = std::shared_ptr<const std::vector<uint8_t>>;
-
 void fill_parse(contest& race, const container_image& image) {
   race.ours([image] {
-    const qo_blob blob = writer::blob_of(*image);
+    const qo_blob blob = image.blob();
     parsed_cmc* const cmc = qo_cmc_parser_init(&blob);
     keep(cmc);
     qo_cmc_parser_deinit(cmc);
   });
-  const auto work = std::make_shared<least_work>(*image);
-  race.bound_by_work([image, work] { work->run(); });
-  race.onlooker("with private copies", [image, work] { work->run_with_private_copies(); });
+  const auto least = [&image](least_work::blocks which) {
+    return [work = std::make_shared<least_work>(image, which)] { work->run(); };
+  };
+  race.bound_by_work(least(least_work::blocks::kept));
+  race.onlooker("with private copies", least(least_work::blocks::all));
 }
 
-uint32_t sum_of_words(const std::vector<uint8_t>& image, size_t first) {
+uint32_t sum_of_words(const container_image& image, size_t first) {
   uint32_t sum = 0;
   for (size_t i = first; i + 4 <= image.size(); i += 4) {
     uint32_t word;
@@ -135,8 +155,9 @@ uint32_t sum_of_words(const std::vector<uint8_t>& image, size_t first) {
 }
 
 void fill_checksum(contest& race, const container_image& image, writer::checksum_rule rule) {
-  const qo_blob blob = writer::blob_of(*image);
-  const auto is_accepted = [blob] { return qo::check_container(&blob).why == qo::reason::none; };
+  const auto is_accepted = [blob = image.blob()] {
+    return qo::check_container(&blob).why == qo::reason::none;
+  };
   if (!is_accepted()) std::abort();
   race.ours([image, is_accepted] {
     const bool valid = is_accepted();
@@ -144,13 +165,13 @@ void fill_checksum(contest& race, const container_image& image, writer::checksum
   });
   // One rule after the other, until one holds.
   race.scalar([image, both = rule == writer::checksum_rule::rule_b] {
-    uint32_t sum = sum_of_words(*image, 0);
+    uint32_t sum = sum_of_words(image, 0);
     asm volatile("" : "+r"(sum));
-    if (both) sum = sum_of_words(*image, qo::container_header_size);
+    if (both) sum = sum_of_words(image, qo::container_header_size);
     asm volatile("" : : "r"(sum));
   });
   race.bound_by_work([image, sum = vector_sum_of(selected_rows())] {
-    const unsigned value = sum(image->data(), image->size());
+    const unsigned value = sum(image.data(), image.size());
     asm volatile("" : : "r"(value));
   });
 }
@@ -165,9 +186,9 @@ void add_parser_rows(rows& all) {
   const workload workloads[] = {
       {"13 KB", every_kind_once()}, {"600 KB", tables_of(12)}, {"8 MB", tables_of(162)}};
   for (const workload& each : workloads) {
-    const auto image = std::make_shared<const std::vector<uint8_t>>(each.content.image());
+    const container_image image(each.content.image());
     all.push_back({.name = std::string("parse and release ") + each.name,
-                   .samples = image->size(),
+                   .samples = image.size(),
                    .avx512 = 1.3,
                    .avx2 = 1.3,
                    .rival = contest::work_name,
@@ -176,12 +197,12 @@ void add_parser_rows(rows& all) {
   for (const workload& each : workloads)
     for (const auto rule : {writer::checksum_rule::rule_a, writer::checksum_rule::rule_b}) {
       writer::container content = each.content;
-      const auto image = std::make_shared<const std::vector<uint8_t>>(content.rule(rule).image());
+      const container_image image(content.rule(rule).image());
       const bool of_all = rule == writer::checksum_rule::rule_a;
       all.push_back(
           {.name = std::string(of_all ? "checksum of all words " : "checksum of the records ") +
                    each.name,
-           .samples = image->size(),
+           .samples = image.size(),
            .avx512 = 1.15,
            .avx2 = 1.15,
            .rival = contest::work_name,

@@ -12,11 +12,6 @@ namespace {
 constexpr uint32_t total_offset = 4;
 constexpr uint32_t checksum_offset = 20;
 
-/// Wrapping sum of the whole words in `size` bytes; a rest of up to 3 bytes does not count.
-[[nodiscard]] uint32_t sum_of_words(const uint8_t* bytes, uint32_t size) {
-  return rows().words.sum(bytes, size / sizeof(uint32_t));
-}
-
 }  // namespace
 
 uint32_t stated_total(const uint8_t* image) { return load<uint32_t>(image, total_offset); }
@@ -36,25 +31,17 @@ container_verdict check_container(const qo_blob* container) {
   if (verdict.stated_size != total) return refused(reason::size_mismatch);
 
   verdict.checksum = load<uint32_t>(image, checksum_offset);
-  // Writers follow either of two rules: the sum of every other word, or only of the records.
-  // The second sum is the first one less the header.
-  const uint32_t header = sum_of_words(image, container_header_size);
-  verdict.sum_of_records =
-      sum_of_words(image + container_header_size, total - container_header_size);
-  verdict.sum_of_others = header + verdict.sum_of_records - verdict.checksum;
+  // Writers follow either of two rules: the sum of every other word, or only of the records. Both
+  // come of the wrapping sum of all whole words; a rest of up to 3 bytes does not count.
+  const uint32_t all = rows().words.sum(image, total / sizeof(uint32_t));
+  uint32_t header = 0;
+  for (uint32_t offset = 0; offset < container_header_size; offset += sizeof(uint32_t))
+    header += load<uint32_t>(image, offset);
+  verdict.sum_of_others = all - verdict.checksum;
+  verdict.sum_of_records = all - header;
   if (verdict.checksum != verdict.sum_of_others && verdict.checksum != verdict.sum_of_records)
     return refused(reason::checksum_mismatch);
   return verdict;
-}
-
-std::optional<record_view> record_walk::next() {
-  if (total_ < offset_ || total_ - offset_ < sizeof(record_header)) return std::nullopt;
-  const uint8_t* const bytes = image_ + offset_;
-  const record_header header = load<record_header>(bytes);
-  if (header.size < sizeof header || header.size > total_ - offset_) return std::nullopt;
-  const record_view record = {bytes, header.size, offset_, header.id};
-  offset_ += header.size;
-  return record;
 }
 
 walk_end record_walk::end() const {

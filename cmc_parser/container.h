@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 
+#include "base/load.h"
 #include "cmc_parser/reason.h"
 #include "qo_cmc/parser.h"
 
@@ -46,6 +47,16 @@ class record_walk {
   uint32_t total_;
   uint32_t offset_ = container_header_size;
 };
+
+inline std::optional<record_view> record_walk::next() {
+  if (total_ < offset_ || total_ - offset_ < sizeof(record_header)) return std::nullopt;
+  const uint8_t* const bytes = image_ + offset_;
+  const record_header header = load<record_header>(bytes);
+  if (header.size < sizeof header || header.size > total_ - offset_) return std::nullopt;
+  const record_view record = {bytes, header.size, offset_, header.id};
+  offset_ += header.size;
+  return record;
+}
 
 /// What the check of a container saw.
 struct container_verdict {

@@ -32,7 +32,9 @@ class record_copy {
   }
   record_copy(const record_copy&) = delete;
   record_copy& operator=(const record_copy&) = delete;
-  ~record_copy() { free(bytes_); }
+  ~record_copy() {
+    if (bytes_ != nullptr) free(bytes_);
+  }
 
   [[nodiscard]] uint32_t size() const { return header_.size; }
   [[nodiscard]] uint8_t version() const { return header_.version; }

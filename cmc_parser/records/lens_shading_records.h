@@ -32,7 +32,9 @@ void free_lens_shading_set(lens_shading_set* set) {
   if (Light* const lights = lights_of<Light>(*set); lights != nullptr) {
     for (uint16_t light = 0; light < set->light_count; ++light)
       for (int column = 0; column < 4; ++column)
-        for (int row = 0; row < 4; ++row) c_release(lights[light].tables[row][column]);
+        for (int row = 0; row < 4; ++row)
+          if (uint16_t* const table = lights[light].tables[row][column]; table != nullptr)
+            free(table);
     free(lights);
   }
   free(set);

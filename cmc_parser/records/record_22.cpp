@@ -63,7 +63,7 @@ using content_ptr = std::unique_ptr<record_22_content, deleter<free_content>>;
   if (!reader.require((size_of<uint16_t> + entry_size) * count)) return reason::record_too_short;
 
   heap_array<record_22_grid_entry> grid(c_new_array<record_22_grid_entry>(count));
-  heap_array<uint32_t> halves(c_new_array<uint32_t>((entry_values * count).value()));
+  heap_array<uint32_t> halves(c_new_array_to_fill<uint32_t>((entry_values * count).value()));
   if (grid == nullptr || halves == nullptr) return reason::out_of_memory;
   uint32_t* half = halves.get();
   for (uint16_t i = 0; i < count; ++i) {

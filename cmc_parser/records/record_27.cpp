@@ -38,12 +38,16 @@ void free_entries(record_27_content& content, uint16_t count) {
 /// Copies head and planes of every entry; false, with the message, when there is no memory.
 [[nodiscard]] bool copy_entries(record_reader& reader, record_27_entry* entries, uint16_t count,
                                 extent plane_values, extent planes_size) {
+  const extent values = planes_of_entry * plane_values;
+  const uint64_t unused_size = (size_of<uint16_t> * values).value() - planes_size.value();
   for (uint16_t i = 0; i < count; ++i) {
     entries[i].head = c_copy_array<uint8_t>(reader.take(entry_head_size), entry_head_size.value());
     if (entries[i].head == nullptr) return false;
-    entries[i].planes = c_new_array<uint16_t>((planes_of_entry * plane_values).value());
+    entries[i].planes = c_new_array_to_fill<uint16_t>(values.value());
     if (entries[i].planes == nullptr) return false;
-    memcpy(entries[i].planes, reader.take(planes_size), planes_size.value());
+    uint8_t* const planes = reinterpret_cast<uint8_t*>(entries[i].planes);
+    memcpy(planes, reader.take(planes_size), planes_size.value());
+    memset(planes + planes_size.value(), 0, unused_size);
   }
   return true;
 }

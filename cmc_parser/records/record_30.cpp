@@ -6,6 +6,7 @@
 
 #include "base/c_heap.h"
 #include "cmc_parser/copy_bounded.h"
+#include "cmc_parser/missing_destination.h"
 #include "cmc_parser/records/calibration_blend.h"
 
 // Record 30:
@@ -106,9 +107,8 @@ void free_content(record_30_content* content) {
     return has_tables ? reason::tables_without_items : reason::none;
   }
   if (!record.require_padded(head_size + items_size)) return reason::items_lost;
-  content.items = c_new_array<uint8_t>(items_size.value());
+  content.items = c_copy_array<uint8_t>(record.at(head_size), items_size.value());
   if (content.items == nullptr) return reason::part_out_of_memory;
-  (void)copy_bounded(content.items, items_size.value(), record.at(head_size), items_size.value());
 
   extent offset = head_size + items_size;
   const extent grid_values = values_of(content);
@@ -118,14 +118,14 @@ void free_content(record_30_content* content) {
   offset = offset + grid_size_in_record(record.version(), grid_values);
 
   const extent trailing_values = trailing_values_of(content);
-  const extent trailing_size = size_of<uint32_t> * trailing_values;
-  if (!record.require_padded(offset + trailing_size)) return reason::trailing_lost;
-  content.trailing = c_new_array<uint32_t>(trailing_values.value());
-  // Contract: without memory for these, unlike for the items and the grid, the copy is called all
-  // the same, and logs its missing destination.
-  (void)copy_bounded(content.trailing, trailing_size.value(), record.at(offset),
-                     trailing_size.value());
-  return content.trailing != nullptr ? reason::none : reason::part_out_of_memory;
+  if (!record.require_padded(offset + size_of<uint32_t> * trailing_values))
+    return reason::trailing_lost;
+  content.trailing = c_copy_array<uint32_t>(record.at(offset), trailing_values.value());
+  if (content.trailing != nullptr) return reason::none;
+  // Contract: without memory for these, unlike for the items and the grid, the missing destination
+  // is logged.
+  log_null_destination();
+  return reason::part_out_of_memory;
 }
 
 }  // namespace

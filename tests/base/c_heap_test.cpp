@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
 
 namespace {
 
@@ -12,10 +13,29 @@ TEST(CHeap, ArraysStartZeroed) {
   for (size_t i = 0; i < 100; ++i) EXPECT_EQ(0u, array[i]);
 }
 
+TEST(CHeap, BlocksOfAnySizeStartZeroedWhereOthersWereReleased) {
+  for (const size_t size : {1u, 24u, 1000u, 1023u, 1024u, 1025u, 5000u}) {
+    qo::heap_array<uint8_t> former[8];
+    for (auto& block : former) {
+      block.reset(qo::c_new_array_to_fill<uint8_t>(size));
+      ASSERT_NE(nullptr, block);
+      memset(block.get(), 0xff, size);
+    }
+    for (auto& block : former) block.reset();
+    for (auto& block : former) {
+      block.reset(qo::c_new_array<uint8_t>(size));
+      ASSERT_NE(nullptr, block);
+      for (size_t i = 0; i < size; ++i) ASSERT_EQ(0u, block[i]) << size << ", " << i;
+    }
+  }
+}
+
 TEST(CHeap, NoElementsStillMakeABlock) {
   const qo::heap_array<uint32_t> zeroed(qo::c_new_array<uint32_t>(0));
   const qo::heap_array<uint32_t> copied(qo::c_copy_array<uint32_t>(nullptr, 0));
+  const qo::heap_array<uint32_t> to_fill(qo::c_new_array_to_fill<uint32_t>(0));
   EXPECT_NE(nullptr, zeroed);
+  EXPECT_NE(nullptr, to_fill);
   ASSERT_NE(nullptr, copied);
   EXPECT_EQ(0u, copied[0]);
 }
@@ -33,6 +53,7 @@ TEST(CHeap, SizesThatOverflowAreRefused) {
   const size_t count = huge;
   const uint32_t source = 1;
   EXPECT_EQ(nullptr, qo::c_new_array<uint32_t>(count));
+  EXPECT_EQ(nullptr, qo::c_new_array_to_fill<uint32_t>(count));
   EXPECT_EQ(nullptr, qo::c_copy_array<uint32_t>(&source, count));
 }
 

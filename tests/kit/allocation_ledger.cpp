@@ -22,9 +22,16 @@ struct redirected_slot {
   void* original;
 };
 
+struct live_block {
+  size_t number;
+  size_t size;
+};
+
 struct ledger_state {
   std::mutex mutex;
-  std::unordered_map<const void*, size_t> live;
+  std::unordered_map<const void*, live_block> live;
+  std::vector<heap_call> calls;
+  size_t entered = 0;
   size_t live_bytes = 0;
   size_t peak_bytes = 0;
   size_t allocations = 0;
@@ -54,18 +61,22 @@ bool allocation_may_succeed() {
   return false;
 }
 
-void enter(const void* block, size_t size) {
+/// The block's number.
+size_t enter(const void* block, size_t size) {
   const std::lock_guard lock(open_ledger->mutex);
-  open_ledger->live[block] = size;
+  const size_t number = open_ledger->entered++;
+  open_ledger->live[block] = {number, size};
   open_ledger->live_bytes += size;
   open_ledger->peak_bytes = std::max(open_ledger->peak_bytes, open_ledger->live_bytes);
+  return number;
 }
 
 void* entered(void* block, size_t size) {
   if (block == nullptr) return nullptr;
-  enter(block, size);
+  const size_t number = enter(block, size);
   const std::lock_guard lock(open_ledger->mutex);
   ++open_ledger->allocations;
+  open_ledger->calls.push_back({number, size, false});
   return block;
 }
 
@@ -77,7 +88,9 @@ bool struck(const void* block) {
     ++open_ledger->bad_releases;
     return false;
   }
-  open_ledger->live_bytes -= found->second;
+  const live_block& released = found->second;
+  open_ledger->live_bytes -= released.size;
+  open_ledger->calls.push_back({released.number, released.size, true});
   open_ledger->live.erase(found);
   return true;
 }
@@ -202,7 +215,8 @@ size_t allocation_ledger::peak_bytes() const { return open_ledger->peak_bytes; }
 size_t allocation_ledger::allocations() const { return open_ledger->allocations; }
 size_t allocation_ledger::failures() const { return open_ledger->failures; }
 size_t allocation_ledger::bad_releases() const { return open_ledger->bad_releases; }
-void allocation_ledger::adopt(void* block, size_t size) { enter(block, size); }
+std::vector<heap_call> allocation_ledger::calls() const { return open_ledger->calls; }
+void allocation_ledger::adopt(void* block, size_t size) { (void)enter(block, size); }
 bool allocation_ledger::holds(const void* block) const { return open_ledger->live.contains(block); }
 void allocation_ledger::release(void* block) { counted_free(block); }
 void allocation_ledger::release_all() {

@@ -8,8 +8,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <vector>
 
 namespace kit {
+
+/// A successful allocation of the library's, or its release of a block.
+struct heap_call {
+  size_t block;  ///< its number: that of the allocations and adoptions before its own
+  size_t size;   ///< as requested
+  bool is_release;
+};
 
 class allocation_ledger {
  public:
@@ -35,6 +43,9 @@ class allocation_ledger {
   /// Releases of a pointer that the library got neither from its heap nor from its caller's
   /// adopt(): a double release or a wild one. The pointer is then not passed on.
   [[nodiscard]] size_t bad_releases() const;
+
+  /// What the library asked of the heap since the ledger was opened, in that order.
+  [[nodiscard]] std::vector<heap_call> calls() const;
 
   /// A heap block of the caller's that the library will own or release: enters it as live.
   void adopt(void* block, size_t size);

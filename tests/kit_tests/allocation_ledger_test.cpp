@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <iterator>
 #include <memory>
+#include <vector>
 
 #include "platform_caller.h"
 
@@ -43,6 +45,31 @@ TEST(AllocationLedger, FollowsABlockThatMoves) {
   EXPECT_TRUE(ledger.holds(block));
   call_free(block);
   EXPECT_EQ(0u, ledger.live_blocks());
+}
+
+TEST(AllocationLedger, RemembersTheCallsInTheirOrder) {
+  allocation_ledger ledger(watched);
+  void* const first = call_malloc(10);
+  void* const second = call_calloc(3, 5);
+  call_free(first);
+  ledger.fail_after(0);
+  EXPECT_EQ(nullptr, call_malloc(20));
+  void* const third = call_malloc(30);
+  call_free(third);
+  call_free(nullptr);
+  call_free(second);
+  struct {
+    size_t block, size;
+    bool is_release;
+  } const expected[] = {{0, 10, false}, {1, 15, false}, {0, 10, true},
+                        {2, 30, false}, {2, 30, true},  {1, 15, true}};
+  const std::vector<kit::heap_call> calls = ledger.calls();
+  ASSERT_EQ(std::size(expected), calls.size());
+  for (size_t i = 0; i < calls.size(); ++i) {
+    EXPECT_EQ(expected[i].block, calls[i].block) << i;
+    EXPECT_EQ(expected[i].size, calls[i].size) << i;
+    EXPECT_EQ(expected[i].is_release, calls[i].is_release) << i;
+  }
 }
 
 TEST(AllocationLedger, IgnoresTheTestsOwnHeap) {
