@@ -40,6 +40,14 @@ struct source_rows {
   [[nodiscard]] const float* operator[](size_t row) const { return first + row * width; }
 };
 
+/// Output rows between the same two source rows.
+struct rows_between {
+  row_group group;
+  size_t upper;
+  size_t lower;
+  float fractions[row_group::most];
+};
+
 /// Columns of output that are formed together.
 struct column_strip {
   uint32_t left;
@@ -75,6 +83,23 @@ class float_resize {
     kernels_.plan({part.left, part.width, source_.width, step_x_}, columns);
   }
 
+  /// Calls form_group(rows_between) for all output rows.
+  template <typename FormGroup>
+  void each_group(const FormGroup& form_group) const {
+    for (uint32_t i = 0; i < out_.height();) {
+      const sample_pair y = sample_pair_of(i, step_y_, in_height_);
+      rows_between between{{i, 1}, y.first, y.second, {y.fraction}};
+      uint32_t& count = between.group.count;
+      for (; count < row_group::most && i + count < out_.height(); ++count) {
+        const sample_pair next = sample_pair_of(i + count, step_y_, in_height_);
+        if (next.first != y.first || next.second != y.second) break;
+        between.fractions[count] = next.fraction;
+      }
+      form_group(between);
+      i += count;
+    }
+  }
+
   // Not inlined: the two would stand on the stack together.
 
   /// With the products of each source row formed once.
@@ -85,14 +110,14 @@ class float_resize {
       kernels_.across(columns, source_[row], products);
     };
     last_two_rows<bilinear_float_row, decltype(form_products)> products(form_products);
-    for (uint32_t i = 0; i < out_.height(); ++i) {
-      const sample_pair y = sample_pair_of(i, step_y_, in_height_);
-      const bilinear_float_row& upper = products.at(y.first);
-      const bilinear_float_row& lower = products.at(y.second);
-      out_.write(i, part.left, part.width, [&](size_t done, size_t count, float* to) {
-        kernels_.down(upper, lower, y.fraction, done, count, to);
-      });
-    }
+    each_group([&](const rows_between& y) {
+      const bilinear_float_row& upper = products.at(y.upper);
+      const bilinear_float_row& lower = products.at(y.lower);
+      out_.write(
+          y.group, part.left, part.width, [&](size_t done, size_t count, float* to, size_t pitch) {
+            kernels_.down(upper, lower, {done, count, y.group.count, y.fractions, to, pitch});
+          });
+    });
   }
 
   /// With nothing kept of source rows.
@@ -105,15 +130,15 @@ class float_resize {
     };
     each_strip(
         [&](const column_strip& part, bilinear_float_columns& planned) { plan(part, planned); });
-    for (uint32_t i = 0; i < out_.height(); ++i) {
-      const sample_pair y = sample_pair_of(i, step_y_, in_height_);
+    each_group([&](const rows_between& y) {
       each_strip([&](const column_strip& part, const bilinear_float_columns& planned) {
-        out_.write(i, part.left, part.width, [&](size_t done, size_t count, float* to) {
-          kernels_.across_and_down(planned, source_[y.first], source_[y.second], y.fraction, done,
-                                   count, to);
-        });
+        out_.write(y.group, part.left, part.width,
+                   [&](size_t done, size_t count, float* to, size_t pitch) {
+                     kernels_.across_and_down(planned, source_[y.upper], source_[y.lower],
+                                              {done, count, y.group.count, y.fractions, to, pitch});
+                   });
       });
-    }
+    });
   }
 
   const bilinear_float_rows& kernels_ = rows().bilinear_float;

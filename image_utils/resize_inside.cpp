@@ -32,29 +32,50 @@ struct column_strip {
   uint32_t width;
 };
 
-/// Whether each output row is to be formed from its two source rows at once, even where it shares
-/// them with others: because forming it twice takes less time than keeping it, or, where a row has
-/// gaps and would take several strips, less than going on to the next row so early.
+/// Whether output rows are to be formed from their two source rows at once, even where they share
+/// them with others: because forming those twice takes less time than keeping them, or than going
+/// through source and output in several strips. Of 16 bits the rows between two source rows share
+/// what is formed; of 8 bits a strip is wide, but rows with gaps are formed one by one.
 template <typename Element>
 [[nodiscard]] bool is_formed_at_once(const axis_walk& walk_y, const output_plane<Element>& out) {
   constexpr uint32_t one = 1u << bilinear_fraction_bits<Element>;
   if (walk_y.step >= 2 * one) return true;  // no source row is used twice
   if (!kernels_of<Element>().is_across_fast) return false;
-  return walk_y.step >= one + one / 2 || (out.has_gaps() && out.width() > bilinear_strip<Element>);
+  if (walk_y.step >= one + one / 2) return true;
+  return out.width() > bilinear_strip<Element> && (out.has_gaps() || sizeof(Element) == 2);
 }
 
-/// The source rows around output row `number`. Where it falls on a row both are that one.
-struct row_pair {
+/// Output rows between the same two source rows. Where all fall on one both are that one.
+struct rows_between {
+  row_group group;
   uint64_t upper;
   uint64_t lower;
-  uint32_t far_weight;
+  uint32_t far_weight;  ///< of the first output row
 };
 
+/// Of the output rows from number `first` on those that are formed together.
 template <typename Element>
-[[nodiscard]] row_pair rows_around(const axis_walk& walk_y, uint32_t number) {
-  const auto y =
-      cell_position_of<bilinear_fraction_bits<Element>>(walk_y.start + number * walk_y.step);
-  return {y.cell, uint64_t{y.cell} + (y.far_weight != 0 ? 1 : 0), y.far_weight};
+[[nodiscard]] rows_between rows_from(const axis_walk& walk_y, uint32_t first,
+                                     const output_plane<Element>& out) {
+  constexpr uint32_t fraction_bits = bilinear_fraction_bits<Element>;
+  const auto y = cell_position_of<fraction_bits>(walk_y.start + first * walk_y.step);
+  const uint32_t most = std::min(out.rows_together(), out.height() - first);
+  uint32_t count = 1;
+  uint32_t weight = y.far_weight;
+  for (; count < most && ((weight + walk_y.step) >> fraction_bits) == 0; ++count)
+    weight += walk_y.step;
+  return {{first, count}, y.cell, uint64_t{y.cell} + (weight != 0 ? 1 : 0), y.far_weight};
+}
+
+/// Calls form_group(rows_between) for all output rows.
+template <typename Element, typename FormGroup>
+void each_group(const axis_walk& walk_y, const output_plane<Element>& out,
+                const FormGroup& form_group) {
+  for (uint32_t i = 0; i < out.height();) {
+    const rows_between between = rows_from<Element>(walk_y, i, out);
+    form_group(between);
+    i += between.group.count;
+  }
 }
 
 template <typename Element>
@@ -78,14 +99,15 @@ __attribute__((noinline)) void resize_strip(const source_rows<Element>& source,
     kernels.across(columns, source[row], blended);
   };
   last_two_rows<bilinear_row<Element>, decltype(blend_across)> blended(blend_across);
-  for (uint32_t i = 0; i < out.height(); ++i) {
-    const row_pair y = rows_around<Element>(walk_y, i);
+  each_group(walk_y, out, [&](const rows_between& y) {
     const bilinear_row<Element>& upper = blended.at(y.upper);
     const bilinear_row<Element>& lower = blended.at(y.lower);
-    out.write(i, strip.left, strip.width, [&](size_t done, size_t count, Element* to) {
-      kernels.down(upper, lower, y.far_weight, done, count, to);
-    });
-  }
+    out.write(y.group, strip.left, strip.width,
+              [&](size_t done, size_t count, Element* to, size_t pitch) {
+                kernels.down(upper, lower,
+                             {done, count, y.group.count, y.far_weight, walk_y.step, to, pitch});
+              });
+  });
 }
 
 /// Strips that are formed side by side where nothing is kept of source rows: what they would take
@@ -118,15 +140,16 @@ __attribute__((noinline)) void resize_strip_at_once(const source_rows<Element>& 
   };
   each_part(
       [&](uint32_t n, const column_strip& part) { plan_strip(source, walk_x, part, columns[n]); });
-  for (uint32_t i = 0; i < out.height(); ++i) {
-    const row_pair y = rows_around<Element>(walk_y, i);
+  each_group(walk_y, out, [&](const rows_between& y) {
     each_part([&](uint32_t n, const column_strip& part) {
-      out.write(i, part.left, part.width, [&](size_t done, size_t count, Element* to) {
-        kernels.across_and_down(columns[n], source[y.upper], source[y.lower], y.far_weight, done,
-                                count, to);
-      });
+      out.write(y.group, part.left, part.width,
+                [&](size_t done, size_t count, Element* to, size_t pitch) {
+                  kernels.across_and_down(
+                      columns[n], source[y.upper], source[y.lower],
+                      {done, count, y.group.count, y.far_weight, walk_y.step, to, pitch});
+                });
     });
-  }
+  });
 }
 
 /// resize_strip() for outputs that all fall on samples, in columns and rows.
@@ -138,8 +161,9 @@ void pick_strip(const source_rows<Element>& source, const axis_walk& walk_x,
   const uint32_t first = (walk_x.start + strip.left * walk_x.step) >> fraction_bits;
   const size_t stride = walk_x.step >> fraction_bits;
   for (uint32_t i = 0; i < out.height(); ++i) {
-    const Element* const samples = source[rows_around<Element>(walk_y, i).upper] + first;
-    out.write(i, strip.left, strip.width, [&](size_t done, size_t count, Element* to) {
+    const uint64_t row = (walk_y.start + i * walk_y.step) >> fraction_bits;
+    const Element* const samples = source[row] + first;
+    out.write({i, 1}, strip.left, strip.width, [&](size_t done, size_t count, Element* to, size_t) {
       kernels.pick(samples + done * stride, stride, to, count);
     });
   }

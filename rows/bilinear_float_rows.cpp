@@ -133,54 +133,56 @@ void across(const bilinear_float_columns& columns, const float* row, bilinear_fl
 
 template <typename UpperAt, typename LowerAt>
 inline __attribute__((always_inline)) void blend_registers(UpperAt upper_at, LowerAt lower_at,
-                                                           float fy, float* dst, size_t count) {
-  for (size_t i = 0; i * window_samples < count; ++i) {
-    const products above = upper_at(i);
-    const products below = lower_at(i);
-    const floats blended = blend(above.near, above.far, below.near, below.far, fy);
-    const size_t left = count - i * window_samples;
-    if (left >= window_samples)
-      store_vector(dst + i * window_samples, blended);
-    else
-      store_part(reinterpret_cast<uint8_t*>(dst + i * window_samples),
-                 bits_as<whole_register>(blended), left * sizeof(float));
+                                                           const bilinear_float_part& part) {
+  const size_t count = part.count;
+  for (size_t row = 0; row < part.rows; ++row) {
+    const float fy = part.fy[row];
+    float* const dst = part.dst + row * part.pitch;
+    for (size_t i = 0; i * window_samples < count; ++i) {
+      const products above = upper_at(i);
+      const products below = lower_at(i);
+      const floats blended = blend(above.near, above.far, below.near, below.far, fy);
+      const size_t left = count - i * window_samples;
+      if (left >= window_samples)
+        store_vector(dst + i * window_samples, blended);
+      else
+        store_part(reinterpret_cast<uint8_t*>(dst + i * window_samples),
+                   bits_as<whole_register>(blended), left * sizeof(float));
+    }
   }
 }
 
-void down(const bilinear_float_row& upper, const bilinear_float_row& lower, float fy, size_t first,
-          size_t count, float* dst) {
-  const auto products_of = [first](const bilinear_float_row& row) {
+void down(const bilinear_float_row& upper, const bilinear_float_row& lower,
+          const bilinear_float_part& part) {
+  const auto products_of = [first = part.first](const bilinear_float_row& row) {
     return [&row, first](size_t i) {
       return products{load_vector<floats>(row.near + first + i * window_samples),
                       load_vector<floats>(row.far + first + i * window_samples)};
     };
   };
-  blend_registers(products_of(upper), products_of(lower), fy, dst, count);
+  blend_registers(products_of(upper), products_of(lower), part);
 }
 
 template <uint32_t Windows>
 void across_and_down_by_window(const bilinear_float_columns& columns, const float* upper,
-                               const float* lower, float fy, size_t first, size_t count,
-                               float* dst) {
-  const auto products_of = [&columns, first](const float* row) {
+                               const float* lower, const bilinear_float_part& part) {
+  const auto products_of = [&columns, first = part.first](const float* row) {
     return [&columns, first, row](size_t i) {
       return products_at<Windows>(columns, row, first / window_samples + i);
     };
   };
-  blend_registers(products_of(upper), products_of(lower), fy, dst, count);
+  blend_registers(products_of(upper), products_of(lower), part);
 }
 
 void across_and_down(const bilinear_float_columns& columns, const float* upper, const float* lower,
-                     float fy, size_t first, size_t count, float* dst) {
-  if (columns.windows == 0)
-    return across_and_down_by_window<0>(columns, upper, lower, fy, first, count, dst);
+                     const bilinear_float_part& part) {
+  if (columns.windows == 0) return across_and_down_by_window<0>(columns, upper, lower, part);
   const auto by_window =
       columns.windows == 1 ? across_and_down_by_window<1> : across_and_down_by_window<2>;
-  if (!is_shorter_than_windows(columns))
-    return by_window(columns, upper, lower, fy, first, count, dst);
+  if (!is_shorter_than_windows(columns)) return by_window(columns, upper, lower, part);
   const filled above(upper, columns.walk.extent);
   const filled below(lower, columns.walk.extent);
-  by_window(columns, above.samples, below.samples, fy, first, count, dst);
+  by_window(columns, above.samples, below.samples, part);
 }
 
 #else
@@ -204,15 +206,23 @@ void across(const bilinear_float_columns& columns, const float* row, bilinear_fl
   }
 }
 
-void down(const bilinear_float_row& upper, const bilinear_float_row& lower, float fy, size_t first,
-          size_t count, float* __restrict dst) {
+__attribute__((noinline)) void blend_products(const bilinear_float_row& upper,
+                                              const bilinear_float_row& lower, float fy,
+                                              size_t first, size_t count, float* __restrict dst) {
   for (size_t i = 0; i < count; ++i)
     dst[i] = blend(upper.near[first + i], upper.far[first + i], lower.near[first + i],
                    lower.far[first + i], fy);
 }
 
-void across_and_down(const bilinear_float_columns& columns, const float* upper, const float* lower,
-                     float fy, size_t first, size_t count, float* __restrict dst) {
+void down(const bilinear_float_row& upper, const bilinear_float_row& lower,
+          const bilinear_float_part& part) {
+  for (size_t row = 0; row < part.rows; ++row)
+    blend_products(upper, lower, part.fy[row], part.first, part.count, part.dst + row * part.pitch);
+}
+
+__attribute__((noinline)) void blend_samples(const bilinear_float_columns& columns,
+                                             const float* upper, const float* lower, float fy,
+                                             size_t first, size_t count, float* __restrict dst) {
   for (size_t i = 0; i < count; ++i) {
     const size_t near = columns.taps[2 * (first + i)];
     const size_t far = columns.taps[2 * (first + i) + 1];
@@ -220,6 +230,13 @@ void across_and_down(const bilinear_float_columns& columns, const float* upper, 
     const float gx = 1.0f - fx;
     dst[i] = blend(upper[near] * gx, upper[far] * fx, lower[near] * gx, lower[far] * fx, fy);
   }
+}
+
+void across_and_down(const bilinear_float_columns& columns, const float* upper, const float* lower,
+                     const bilinear_float_part& part) {
+  for (size_t row = 0; row < part.rows; ++row)
+    blend_samples(columns, upper, lower, part.fy[row], part.first, part.count,
+                  part.dst + row * part.pitch);
 }
 
 #endif

@@ -43,8 +43,17 @@ struct bilinear_float_row {
   alignas(64) float far[bilinear_float_strip];
 };
 
-/// Nothing overlaps. Those that write outputs begin with output `first` of the walk, a multiple of
-/// what any register holds, and write `count`, at least 1.
+/// Part of some output rows that lie between the same two source rows.
+struct bilinear_float_part {
+  size_t first;     ///< output of the walk that each begins with: a multiple of any register's
+  size_t count;     ///< outputs of each, at least 1
+  size_t rows;      ///< at least 1
+  const float* fy;  ///< of each row
+  float* dst;
+  size_t pitch;  ///< from one to the next in `dst`
+};
+
+/// Nothing overlaps.
 struct bilinear_float_rows {
   /// Works out the columns of a strip.
   void (*plan)(const bilinear_float_walk& walk, bilinear_float_columns& columns);
@@ -53,13 +62,13 @@ struct bilinear_float_rows {
   void (*across)(const bilinear_float_columns& columns, const float* row,
                  bilinear_float_row& products);
 
-  /// One output row from the products of two source rows; dst[0 ... count - 1] is written.
-  void (*down)(const bilinear_float_row& upper, const bilinear_float_row& lower, float fy,
-               size_t first, size_t count, float* dst);
+  /// Output rows from the products of two source rows, which may be the same.
+  void (*down)(const bilinear_float_row& upper, const bilinear_float_row& lower,
+               const bilinear_float_part& part);
 
-  /// across() of two source rows and down() at once, where no other output row needs them.
+  /// across() of two source rows and down() at once.
   void (*across_and_down)(const bilinear_float_columns& columns, const float* upper,
-                          const float* lower, float fy, size_t first, size_t count, float* dst);
+                          const float* lower, const bilinear_float_part& part);
 };
 
 }  // namespace qo

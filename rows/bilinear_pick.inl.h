@@ -73,8 +73,9 @@ void pick(const Element* __restrict row, size_t stride, Element* __restrict dst,
       if constexpr (sizeof(Element) == 4) both &= 0xff;
       store_vector(dst + done, both);
     }
-#endif
+#else
     for (; done < count; ++done) dst[done] = picked(row[2 * done]);
+#endif
   }
   for (; done < count; ++done) dst[done] = picked(row[done * stride]);
 }

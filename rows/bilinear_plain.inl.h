@@ -37,17 +37,24 @@ void across(const bilinear_columns<Element>& columns, const Element* row,
 }
 
 template <typename Element>
-void down(const bilinear_row<Element>& upper, const bilinear_row<Element>& lower, uint32_t v1,
-          size_t first, size_t count, Element* __restrict dst) {
-  for (size_t i = 0; i < count; ++i)
-    dst[i] = blend_down<Element>(upper.values[first + i], lower.values[first + i], v1);
+__attribute__((noinline)) void blend_rows(const bilinear_value<Element>* upper,
+                                          const bilinear_value<Element>* lower, uint32_t v1,
+                                          size_t count, Element* __restrict dst) {
+  for (size_t i = 0; i < count; ++i) dst[i] = blend_down<Element>(upper[i], lower[i], v1);
 }
 
 template <typename Element>
-void across_and_down(const bilinear_columns<Element>& columns, const Element* upper,
-                     const Element* lower, uint32_t v1, size_t first, size_t count,
-                     Element* __restrict dst) {
-  const bilinear_walk walk = columns.walk;
+void down(const bilinear_row<Element>& upper, const bilinear_row<Element>& lower,
+          const bilinear_part<Element>& part) {
+  for (uint32_t row = 0; row < part.rows; ++row)
+    blend_rows(upper.values + part.first, lower.values + part.first, part.v1 + row * part.v1_step,
+               part.count, part.dst + row * part.pitch);
+}
+
+template <typename Element>
+__attribute__((noinline)) void blend_once(const bilinear_walk walk, const Element* upper,
+                                          const Element* lower, uint32_t v1, size_t first,
+                                          size_t count, Element* __restrict dst) {
   size_t i = 0;
 #if defined(__aarch64__)
   for (; count - i >= 8; i += 8)
@@ -58,6 +65,14 @@ void across_and_down(const bilinear_columns<Element>& columns, const Element* up
     const plain_column column = plain_column_at<Element>(walk, first + i);
     dst[i] = blend_down<Element>(blend_across(upper, column), blend_across(lower, column), v1);
   }
+}
+
+template <typename Element>
+void across_and_down(const bilinear_columns<Element>& columns, const Element* upper,
+                     const Element* lower, const bilinear_part<Element>& part) {
+  for (uint32_t row = 0; row < part.rows; ++row)
+    blend_once(columns.walk, upper, lower, part.v1 + row * part.v1_step, part.first, part.count,
+               part.dst + row * part.pitch);
 }
 
 }  // namespace

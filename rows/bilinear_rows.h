@@ -72,8 +72,19 @@ struct bilinear_row {
   alignas(64) bilinear_value<Element> values[bilinear_strip<Element>];
 };
 
-/// The kernels for one element type. Nothing overlaps. Those that write outputs begin with output
-/// `first` of the walk, a multiple of what any register holds, and write `count`, at least 1.
+/// Part of some output rows that lie between the same two source rows.
+template <typename Element>
+struct bilinear_part {
+  size_t first;      ///< output of the walk that each begins with: a multiple of any register's
+  size_t count;      ///< outputs of each, at least 1
+  uint32_t rows;     ///< at least 1
+  uint32_t v1;       ///< weight of the lower source row in the first of them
+  uint32_t v1_step;  ///< what each adds to it; in none it passes 2^F
+  Element* dst;
+  size_t pitch;  ///< from one to the next in `dst`
+};
+
+/// The kernels for one element type. Nothing overlaps.
 template <typename Element>
 struct bilinear_kernels {
   /// Works out the columns of a walk: of 32-bit samples bilinear_strip outputs at most, of others
@@ -84,15 +95,13 @@ struct bilinear_kernels {
   void (*across)(const bilinear_columns<Element>& columns, const Element* row,
                  bilinear_row<Element>& blended);
 
-  /// One output row from two rows that are blended across, the lower one with the weight `v1`, at
-  /// most 2^F; dst[0 ... count - 1] is written. `upper` and `lower` may be the same.
-  void (*down)(const bilinear_row<Element>& upper, const bilinear_row<Element>& lower, uint32_t v1,
-               size_t first, size_t count, Element* dst);
+  /// Output rows from two rows that are blended across, which may be the same.
+  void (*down)(const bilinear_row<Element>& upper, const bilinear_row<Element>& lower,
+               const bilinear_part<Element>& part);
 
-  /// across() of two source rows and down() at once, where no other output row needs them.
+  /// across() of two source rows and down() at once.
   void (*across_and_down)(const bilinear_columns<Element>& columns, const Element* upper,
-                          const Element* lower, uint32_t v1, size_t first, size_t count,
-                          Element* dst);
+                          const Element* lower, const bilinear_part<Element>& part);
 
   /// What the rule leaves where every output falls on a sample: dst[i] = row[i * stride], of 32-bit
   /// samples the low 8 bits. Nothing after the last such sample is read.

@@ -192,7 +192,7 @@ template <uint32_t Windows, bool BackUp, typename Element>
 
 /// Pairs of taps whose positions are gathered from.
 template <typename Element>
-[[nodiscard]] inline __attribute__((always_inline)) whole_register gathered_pairs(
+[[nodiscard]] __attribute__((noinline)) whole_register gathered_pairs(
     const bilinear_columns<Element>& columns, const Element* row, const repeated_columns& place,
     size_t slot) {
   // Two units of narrow samples fill a register with AVX2, all else is one unit.

@@ -115,9 +115,10 @@ TYPED_TEST(Resize2d, EveryWidthTo140HasTheReferenceBitsAtEveryKindOfStep) {
 }
 
 // Of 8 and 16 bits columns repeat after 512 outputs; strips are 5120, 2688 and 1280 outputs at
-// most, and any width where no row is shared. Rows 1.5 samples apart are shared, but not kept.
+// most, and any width where no row is shared. Rows 1.5 samples apart are shared, but not kept, like
+// all of 16 bits that are wider than a strip.
 TYPED_TEST(Resize2d, WidthsAroundRepeatsAndStripsHaveTheReferenceBits) {
-  guarded_resize<TypeParam> resizer(24000 * 4, 5700 * 5);
+  guarded_resize<TypeParam> resizer(24000 * 4, 5700 * 7);
   for (const uint32_t out :
        {511u,  512u,  513u,  575u,  576u,  577u,  1023u, 1024u, 1025u, 1279u, 1280u, 1281u, 1344u,
         1345u, 1537u, 2559u, 2560u, 2561u, 2687u, 2688u, 2689u, 3841u, 5119u, 5120u, 5121u, 5633u})
@@ -127,6 +128,7 @@ TYPED_TEST(Resize2d, WidthsAroundRepeatsAndStripsHaveTheReferenceBits) {
       ASSERT_TRUE(resizer.matches({in, 3, out, 5}, side));
       ASSERT_TRUE(resizer.matches({in, 3, out, 2}, other_side(side)));
       ASSERT_TRUE(resizer.matches({in, 4, out, 3}, side));
+      ASSERT_TRUE(resizer.matches({in, 2, out, 7}, side));  // four rows together, then three
     }
 }
 
