@@ -94,7 +94,7 @@ uint32_t crop_resize_2d_array_uint16(const uint16_t* src, uint32_t in_w, uint32_
   if (qo::find_last(walk_x, left, out_w, last_x) && qo::find_last(walk_y, top, out_h, last_y)) {
     const uint64_t extent = qo::samples_up_to(last_x);
     inside = qo::count_rows_inside(plane, extent, walk_y, out_h);
-    qo::output_plane<uint16_t> out(dst, out_w, inside, 1);
+    qo::output_plane<uint16_t> out(dst, out_w, inside, 1, uint64_t{region_width} * region_height);
     qo::resize_inside<uint16_t>({src, in_w, static_cast<uint32_t>(extent)}, walk_x, walk_y, out);
   }
   qo::resize_clamped(src, plane, walk_x, walk_y, inside, dst, out_w, out_h);

@@ -29,7 +29,8 @@ template <typename Element>
   if (src == nullptr || dst == nullptr) return QO_CMC_INVALID_SIZE;
 
   constexpr uint32_t fraction_bits = bilinear_fraction_bits<Element>;
-  output_plane<Element> out(dst, out_w, out_h, static_cast<size_t>(dst_step));
+  output_plane<Element> out(dst, out_w, out_h, static_cast<size_t>(dst_step),
+                            uint64_t{in_w} * in_height);
   resize_inside<Element>({src, in_w, in_w}, walk_axis<fraction_bits>(in_w, out_w, 0),
                          walk_axis<fraction_bits>(in_height, out_h, 0), out);
   return QO_CMC_OK;

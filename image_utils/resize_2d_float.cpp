@@ -164,7 +164,8 @@ uint32_t resize_2d_array_float(const float* src, uint32_t in_w, int32_t in_h, fl
 
   const float step_x = qo::corner_aligned_step(in_width, out_width);
   const float step_y = qo::corner_aligned_step(in_h, out_height);
-  qo::output_plane<float> out(dst, out_width, out_h, 1);
+  qo::output_plane<float> out(dst, out_width, out_h, 1,
+                              uint64_t{in_width} * static_cast<uint32_t>(in_h));
   const qo::source_rows source{src, in_width};
   qo::float_resize(source, static_cast<uint32_t>(in_h), step_x, step_y, out).run();
   return QO_CMC_OK;
