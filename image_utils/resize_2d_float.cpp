@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "base/float_to_int.h"
+#include "image_utils/column_strip.h"
 #include "image_utils/corner_alignment.h"
 #include "image_utils/last_two_rows.h"
 #include "image_utils/output_plane.h"
@@ -48,12 +49,6 @@ struct rows_between {
   float fractions[row_group::most];
 };
 
-/// Columns of output that are formed together.
-struct column_strip {
-  uint32_t left;
-  uint32_t width;
-};
-
 /// A resize, of which strips of columns are formed one after the other.
 class float_resize {
  public:
@@ -62,22 +57,25 @@ class float_resize {
       : source_(source), in_height_(in_height), step_x_(step_x), step_y_(step_y), out_(out) {}
 
   void run() const {
-    // From two rows to a step on hardly any source row is used twice.
-    const bool are_rows_shared = step_y_ < 2.0f;
-    const uint32_t most = are_rows_shared ? strip : side_by_side * strip;
-    for (uint32_t left = 0; left < out_.width(); left += most) {
-      const column_strip columns{left, std::min(most, out_.width() - left)};
-      if (are_rows_shared)
-        form_strip(columns);
-      else
-        form_strips_at_once(columns);
-    }
+    if (is_formed_at_once())
+      in_strips(out_.width(), side_by_side * strip,
+                [&](const column_strip& strips) { form_strips_at_once(strips); });
+    else
+      in_strips(out_.width(), strip, [&](const column_strip& part) { form_strip(part); });
   }
 
  private:
   static constexpr uint32_t strip = bilinear_float_strip;
   /// Without products of source rows the columns of so many strips stand on the stack.
   static constexpr uint32_t side_by_side = 3;
+
+  /// Whether output rows are to be formed from their two source rows at once, even where they share
+  /// them with others: because forming products twice takes less time than keeping them, or than
+  /// going through source and output in strips of half the width.
+  [[nodiscard]] bool is_formed_at_once() const {
+    if (step_y_ >= 2.0f) return true;  // hardly any source row is used twice
+    return kernels_.is_across_fast && (step_y_ >= 1.0f || out_.width() > 2 * strip);
+  }
 
   void plan(const column_strip& part, bilinear_float_columns& columns) const {
     kernels_.plan({part.left, part.width, source_.width, step_x_}, columns);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "image_utils/column_strip.h"
 #include "image_utils/last_two_rows.h"
 #include "rows/row_table.h"
 
@@ -25,12 +26,6 @@ template <>
 const bilinear_kernels<uint32_t>& kernels_of() {
   return rows().bilinear.u32;
 }
-
-/// Some neighbouring output columns.
-struct column_strip {
-  uint32_t left;
-  uint32_t width;
-};
 
 /// Whether output rows are to be formed from their two source rows at once, even where they share
 /// them with others: because forming those twice takes less time than keeping them, or than going
@@ -172,17 +167,6 @@ void pick_strip(const source_rows<Element>& source, const axis_walk& walk_x,
 template <uint32_t FractionBits>
 [[nodiscard]] bool falls_on_samples(const axis_walk& walk) {
   return ((walk.start | walk.step) & ((uint32_t{1} << FractionBits) - 1)) == 0;
-}
-
-/// As few strips as `most` columns in each allow, of the same width but the last.
-template <typename EachStrip>
-void in_strips(uint32_t width, uint32_t most, EachStrip each_strip) {
-  constexpr uint32_t unit = 64;
-  const uint32_t strips = (width - 1) / most + 1;
-  const uint64_t strip_width = (uint64_t{(width - 1) / strips} / unit + 1) * unit;
-  for (uint64_t left = 0; left < width; left += strip_width)
-    each_strip(column_strip{static_cast<uint32_t>(left),
-                            static_cast<uint32_t>(std::min(strip_width, width - left))});
 }
 
 }  // namespace

@@ -72,15 +72,20 @@ void plan(const bilinear_float_walk& walk, bilinear_float_columns& columns) {
   (void)plan_windows(walk, 0, columns);
 }
 
+[[nodiscard]] __attribute__((noinline)) whole_register gathered_samples(const float* row,
+                                                                        const uint16_t* taps) {
+  floats samples;
+  for (size_t i = 0; i < window_samples; ++i) samples[i] = row[taps[i]];
+  return bits_as<whole_register>(samples);
+}
+
 /// The samples at a unit's taps.
 template <uint32_t Windows>
 [[nodiscard]] inline __attribute__((always_inline)) whole_register unit_samples(
     const bilinear_float_columns& columns, const float* row, size_t unit) {
   const uint16_t* const taps = columns.taps + unit * window_samples;
   if constexpr (Windows == 0) {
-    floats samples;
-    for (size_t i = 0; i < window_samples; ++i) samples[i] = row[taps[i]];
-    return bits_as<whole_register>(samples);
+    return gathered_samples(row, taps);
   } else {
 #if defined(__AVX512VBMI__)
     const __m512i numbers = _mm512_cvtepu16_epi32(load_vector<__m256i>(taps));
@@ -110,7 +115,8 @@ template <uint32_t Windows>
 template <uint32_t Windows>
 void across_by_window(const bilinear_float_columns& columns, const float* row,
                       bilinear_float_row& blended) {
-  for (size_t i = 0; i * window_samples < columns.walk.count; ++i) {
+  const size_t count = columns.walk.count;  // nothing that is written changes it
+  for (size_t i = 0; i * window_samples < count; ++i) {
     const products pair = products_at<Windows>(columns, row, i);
     store_vector(blended.near + i * window_samples, pair.near);
     store_vector(blended.far + i * window_samples, pair.far);
@@ -174,16 +180,40 @@ void across_and_down_by_window(const bilinear_float_columns& columns, const floa
   blend_registers(products_of(upper), products_of(lower), part);
 }
 
+/// The rows of each register of outputs one after the other: what they share is formed once.
+void enlarge_by_window(const bilinear_float_columns& columns, const float* upper,
+                       const float* lower, const bilinear_float_part& whole) {
+  const bilinear_float_part part = whole;  // nothing that is written changes it
+  for (size_t i = 0; i * window_samples < part.count; ++i) {
+    const size_t index = part.first / window_samples + i;
+    const products above = products_at<1>(columns, upper, index);
+    const products below = products_at<1>(columns, lower, index);
+    const size_t left = part.count - i * window_samples;
+    float* dst = part.dst + i * window_samples;
+    for (size_t row = 0; row < part.rows; ++row, dst += part.pitch) {
+      const floats blended = blend(above.near, above.far, below.near, below.far, part.fy[row]);
+      if (left >= window_samples)
+        store_vector(dst, blended);
+      else
+        store_part(reinterpret_cast<uint8_t*>(dst), bits_as<whole_register>(blended),
+                   left * sizeof(float));
+    }
+  }
+}
+
 void across_and_down(const bilinear_float_columns& columns, const float* upper, const float* lower,
                      const bilinear_float_part& part) {
   if (columns.windows == 0) return across_and_down_by_window<0>(columns, upper, lower, part);
-  const auto by_window =
-      columns.windows == 1 ? across_and_down_by_window<1> : across_and_down_by_window<2>;
+  const auto by_window = columns.windows == 2 ? across_and_down_by_window<2>
+                         : part.rows == 1     ? across_and_down_by_window<1>
+                                              : enlarge_by_window;
   if (!is_shorter_than_windows(columns)) return by_window(columns, upper, lower, part);
   const filled above(upper, columns.walk.extent);
   const filled below(lower, columns.walk.extent);
   by_window(columns, above.samples, below.samples, part);
 }
+
+constexpr bool is_across_fast = true;
 
 #else
 
@@ -239,11 +269,14 @@ void across_and_down(const bilinear_float_columns& columns, const float* upper, 
                   part.dst + row * part.pitch);
 }
 
+constexpr bool is_across_fast = false;
+
 #endif
 
 }  // namespace
 
 extern const bilinear_float_rows bilinear_float;
-constinit const bilinear_float_rows bilinear_float = {plan, across, down, across_and_down};
+constinit const bilinear_float_rows bilinear_float = {plan, across, down, across_and_down,
+                                                      is_across_fast};
 
 }  // namespace qo::QO_ROWS_NS

@@ -69,6 +69,9 @@ struct bilinear_float_rows {
   /// across() of two source rows and down() at once.
   void (*across_and_down)(const bilinear_float_columns& columns, const float* upper,
                           const float* lower, const bilinear_float_part& part);
+
+  /// Whether forming products takes hardly more time than storing them and loading them again.
+  bool is_across_fast;
 };
 
 }  // namespace qo

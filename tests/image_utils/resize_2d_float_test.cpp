@@ -106,15 +106,17 @@ TEST(Resize2dFloat, EveryWidthTo140HasTheReferenceBitsAtEveryKindOfStep) {
     }
 }
 
-// Strips are 960 outputs; of rows that are not shared three are formed side by side.
+// Strips are 960 outputs at most, of the same width but the last. Of rows that are not shared, and
+// of those wider than two strips, three are formed side by side.
 TEST(Resize2dFloat, WidthsAroundStripsHaveTheReferenceBits) {
-  guarded_resize resizer(15000 * 3, 3900 * 5);
-  for (const uint32_t out :
-       {959u, 960u, 961u, 977u, 1919u, 1920u, 1921u, 2879u, 2880u, 2881u, 3841u})
+  guarded_resize resizer(15000 * 3, 3900 * 7);
+  for (const uint32_t out : {959u, 960u, 961u, 977u, 1025u, 1280u, 1281u, 1919u, 1920u, 1921u,
+                             1985u, 2879u, 2880u, 2881u, 3841u})
     for (const uint32_t in : {300u, out, 2 * out - 1, 14999u})
       for (const guard_side side : {guard_side::before, guard_side::behind}) {
         ASSERT_TRUE(resizer.matches({in, 3, out, 5}, side));
         ASSERT_TRUE(resizer.matches({in, 3, out, 2}, side));
+        ASSERT_TRUE(resizer.matches({in, 2, out, 7}, side));  // four rows together, then three
       }
 }
 
