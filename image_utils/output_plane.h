@@ -72,9 +72,8 @@ class output_plane {
   static constexpr size_t formed_samples = 4096 / sizeof(Element);
 
   void put(const Element* from, size_t count, Element* to) const {
-    if (is_streamed_)
-      rows().store.stream(from, to, count * sizeof(Element));
-    else if constexpr (std::is_same_v<Element, uint8_t>)
+    if (is_streamed_) return rows().store.stream(from, to, count * sizeof(Element));
+    if constexpr (std::is_same_v<Element, uint8_t>)
       rows().store.spread_u8(from, count, to, step_);
     else if constexpr (std::is_same_v<Element, uint16_t>)
       rows().store.spread_u16(from, count, to, step_);

@@ -144,14 +144,8 @@ inline __attribute__((always_inline)) void blend_down(const whole_register (&upp
 
 /// store_part() for several rows: with AVX2 its steps, inlined, would be chosen before the loop
 /// over rows, in as many copies of it.
-#if defined(__AVX512VBMI__)
-inline
-    __attribute__((always_inline))
-#else
-__attribute__((noinline))
-#endif
-    void
-    store_part_of_rows(uint8_t* to, whole_register from, size_t bytes) {
+inline __attribute__((noinline)) void store_part_apart(uint8_t* to, whole_register from,
+                                                       size_t bytes) {
   store_part(to, from, bytes);
 }
 
@@ -203,10 +197,10 @@ inline __attribute__((always_inline)) void blend_rows(UpperAt upper_at, LowerAt 
   blend_group(upper_at, lower_at, index, count, part, rows,
               [&part, dst, count](size_t row, const whole_register& blended) {
                 auto* const to = reinterpret_cast<uint8_t*>(dst + row * part.pitch);
-                if constexpr (IsOneRow)
+                if constexpr (IsOneRow || QO_VECTOR_BYTES == 64)
                   store_part(to, blended, count * sizeof(Element));
                 else
-                  store_part_of_rows(to, blended, count * sizeof(Element));
+                  store_part_apart(to, blended, count * sizeof(Element));
               });
 }
 
