@@ -85,13 +85,14 @@ inline __attribute__((always_inline)) void blend_down(const whole_register (&upp
     pairs[i][0] = QO_ON_REGISTER(unpacklo_epi16)(upper[i], lower[i]);
     pairs[i][1] = QO_ON_REGISTER(unpackhi_epi16)(upper[i], lower[i]);
   }
-  uint32_t weights = (256 - part.v1) | part.v1 << 16;
-  for (uint32_t row = 0; row < rows; ++row, weights += part.v1_step * 0xffff) {
-    const whole_register by = QO_ON_REGISTER(set1_epi32)(static_cast<int>(weights));
+  whole_register weights =
+      QO_ON_REGISTER(set1_epi32)(static_cast<int>((256 - part.v1) | part.v1 << 16));
+  const whole_register growth = QO_ON_REGISTER(set1_epi32)(static_cast<int>(part.v1_step * 0xffff));
+  for (uint32_t row = 0; row < rows; ++row) {
     whole_register words_of[2];
     for (size_t i = 0; i < 2; ++i)
-      words_of[i] = high_words(QO_ON_REGISTER(madd_epi16)(pairs[i][0], by),
-                               QO_ON_REGISTER(madd_epi16)(pairs[i][1], by));
+      words_of[i] = high_words(QO_ON_REGISTER(madd_epi16)(pairs[i][0], weights),
+                               QO_ON_REGISTER(madd_epi16)(pairs[i][1], weights));
 #if defined(__AVX512VBMI__)
     vector<uint8_t> low_bytes;
     for (size_t i = 0; i < 64; ++i) low_bytes[i] = static_cast<uint8_t>(2 * i);
@@ -101,6 +102,7 @@ inline __attribute__((always_inline)) void blend_down(const whole_register (&upp
     const __m256i packed = _mm256_packs_epi16(words_of[0], words_of[1]);
 #endif
     store(row, packed ^ QO_ON_REGISTER(set1_epi8)(-128));
+    weights = QO_ON_REGISTER(add_epi32)(weights, growth);
   }
 }
 
