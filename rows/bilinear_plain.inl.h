@@ -61,6 +61,14 @@ __attribute__((noinline)) void blend_once(const bilinear_walk walk, const Elemen
     store_eight(blend_four(walk, upper, lower, v1, first + i),
                 blend_four(walk, upper, lower, v1, first + i + 4), dst + i);
 #endif
+  // Before the last output of a walk that advances there is a sample after every cell.
+  constexpr uint32_t one = uint32_t{1} << bilinear_fraction_bits<Element>;
+  const size_t inside = walk.step == 0 ? 0 : walk.count - 1 - first;
+  uint32_t position = walk.first + static_cast<uint32_t>(first + i) * walk.step;
+  for (; i < count && i < inside; ++i, position += walk.step) {
+    const plain_column column{position / one, position % one};
+    dst[i] = blend_down<Element>(blend_across(upper, column), blend_across(lower, column), v1);
+  }
   for (; i < count; ++i) {
     const plain_column column = plain_column_at<Element>(walk, first + i);
     dst[i] = blend_down<Element>(blend_across(upper, column), blend_across(lower, column), v1);
