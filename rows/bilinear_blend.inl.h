@@ -130,16 +130,17 @@ inline __attribute__((always_inline)) void blend_down(const whole_register (&upp
                                                       const bilinear_part<Element>& part,
                                                       uint32_t rows, Store store) {
   longs sums[Registers];
-  longs growth[Registers];
+  longs differences[Registers];
   for (size_t i = 0; i < Registers; ++i) {
     const auto above = bits_as<longs>(upper[i]);
-    const longs difference = bits_as<longs>(lower[i]) - above;
-    sums[i] = (above << bilinear_fraction_bits<Element>)+difference * part.v1;
-    growth[i] = difference * part.v1_step;
+    differences[i] = bits_as<longs>(lower[i]) - above;
+    sums[i] = (above << bilinear_fraction_bits<Element>)+differences[i] * part.v1;
   }
   store(0, outputs(sums, Element{}));
+  if (rows == 1) return;
+  for (longs& difference : differences) difference *= part.v1_step;
   for (uint32_t row = 1; row < rows; ++row) {
-    for (size_t i = 0; i < Registers; ++i) sums[i] += growth[i];
+    for (size_t i = 0; i < Registers; ++i) sums[i] += differences[i];
     store(row, outputs(sums, Element{}));
   }
 }
