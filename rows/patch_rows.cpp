@@ -4,7 +4,8 @@
 // with basis[m][r] basis[n][c], which are multiples of 1/4. Every product and every partial sum, in
 // the order of the sum as in the factorisation below, is a multiple of 1/4 below 2^22 in magnitude,
 // counted in quarters below 2^24: all are exact. So the sum may be split, first over the rows, then
-// along them. No step makes a -0 of operands that are none, as the plain sum makes none.
+// along them, and factors of two may stand with the powers of the fractions instead. No step makes
+// a -0 of operands that are none, as the plain sum makes none.
 
 #include "rows/patch_rows.h"
 
@@ -14,7 +15,8 @@
 namespace qo::QO_ROWS_NS {
 namespace {
 
-/// Coefficients of the polynomial in t through p1 and p2 with the spline's slopes there.
+/// Coefficients of the polynomial in t through p1 and p2 with the spline's slopes there. All but
+/// the first are doubled: of integers they are integers.
 template <typename Value>
 struct cubic {
   Value c0;
@@ -23,37 +25,38 @@ struct cubic {
   Value c3;
 };
 
-/// The basis times p0 ... p3: (0 1 0 0), (-1/2 0 1/2 0), (1 -5/2 2 -1/2), (-1/2 3/2 -3/2 1/2).
-/// Exact for the samples of a patch, so the order of operations is free.
+/// (0 1 0 0), (-1 0 1 0), (2 -5 4 -1) and (-1 3 -3 1) times p0 ... p3. Exact for the samples of a
+/// patch, so the order of operations is free.
 template <typename Value>
 [[nodiscard]] inline __attribute__((always_inline)) cubic<Value> cubic_through(Value p0, Value p1,
                                                                                Value p2, Value p3) {
-  const Value rise = p2 - p1;
-  const Value bend1 = (rise - (p1 - p0)) * 0.5f;
-  const Value bend2 = ((p3 - p2) - rise) * 0.5f;
-  const Value c3 = bend2 - bend1;
-  return {p1, rise - bend1, bend1 - c3, c3};
+  const Value rise = (p2 - p1) * 2.0f;
+  const Value slope = p2 - p0;
+  const Value bend = rise - slope;
+  const Value c3 = ((p3 - p1) - rise) - bend;
+  return {p1, slope, bend - c3, c3};
 }
 
-/// A fraction and its powers.
+/// Half of a fraction, of its square and of its cube: what doubled coefficients are multiplied by.
 template <typename Value>
-struct powers {
+struct half_powers {
   Value t;
   Value t2;
   Value t3;
 };
 
 template <typename Value>
-[[nodiscard]] inline __attribute__((always_inline)) powers<Value> powers_of(Value t) {
-  const Value t2 = t * t;
-  return {t, t2, t2 * t};
+[[nodiscard]] inline __attribute__((always_inline)) half_powers<Value> half_powers_of(Value t) {
+  const Value half = t * 0.5f;
+  const Value half_square = half * t;
+  return {half, half_square, half_square * t};
 }
 
-/// The rounded value: this order is the contract.
+/// The rounded value: this order is the contract. Factors of two change no rounding.
 template <typename Value>
 [[nodiscard]] inline __attribute__((always_inline)) Value value_at(const cubic<Value>& of,
-                                                                   const powers<Value>& of_t) {
-  return ((of.c0 + of.c1 * of_t.t) + of.c2 * of_t.t2) + of.c3 * of_t.t3;
+                                                                   const half_powers<Value>& at) {
+  return ((of.c0 + of.c1 * at.t) + of.c2 * at.t2) + of.c3 * at.t3;
 }
 
 using floats = vector<float>;
@@ -81,8 +84,8 @@ constexpr size_t row_room = strip_cells + lanes;
 }
 
 /// Row y of the results that follow from R_0 ... R_3.
-[[nodiscard]] inline __attribute__((always_inline)) floats result_at(const cubic<floats>& of,
-                                                                     const powers<floats>& height) {
+[[nodiscard]] inline __attribute__((always_inline)) floats result_at(
+    const cubic<floats>& of, const half_powers<floats>& height) {
   return clamp(value_at(of, height));
 }
 
@@ -151,8 +154,8 @@ using indices = vector<int32_t>;
 
 /// The patches of a window of cells stay in registers for all columns that lie in it.
 void enlarge_strip(const combined_rows& combined, size_t first, const float* positions,
-                   size_t count, const powers<floats>* heights, size_t result_count, float* dst,
-                   size_t stride) {
+                   size_t count, const half_powers<floats>* heights, size_t result_count,
+                   float* dst, size_t stride) {
   size_t x = 0;
   while (x < count) {
     const size_t begin = static_cast<size_t>(positions[x]);
@@ -169,7 +172,7 @@ void enlarge_strip(const combined_rows& combined, size_t first, const float* pos
       // A window that serves only a few more columns is left for one that serves them all.
       constexpr __mmask16 half = (1u << (lanes / 2)) - 1;
       if (turn != 0 && inside != present && (inside & half) != half) break;
-      const powers<floats> t = powers_of(at - __builtin_convertvector(cells, floats));
+      const half_powers<floats> t = half_powers_of(at - __builtin_convertvector(cells, floats));
       const cubic<floats> r = {value_at(permute(a[0], index), t), value_at(permute(a[1], index), t),
                                value_at(permute(a[2], index), t),
                                value_at(permute(a[3], index), t)};
@@ -193,21 +196,28 @@ void enlarge_strip(const combined_rows& combined, size_t first, const float* pos
 /// Columns whose patches are kept at a time: few enough to stay in the nearest cache.
 constexpr size_t chunk = 256;
 
-/// The coefficients a[m][n] of every cell of a chunk.
+/// The coefficients of every cell of a chunk. The first of each polynomial are columns as they are.
 struct cell_patches {
-  alignas(64) float a[4][4][chunk + 2 * lanes];
+  const combined_rows* combined;
+  size_t first;  ///< column of the chunk's first cell
+  alignas(64) float c1[4][chunk + 2 * lanes];
+  alignas(64) float c2[4][chunk + 2 * lanes];
+  alignas(64) float c3[4][chunk + 2 * lanes];
+
+  [[nodiscard]] const float* c0(size_t m) const { return combined->m[m] + first + 1; }
 };
 
 /// The patches of `count` cells, whose combined columns begin at `first`.
 inline void make_patches(const combined_rows& combined, size_t first, size_t count,
                          cell_patches& patches) {
+  patches.combined = &combined;
+  patches.first = first;
   for (size_t m = 0; m < 4; ++m) {
     for (size_t cell = 0; cell < count; cell += lanes) {
       const cubic<floats> of = patches_at(combined, m, first + cell);
-      store_vector(patches.a[m][0] + cell, of.c0);
-      store_vector(patches.a[m][1] + cell, of.c1);
-      store_vector(patches.a[m][2] + cell, of.c2);
-      store_vector(patches.a[m][3] + cell, of.c3);
+      store_vector(patches.c1[m] + cell, of.c1);
+      store_vector(patches.c2[m] + cell, of.c2);
+      store_vector(patches.c3[m] + cell, of.c3);
     }
   }
 }
@@ -223,21 +233,22 @@ inline void make_patches(const combined_rows& combined, size_t first, size_t cou
 [[nodiscard]] inline __attribute__((always_inline)) cubic<floats> along_lanes(
     const cell_patches& patches, size_t first, floats positions) {
   const indices cells = __builtin_convertvector(positions, indices);
-  const powers<floats> t = powers_of(positions - __builtin_convertvector(cells, floats));
+  const half_powers<floats> t = half_powers_of(positions - __builtin_convertvector(cells, floats));
   const indices index = cells - cells[0];
-  const size_t begin = static_cast<size_t>(cells[0]) - first;
+  const size_t begin = static_cast<uint32_t>(cells[0]) - first;
   const auto along = [&](size_t m) __attribute__((always_inline)) {
-    const auto& a = patches.a[m];
-    return value_at(cubic<floats>{permute(a[0] + begin, index), permute(a[1] + begin, index),
-                                  permute(a[2] + begin, index), permute(a[3] + begin, index)},
-                    t);
+    return value_at(
+        cubic<floats>{permute(patches.c0(m) + begin, index), permute(patches.c1[m] + begin, index),
+                      permute(patches.c2[m] + begin, index), permute(patches.c3[m] + begin, index)},
+        t);
   };
   return {along(0), along(1), along(2), along(3)};
 }
 
 /// Fewer columns than there are lanes. The lanes beyond the last column repeat it.
 void enlarge_few(const cell_patches& patches, size_t first, const float* positions, size_t count,
-                 const powers<floats>* heights, size_t result_count, float* dst, size_t stride) {
+                 const half_powers<floats>* heights, size_t result_count, float* dst,
+                 size_t stride) {
   float repeated[lanes];
   for (size_t lane = 0; lane < lanes; ++lane)
     repeated[lane] = positions[lane < count ? lane : count - 1];
@@ -249,8 +260,8 @@ void enlarge_few(const cell_patches& patches, size_t first, const float* positio
 }
 
 void enlarge_chunk(const combined_rows& combined, size_t first, const float* positions,
-                   size_t count, const powers<floats>* heights, size_t result_count, float* dst,
-                   size_t stride) {
+                   size_t count, const half_powers<floats>* heights, size_t result_count,
+                   float* dst, size_t stride) {
   const size_t first_cell = static_cast<size_t>(positions[0]);
   const size_t last_cell = static_cast<size_t>(positions[count - 1]);
   cell_patches patches;
@@ -261,7 +272,8 @@ void enlarge_chunk(const combined_rows& combined, size_t first, const float* pos
   size_t x = 0;
   for (; x + lanes <= count; x += lanes) {
     const float* const at = positions + x;
-    if (static_cast<size_t>(at[lanes - 1]) - static_cast<size_t>(at[0]) >= lanes) [[unlikely]] {
+    const int32_t cells_between = static_cast<int32_t>(at[lanes - 1]) - static_cast<int32_t>(at[0]);
+    if (cells_between >= static_cast<int32_t>(lanes)) [[unlikely]] {
       few(x, lanes / 2);  // rounding skipped a cell
       few(x + lanes / 2, lanes / 2);
       continue;
@@ -275,8 +287,8 @@ void enlarge_chunk(const combined_rows& combined, size_t first, const float* pos
 }
 
 void enlarge_strip(const combined_rows& combined, size_t first, const float* positions,
-                   size_t count, const powers<floats>* heights, size_t result_count, float* dst,
-                   size_t stride) {
+                   size_t count, const half_powers<floats>* heights, size_t result_count,
+                   float* dst, size_t stride) {
   for (size_t x = 0; x < count; x += chunk)
     enlarge_chunk(combined, first, positions + x, count - x < chunk ? count - x : chunk, heights,
                   result_count, dst + x, stride);
@@ -301,8 +313,8 @@ inline __attribute__((always_inline)) void transpose(floats (&v)[4]) {
 /// One column after the other, lane m being of the coefficients of ty^m: no permutation by a
 /// variable index is needed.
 void enlarge_strip(const combined_rows& combined, size_t first, const float* positions,
-                   size_t count, const powers<floats>* heights, size_t result_count, float* dst,
-                   size_t stride) {
+                   size_t count, const half_powers<floats>* heights, size_t result_count,
+                   float* dst, size_t stride) {
   const size_t cells = static_cast<size_t>(positions[count - 1]) + 1 - first;
   floats turned[row_room];
   for (size_t column = 0; column < cells + 3; column += lanes) {
@@ -325,7 +337,7 @@ void enlarge_strip(const combined_rows& combined, size_t first, const float* pos
         const floats* const p = turned + (i - first);
         patch = cubic_through(p[0], p[1], p[2], p[3]);
       }
-      r[lane] = value_at(patch, powers_of(floats{} + t));
+      r[lane] = value_at(patch, half_powers_of(floats{} + t));
     }
     transpose(r);
     float* to = dst + x;
@@ -348,8 +360,8 @@ void enlarge(const float* const rows[4], const float* positions, size_t count, c
   const size_t last = static_cast<size_t>(positions[count - 1]);
   combined_rows combined;
   combine_rows(rows, first, last + 4 - first, combined);
-  powers<floats> heights[patch_results];
-  for (size_t y = 0; y < result_count; ++y) heights[y] = powers_of(floats{} + ty[y]);
+  half_powers<floats> heights[patch_results];
+  for (size_t y = 0; y < result_count; ++y) heights[y] = half_powers_of(floats{} + ty[y]);
   enlarge_strip(combined, first, positions, count, heights, result_count, dst, stride);
 }
 
