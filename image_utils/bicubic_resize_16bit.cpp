@@ -50,7 +50,10 @@ struct column_strip {
   uint32_t cells[spline_strip];  ///< first of a column's four samples, as column of the buffer
   float fractions[spline_strip];
 
-  [[nodiscard]] column_range source_columns() const { return {cells[0], cells[count - 1] + 4u}; }
+  /// Columns of the buffer that `part` columns from the strip's `first` on take samples of.
+  [[nodiscard]] column_range source_columns(size_t first, size_t part) const {
+    return {cells[first], cells[first + part - 1] + 4u};
+  }
 };
 
 void place_strip(size_t begin, const resize_size& size, column_strip& strip) {
@@ -69,6 +72,11 @@ struct spline_window {
   alignas(64) float values[4][spline_strip + spline_room];
   size_t held[4] = {SIZE_MAX, SIZE_MAX, SIZE_MAX, SIZE_MAX};
 
+  /// Later rows are asked for while values are formed, a few lines at a time: processors keep track
+  /// of two dozen lines that are on their way, and wait for one when asked for more.
+  static constexpr size_t part_columns = 64;
+  static constexpr size_t rows_ahead = 3;
+
   template <typename Sample>
   void move_to(size_t first, extrapolated_rows<Sample>& source, const column_strip& strip) {
     source.move_to(first);
@@ -78,7 +86,11 @@ struct spline_window {
       // Of integers continued linearly all terms are exact; a side of 1 is continued otherwise.
       const bool integers = std::is_same_v<Sample, uint16_t> && source.continues_linearly();
       const auto along = integers ? rows().splines.along_integers : rows().splines.along;
-      along(source.row(row), strip.cells, strip.fractions, strip.count, values[row % 4]);
+      for (size_t x = 0; x < strip.count; x += part_columns) {
+        const size_t count = std::min(part_columns, strip.count - x);
+        source.prefetch(row + rows_ahead, strip.source_columns(x, count));
+        along(source.row(row), strip.cells + x, strip.fractions + x, count, values[row % 4] + x);
+      }
     }
   }
 
@@ -126,7 +138,7 @@ template <typename Sample>
   for (size_t column = 0; column < size.out_width; column += spline_strip) {
     column_strip strip;
     place_strip(column, size, strip);
-    source.use_columns(strip.source_columns());
+    source.use_columns(strip.source_columns(0, strip.count));
     resize_strip(source, strip, size, dst);
   }
   return QO_CMC_OK;

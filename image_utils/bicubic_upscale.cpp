@@ -65,10 +65,12 @@ struct patch_band {
 template <typename Sample>
 void upscale_plane(extrapolated_rows<Sample> rows, const upscale_size& size, const float* positions,
                    float* dst) {
+  constexpr size_t rows_ahead = 3;
   const float step_y = corner_aligned_step(size.in_height, size.out_height);
   for (size_t y = 0; y < size.out_height;) {
     const patch_band band = patch_band_at(y, size.out_height, step_y);
     rows.move_to(band.cell);
+    rows.prefetch(band.cell + rows.count + rows_ahead, {0, extrapolated_stride(size.in_width)});
     const float* const samples[4] = {rows.row(band.cell), rows.row(band.cell + 1),
                                      rows.row(band.cell + 2), rows.row(band.cell + 3)};
     for (size_t x = 0; x < size.out_width; x += patch_strip)

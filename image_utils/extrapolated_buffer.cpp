@@ -72,14 +72,6 @@ void load_samples(const float* src, size_t count, float /*factor*/, float* dst) 
   memcpy(dst, src, count * sizeof(float));
 }
 
-/// Asks for samples that a later row will need: rows of wide planes lie on pages of their own,
-/// which processors do not run ahead to.
-template <typename Sample>
-void prefetch_samples(const Sample* src, size_t count) {
-  constexpr size_t samples_per_line = 64 / sizeof(Sample);
-  for (size_t i = 0; i < count; i += samples_per_line) __builtin_prefetch(src + i);
-}
-
 /// The columns of a range that lie between the borders.
 [[nodiscard]] column_range without_border(column_range columns, size_t width) {
   return {std::max<size_t>(columns.begin, 1), std::min(columns.end, width + 1)};
@@ -99,13 +91,20 @@ void load_row(const source_plane<Sample>& plane, size_t source_row, column_range
   const column_range inner = without_border(columns, width);
   const size_t count = inner.end - inner.begin;
   const Sample* const from = plane.samples + source_row * width + (inner.begin - 1);
-  constexpr size_t rows_ahead = 4;
-  if (source_row + rows_ahead < plane.height) prefetch_samples(from + rows_ahead * width, count);
   load_samples(from, count, plane.factor, row + inner.begin);
   if (width == 1) row[2] = 0.0f;  // read before it is written
   if (columns.begin == 0) row[0] = line_value(row[1], row[2]);
   if (columns.end > width + 1) row[width + 1] = line_value(row[width], row[width - 1]);
   if (columns.end > width + 2) row[width + 2] = line_value(row[width + 1], row[width]);
+}
+
+template <typename Sample>
+void prefetch_row(const source_plane<Sample>& plane, size_t source_row, column_range columns) {
+  const column_range inner = without_border(columns, plane.width);
+  const Sample* const from = plane.samples + source_row * plane.width;
+  constexpr size_t samples_per_line = 64 / sizeof(Sample);
+  for (size_t column = inner.begin; column < inner.end; column += samples_per_line)
+    __builtin_prefetch(from + (column - 1));
 }
 
 void continue_rows(const float* near, const float* far, uint16_t width, column_range columns,
@@ -146,6 +145,9 @@ void fill_extrapolated_buffer(const source_plane<Sample>& plane, float* buffer) 
 template void load_row(const source_plane<uint8_t>&, size_t, column_range, float*);
 template void load_row(const source_plane<uint16_t>&, size_t, column_range, float*);
 template void load_row(const source_plane<float>&, size_t, column_range, float*);
+template void prefetch_row(const source_plane<uint8_t>&, size_t, column_range);
+template void prefetch_row(const source_plane<uint16_t>&, size_t, column_range);
+template void prefetch_row(const source_plane<float>&, size_t, column_range);
 template void fill_extrapolated_buffer(const source_plane<uint8_t>&, float*);
 template void fill_extrapolated_buffer(const source_plane<uint16_t>&, float*);
 template void fill_extrapolated_buffer(const source_plane<float>&, float*);

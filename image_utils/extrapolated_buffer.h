@@ -73,6 +73,11 @@ template <typename Sample>
 void load_row(const source_plane<Sample>& plane, size_t source_row, column_range columns,
               float* row);
 
+/// Asks for the samples of a source row that is made later: rows of wide planes lie on pages of
+/// their own, which processors do not run ahead to.
+template <typename Sample>
+void prefetch_row(const source_plane<Sample>& plane, size_t source_row, column_range columns);
+
 /// Makes a buffer row above or below the source, from the next two rows inward.
 void continue_rows(const float* near, const float* far, uint16_t width, column_range columns,
                    float* row);

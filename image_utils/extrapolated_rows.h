@@ -39,6 +39,11 @@ class extrapolated_rows {
     for (size_t row = height + 1; row < first + count; ++row) hold(row);
   }
 
+  /// Asks for what a later move_to() makes row `row` of.
+  void prefetch(size_t row, column_range columns) const {
+    if (row >= 1 && row <= plane_.height) prefetch_row(plane_, row - 1, columns);
+  }
+
   /// Whether every border cell continues samples. A side of 1 has none to continue from, and reads
   /// cells that are still 0.
   [[nodiscard]] bool continues_linearly() const { return plane_.width > 1 && plane_.height > 1; }
