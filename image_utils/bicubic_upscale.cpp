@@ -37,9 +37,9 @@ struct patch_position {
 };
 
 [[nodiscard]] patch_position patch_position_of(size_t index, float step) {
-  const float position = static_cast<float>(index) * step;
-  const size_t cell = static_cast<size_t>(position);  // below 65536, and not negative
-  return {cell, position - static_cast<float>(cell)};
+  const float position = static_cast<float>(static_cast<int32_t>(index)) * step;
+  const auto cell = static_cast<int32_t>(position);  // below 65536, and not negative
+  return {static_cast<size_t>(cell), position - static_cast<float>(cell)};
 }
 
 /// Output rows that all fall into the same row of cells, and how far below its first samples.

@@ -83,6 +83,11 @@ constexpr size_t row_room = strip_cells + lanes;
 #endif
 }
 
+[[nodiscard]] inline float clamp(float value) {
+  const float raised = value > -255.0f ? value : -255.0f;
+  return raised < 65535.0f ? raised : 65535.0f;
+}
+
 /// Row y of the results that follow from R_0 ... R_3.
 [[nodiscard]] inline __attribute__((always_inline)) floats result_at(
     const cubic<floats>& of, const half_powers<floats>& height) {
@@ -127,6 +132,20 @@ inline void combine_rows(const float* const rows[4], size_t first, size_t count,
 
 #if QO_VECTOR_BYTES > 16
 
+/// One column after whole vectors of them, as grids that are enlarged by a whole factor have.
+inline void enlarge_column(const combined_rows& combined, size_t first, float position,
+                           const float* ty, size_t result_count, float* dst, size_t stride) {
+  const auto cell = static_cast<int32_t>(position);
+  const half_powers<float> t = half_powers_of(position - static_cast<float>(cell));
+  const auto along = [&](size_t m) __attribute__((always_inline)) {
+    const float* const p = combined.m[m] + (static_cast<size_t>(cell) - first);
+    return value_at(cubic_through(p[0], p[1], p[2], p[3]), t);
+  };
+  const cubic<float> r = {along(0), along(1), along(2), along(3)};
+  for (size_t y = 0; y < result_count; ++y)
+    dst[y * stride] = clamp(value_at(r, half_powers_of(ty[y])));
+}
+
 /// a[m][0] ... a[m][3] of as many cells as there are lanes, from the combined columns of theirs.
 [[nodiscard]] inline __attribute__((always_inline)) cubic<floats> patches_at(
     const combined_rows& combined, size_t m, size_t cell) {
@@ -158,7 +177,7 @@ void enlarge_strip(const combined_rows& combined, size_t first, const float* pos
                    float* dst, size_t stride) {
   size_t x = 0;
   while (x < count) {
-    const size_t begin = static_cast<size_t>(positions[x]);
+    const size_t begin = static_cast<uint32_t>(static_cast<int32_t>(positions[x]));
     cubic<floats> a[4];
     for (size_t m = 0; m < 4; ++m) a[m] = patches_at(combined, m, begin - first);
     for (size_t turn = 0; x < count; ++turn) {
@@ -356,10 +375,17 @@ void enlarge_strip(const combined_rows& combined, size_t first, const float* pos
 
 void enlarge(const float* const rows[4], const float* positions, size_t count, const float* ty,
              size_t result_count, float* dst, size_t stride) {
-  const size_t first = static_cast<size_t>(positions[0]);
-  const size_t last = static_cast<size_t>(positions[count - 1]);
+  const auto first = static_cast<size_t>(static_cast<int32_t>(positions[0]));
+  const auto last = static_cast<size_t>(static_cast<int32_t>(positions[count - 1]));
   combined_rows combined;
   combine_rows(rows, first, last + 4 - first, combined);
+#if QO_VECTOR_BYTES > 16
+  if (count % lanes == 1) {
+    --count;
+    enlarge_column(combined, first, positions[count], ty, result_count, dst + count, stride);
+    if (count == 0) return;
+  }
+#endif
   half_powers<floats> heights[patch_results];
   for (size_t y = 0; y < result_count; ++y) heights[y] = half_powers_of(floats{} + ty[y]);
   enlarge_strip(combined, first, positions, count, heights, result_count, dst, stride);
