@@ -83,11 +83,6 @@ constexpr size_t row_room = strip_cells + lanes;
 #endif
 }
 
-[[nodiscard]] inline float clamp(float value) {
-  const float raised = value > -255.0f ? value : -255.0f;
-  return raised < 65535.0f ? raised : 65535.0f;
-}
-
 /// Row y of the results that follow from R_0 ... R_3.
 [[nodiscard]] inline __attribute__((always_inline)) floats result_at(
     const cubic<floats>& of, const half_powers<floats>& height) {
@@ -134,16 +129,16 @@ inline void combine_rows(const float* const rows[4], size_t first, size_t count,
 
 /// One column after whole vectors of them, as grids that are enlarged by a whole factor have.
 inline void enlarge_column(const combined_rows& combined, size_t first, float position,
-                           const float* ty, size_t result_count, float* dst, size_t stride) {
+                           const half_powers<floats>* heights, size_t result_count, float* dst,
+                           size_t stride) {
   const auto cell = static_cast<int32_t>(position);
   const half_powers<float> t = half_powers_of(position - static_cast<float>(cell));
   const auto along = [&](size_t m) __attribute__((always_inline)) {
     const float* const p = combined.m[m] + (static_cast<size_t>(cell) - first);
-    return value_at(cubic_through(p[0], p[1], p[2], p[3]), t);
+    return floats{} + value_at(cubic_through(p[0], p[1], p[2], p[3]), t);
   };
-  const cubic<float> r = {along(0), along(1), along(2), along(3)};
-  for (size_t y = 0; y < result_count; ++y)
-    dst[y * stride] = clamp(value_at(r, half_powers_of(ty[y])));
+  const cubic<floats> r = {along(0), along(1), along(2), along(3)};
+  for (size_t y = 0; y < result_count; ++y, dst += stride) *dst = result_at(r, heights[y])[0];
 }
 
 /// a[m][0] ... a[m][3] of as many cells as there are lanes, from the combined columns of theirs.
@@ -281,8 +276,8 @@ void enlarge_few(const cell_patches& patches, size_t first, const float* positio
 void enlarge_chunk(const combined_rows& combined, size_t first, const float* positions,
                    size_t count, const half_powers<floats>* heights, size_t result_count,
                    float* dst, size_t stride) {
-  const size_t first_cell = static_cast<size_t>(positions[0]);
-  const size_t last_cell = static_cast<size_t>(positions[count - 1]);
+  const auto first_cell = static_cast<size_t>(static_cast<int32_t>(positions[0]));
+  const auto last_cell = static_cast<size_t>(static_cast<int32_t>(positions[count - 1]));
   cell_patches patches;
   make_patches(combined, first_cell - first, last_cell + 1 - first_cell, patches);
   const auto few = [&](size_t x, size_t width) {
@@ -334,7 +329,7 @@ inline __attribute__((always_inline)) void transpose(floats (&v)[4]) {
 void enlarge_strip(const combined_rows& combined, size_t first, const float* positions,
                    size_t count, const half_powers<floats>* heights, size_t result_count,
                    float* dst, size_t stride) {
-  const size_t cells = static_cast<size_t>(positions[count - 1]) + 1 - first;
+  const size_t cells = static_cast<size_t>(static_cast<int32_t>(positions[count - 1])) + 1 - first;
   floats turned[row_room];
   for (size_t column = 0; column < cells + 3; column += lanes) {
     floats of[4];
@@ -342,18 +337,18 @@ void enlarge_strip(const combined_rows& combined, size_t first, const float* pos
     transpose(of);
     for (size_t c = 0; c < 4; ++c) turned[column + c] = of[c];
   }
-  size_t cell = SIZE_MAX;
+  int32_t cell = -1;
   cubic<floats> patch = {};
   for (size_t x = 0; x < count; x += lanes) {
     floats r[4];
     for (size_t lane = 0; lane < 4; ++lane) {
       // The lanes beyond the last column repeat it.
       const float position = positions[x + lane < count ? x + lane : count - 1];
-      const size_t i = static_cast<size_t>(position);
+      const auto i = static_cast<int32_t>(position);
       const float t = position - static_cast<float>(i);
       if (i != cell) {
         cell = i;
-        const floats* const p = turned + (i - first);
+        const floats* const p = turned + (static_cast<size_t>(i) - first);
         patch = cubic_through(p[0], p[1], p[2], p[3]);
       }
       r[lane] = value_at(patch, half_powers_of(floats{} + t));
@@ -373,21 +368,27 @@ void enlarge_strip(const combined_rows& combined, size_t first, const float* pos
 
 #endif
 
+/// Not inlined: compilers would unroll the loop to its bound.
+__attribute__((noinline)) void spread_heights(const float* ty, size_t count,
+                                              half_powers<floats>* heights) {
+  for (size_t y = 0; y < count; ++y) heights[y] = half_powers_of(floats{} + ty[y]);
+}
+
 void enlarge(const float* const rows[4], const float* positions, size_t count, const float* ty,
              size_t result_count, float* dst, size_t stride) {
   const auto first = static_cast<size_t>(static_cast<int32_t>(positions[0]));
   const auto last = static_cast<size_t>(static_cast<int32_t>(positions[count - 1]));
   combined_rows combined;
   combine_rows(rows, first, last + 4 - first, combined);
+  half_powers<floats> heights[patch_results];
+  spread_heights(ty, result_count, heights);
 #if QO_VECTOR_BYTES > 16
   if (count % lanes == 1) {
     --count;
-    enlarge_column(combined, first, positions[count], ty, result_count, dst + count, stride);
+    enlarge_column(combined, first, positions[count], heights, result_count, dst + count, stride);
     if (count == 0) return;
   }
 #endif
-  half_powers<floats> heights[patch_results];
-  for (size_t y = 0; y < result_count; ++y) heights[y] = half_powers_of(floats{} + ty[y]);
   enlarge_strip(combined, first, positions, count, heights, result_count, dst, stride);
 }
 
