@@ -83,12 +83,6 @@ constexpr size_t row_room = strip_cells + lanes;
 #endif
 }
 
-/// Row y of the results that follow from R_0 ... R_3.
-[[nodiscard]] inline __attribute__((always_inline)) floats result_at(
-    const cubic<floats>& of, const half_powers<floats>& height) {
-  return clamp(value_at(of, height));
-}
-
 /// The four rows of samples, combined column by column to the coefficients of ty^m.
 struct combined_rows {
   alignas(64) float m[4][row_room];
@@ -138,7 +132,7 @@ inline void enlarge_column(const combined_rows& combined, size_t first, float po
     return floats{} + value_at(cubic_through(p[0], p[1], p[2], p[3]), t);
   };
   const cubic<floats> r = {along(0), along(1), along(2), along(3)};
-  for (size_t y = 0; y < result_count; ++y, dst += stride) *dst = result_at(r, heights[y])[0];
+  for (size_t y = 0; y < result_count; ++y, dst += stride) *dst = clamp(value_at(r, heights[y]))[0];
 }
 
 /// a[m][0] ... a[m][3] of as many cells as there are lanes, from the combined columns of theirs.
@@ -193,11 +187,11 @@ void enlarge_strip(const combined_rows& combined, size_t first, const float* pos
       float* to = dst + x;
       if (inside == UINT16_MAX) {
         for (size_t y = 0; y < result_count; ++y, to += stride)
-          store_vector(to, result_at(r, heights[y]));
+          store_vector(to, clamp(value_at(r, heights[y])));
         x += lanes;
       } else {
         for (size_t y = 0; y < result_count; ++y, to += stride)
-          _mm512_mask_storeu_ps(to, inside, result_at(r, heights[y]));
+          _mm512_mask_storeu_ps(to, inside, clamp(value_at(r, heights[y])));
         x += static_cast<size_t>(__builtin_popcount(inside));
         if (inside != present) break;
       }
@@ -268,7 +262,7 @@ void enlarge_few(const cell_patches& patches, size_t first, const float* positio
     repeated[lane] = positions[lane < count ? lane : count - 1];
   const cubic<floats> r = along_lanes(patches, first, load_vector<floats>(repeated));
   for (size_t y = 0; y < result_count; ++y, dst += stride) {
-    const floats results = result_at(r, heights[y]);
+    const floats results = clamp(value_at(r, heights[y]));
     for (size_t lane = 0; lane < count; ++lane) dst[lane] = results[lane];
   }
 }
@@ -295,7 +289,7 @@ void enlarge_chunk(const combined_rows& combined, size_t first, const float* pos
     const cubic<floats> r = along_lanes(patches, first_cell, load_vector<floats>(at));
     float* to = dst + x;
     for (size_t y = 0; y < result_count; ++y, to += stride)
-      store_vector(to, result_at(r, heights[y]));
+      store_vector(to, clamp(value_at(r, heights[y])));
   }
   if (x < count) few(x, count - x);
 }
@@ -356,7 +350,7 @@ void enlarge_strip(const combined_rows& combined, size_t first, const float* pos
     transpose(r);
     float* to = dst + x;
     for (size_t y = 0; y < result_count; ++y, to += stride) {
-      const floats results = result_at({r[0], r[1], r[2], r[3]}, heights[y]);
+      const floats results = clamp(value_at(cubic<floats>{r[0], r[1], r[2], r[3]}, heights[y]));
       if (x + lanes <= count) {
         store_vector(to, results);
       } else {
