@@ -47,34 +47,57 @@ inline __attribute__((always_inline)) void copy_part(const float* from, float* t
   return elements > static_cast<int32_t>(k);
 }
 
+/// Replaces the elements of `column` after its element k, which is in the vector that starts with
+/// element `First`, by what `change` makes of them: of a vector, and of where it starts.
+template <size_t First, typename Change>
+inline __attribute__((always_inline)) void change_after(size_t k, float* column, Change change) {
+  const auto own = load_vector<vector<float>>(column + First);
+  store_vector(column + First, come_after(k, First) ? change(own, First) : own);
+#pragma GCC unroll 4
+  for (size_t i = First + widest; i < panel; i += widest)
+    store_vector(column + i, change(load_vector<vector<float>>(column + i), i));
+}
+
 /// Divides `column` after its element k by that element.
+template <size_t First>
 inline __attribute__((always_inline)) void divide(size_t k, float* column) {
   const float pivot = column[k];
-#pragma GCC unroll 4
-  for (size_t i = 0; i < panel; i += widest) {
-    const auto before = load_vector<vector<float>>(column + i);
-    store_vector(column + i, come_after(k, i) ? before / pivot : before);
-  }
+  change_after<First>(
+      k, column, [=](const vector<float>& before, size_t) __attribute__((always_inline)) {
+        return before / pivot;
+      });
 }
 
 /// Takes off `column`, after its element k, that element times the same part of `lower`, the
 /// column k of L.
+template <size_t First>
 inline __attribute__((always_inline)) void eliminate(const float* lower, size_t k, float* column) {
   const float upper = column[k];
-#pragma GCC unroll 4
-  for (size_t i = 0; i < panel; i += widest) {
-    const auto before = load_vector<vector<float>>(column + i);
-    const auto after = before - load_vector<vector<float>>(lower + i) * upper;
-    store_vector(column + i, come_after(k, i) ? after : before);
-  }
+  change_after<First>(
+      k, column, [=](const vector<float>& before, size_t i) __attribute__((always_inline)) {
+        return before - load_vector<vector<float>>(lower + i) * upper;
+      });
 }
 
-/// Factorises the first `size` columns and rows of a panel's square.
+/// Factorises the first `size` columns and rows of a panel's square: from column `First` on, those
+/// before being done.
+template <size_t First = 0>
 inline void factorise_square(panel_column (&square)[panel], size_t size) {
-  for (size_t k = 0; k + 1 < size; ++k) {
-    divide(k, square[k].at);
-    for (size_t j = k + 1; j < size; ++j) eliminate(square[k].at, k, square[j].at);
+  for (size_t k = First; k < First + widest && k + 1 < size; ++k) {
+    divide<First>(k, square[k].at);
+    for (size_t j = k + 1; j < size; ++j) eliminate<First>(square[k].at, k, square[j].at);
   }
+  if constexpr (First + widest < panel) factorise_square<First + widest>(square, size);
+}
+
+/// U right of a panel's square, in `Count` columns side by side: each waits for its own last
+/// element.
+template <size_t Count, size_t First = 0>
+inline void form_upper(const panel_column (&square)[panel], const packed_columns& rest) {
+  for (size_t k = First; k < First + widest && k + 1 < panel; ++k)
+#pragma GCC unroll 8
+    for (size_t c = 0; c < Count; ++c) eliminate<First>(square[k].at, k, rest.at(0, c));
+  if constexpr (First + widest < panel) form_upper<Count, First + widest>(square, rest);
 }
 
 /// Takes the products of L and U that belong to the columns from `first` on, `inner` of them, off
@@ -127,16 +150,12 @@ inline void factorise(float* columns, size_t size) {
       const float pivot = lower[first + k];
       for (size_t i = end; i < size; ++i) lower[i] /= pivot;
     }
-    // U right of the square, some columns side by side: each waits for its own last element.
+    // U right of the square.
     constexpr size_t together = 8;
     size_t column = end;
     for (; size - column >= together; column += together)
-      for (size_t k = 0; k + 1 < panel; ++k)
-#pragma GCC unroll 8
-        for (size_t c = 0; c < together; ++c)
-          eliminate(square[k].at, k, matrix.at(first, column + c));
-    for (; column < size; ++column)
-      for (size_t k = 0; k + 1 < panel; ++k) eliminate(square[k].at, k, matrix.at(first, column));
+      form_upper<together>(square, {matrix.at(first, column), size});
+    for (; column < size; ++column) form_upper<1>(square, {matrix.at(first, column), size});
     // What is left.
     subtract_products(matrix, first, panel, end, size - end, end);
   }

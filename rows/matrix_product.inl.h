@@ -42,6 +42,7 @@ inline __attribute__((always_inline)) void product_block(const matrix_view& left
   }
   const uint8_t* factors = left.base;
   const uint8_t* terms = right.base;
+#pragma GCC unroll 1
   for (size_t k = 0; k < inner; ++k, factors += left.element, terms += right.row) {
     lanes columns[Vectors];
 #pragma GCC unroll 8
