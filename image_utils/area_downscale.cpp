@@ -100,6 +100,17 @@ template <typename Sample>
           rows.last_weight};
 }
 
+/// Bands that the kernels get at once.
+constexpr size_t most_bands = 32;
+
+/// As many as stay in the nearer caches while the kernels pass over them, some columns at a time.
+[[nodiscard]] size_t bands_at_once(size_t sample_size, uint64_t width, float step_y) {
+  constexpr float near = 48.0f * 1024.0f;
+  const float band_bytes = step_y * static_cast<float>(width * sample_size);
+  const auto bands = static_cast<size_t>(truncate_to_i32(near / band_bytes));
+  return std::clamp(bands, 16 / sample_size, most_bands);
+}
+
 /// The kernels for samples of a type.
 template <typename Sample>
 struct kernels;
@@ -156,6 +167,7 @@ void downscale_plane(const Sample* src, const plane_size& size, const area& regi
     return halve_plane(src, size, region, dst, out_width, out_height, format);
 
   const auto average = rows().areas.*kernels<Sample>::average;
+  const size_t most_at_once = bands_at_once(sizeof(Sample), size.width, step_y);
   coverage_walk column_walk(step_x, static_cast<uint32_t>(size.width));
   area_columns columns;  // 24 KiB
   for (uint32_t first = 0; first < out_width; first += area_columns::capacity) {
@@ -163,9 +175,9 @@ void downscale_plane(const Sample* src, const plane_size& size, const area& regi
     cover_columns(column_walk, count, columns);
     coverage_walk row_walk(step_y, static_cast<uint32_t>(size.height));
     area_means means{dst + first, out_width, 0};
-    for (uint32_t r = 0; r < out_height; r += area_means::bands_at_once) {
-      area_band<Sample> bands[area_means::bands_at_once];
-      means.count = std::min<size_t>(area_means::bands_at_once, out_height - r);
+    for (size_t r = 0; r < out_height; r += most_at_once) {
+      area_band<Sample> bands[most_bands];
+      means.count = std::min(most_at_once, out_height - r);
       for (size_t b = 0; b < means.count; ++b)
         bands[b] = cover_rows(src, size, region, row_walk.next());
       average(columns, bands, format, means);

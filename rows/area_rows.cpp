@@ -207,14 +207,19 @@ inline __attribute__((always_inline)) void average_groups(const area_columns& co
   }
 }
 
-/// The means of one group of columns. Few run here, and one kernel is enough: a tap that no column
-/// has weighs nothing.
+/// The means of one group of columns. One kernel is enough: a tap that no column has weighs
+/// nothing.
 template <typename Sample>
 __attribute__((noinline)) void average_one_group(const area_columns& columns, size_t column,
                                                  const area_band<Sample>* bands,
                                                  const area_format& format,
                                                  const area_means& means) {
-  average_groups<4, 1, Sample, scattered_tiles<Sample>>(columns, column, bands, format, means);
+#if defined(__AVX512VBMI__)
+  using window = window_tiles<Sample, 4, fewest_registers<Sample> + 1>;
+  if (window::hold(columns, column, 1))
+    return average_groups<4, 1, Sample, window>(columns, column, bands, format, means);
+#endif
+  average_groups<4, 1, Sample, any_tiles<Sample>>(columns, column, bands, format, means);
 }
 
 /// The means of two groups of columns.
@@ -225,22 +230,16 @@ inline __attribute__((always_inline)) void average_two_groups(const area_columns
                                                               const area_format& format,
                                                               const area_means& means) {
 #if defined(__AVX512VBMI__)
-  constexpr size_t fewest = sizeof(Sample) == sizeof(float) ? 2 : 1;
-  using narrow = window_tiles<Sample, Taps, fewest>;
-  using wide = window_tiles<Sample, Taps, fewest + 1>;
+  using narrow = window_tiles<Sample, Taps, fewest_registers<Sample>>;
+  using wide = window_tiles<Sample, Taps, fewest_registers<Sample> + 1>;
   if (narrow::hold(columns, first, 2))
     return average_groups<Taps, 2, Sample, narrow>(columns, first, bands, format, means);
   if (wide::hold(columns, first, 2))
     return average_groups<Taps, 2, Sample, wide>(columns, first, bands, format, means);
   average_one_group(columns, first, bands, format, means);
   average_one_group(columns, first + lanes, bands, format, means);
-#elif defined(__AVX2__)
-  if constexpr (sizeof(Sample) == 2)
-    average_groups<Taps, 2, Sample, paired_tiles>(columns, first, bands, format, means);
-  else
-    average_groups<Taps, 2, Sample, scattered_tiles<Sample>>(columns, first, bands, format, means);
 #else
-  average_groups<Taps, 2, Sample, scattered_tiles<Sample>>(columns, first, bands, format, means);
+  average_groups<Taps, 2, Sample, any_tiles<Sample>>(columns, first, bands, format, means);
 #endif
 }
 

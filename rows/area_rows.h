@@ -42,11 +42,9 @@ struct area_format {
   float offset;
 };
 
-/// Rows of means, one for each of some bands from the plane's top down.
+/// Rows of means, one for each of some bands from the plane's top down. What bands share is read
+/// once, and what they have in common is prepared once.
 struct area_means {
-  /// Bands that a call should get: what they share is read once, and their rows stay near.
-  static constexpr size_t bands_at_once = 4;
-
   uint16_t* first;  ///< the first band's mean of column 0
   size_t row_step;  ///< means from row to row
   size_t count;     ///< rows, and so bands, at least 1

@@ -83,6 +83,10 @@ class scattered_tiles {
 
 #if defined(__AVX512VBMI__)
 
+/// Registers that hold the taps of a group's columns where these are no more than two samples wide.
+template <typename Sample>
+inline constexpr size_t fewest_registers = sizeof(Sample) == sizeof(float) ? 2 : 1;
+
 /// Tiles of columns close together: one window of a row, of some registers, holds all taps of the
 /// group, and is permuted for each. The last register ends where the taps end, and nothing beyond
 /// is read unless the row is shorter than a register.
@@ -227,6 +231,22 @@ class paired_tiles {
 };
 
 #endif
+
+/// Tiles of columns anywhere, the best that there are.
+template <typename Sample>
+struct any_tiles_of {
+  using type = scattered_tiles<Sample>;
+};
+
+#if defined(__AVX2__) && !defined(__AVX512VBMI__)
+template <>
+struct any_tiles_of<uint16_t> {
+  using type = paired_tiles;
+};
+#endif
+
+template <typename Sample>
+using any_tiles = typename any_tiles_of<Sample>::type;
 
 }  // namespace
 }  // namespace qo::QO_ROWS_NS
