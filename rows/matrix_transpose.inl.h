@@ -51,11 +51,10 @@ template <typename Row>
     return upper;
   } else {
 #if defined(__AVX2__)
-    // Repeated by the load and blended: an insertion would be one shuffle more, and shuffles are
-    // what a transpose waits for.
-    const __m256 lower = _mm256_broadcast_ps(reinterpret_cast<const __m128*>(base + 4 * row));
+    // From memory an insertion is no shuffle, which is what a transpose waits for.
+    const auto lower = load_vector<__m128>(base + 4 * row);
     return same_bits<Row>(
-        _mm256_blend_ps(_mm256_castps128_ps256(same_bits<__m128>(upper)), lower, 0xf0));
+        _mm256_insertf128_ps(_mm256_castps128_ps256(same_bits<__m128>(upper)), lower, 1));
 #else
     const quad lower = load_vector<quad>(base + 4 * row);
     return __builtin_shufflevector(upper, lower, 0, 1, 2, 3, 4, 5, 6, 7);
