@@ -239,6 +239,13 @@ inline __attribute__((always_inline)) void average_two_groups(const area_columns
   average_one_group(columns, first, bands, format, means);
   average_one_group(columns, first + lanes, bands, format, means);
 #else
+#if defined(__AVX2__)
+  if constexpr (sizeof(Sample) == 2 && Taps <= 3) {
+    using fourfold = fourfold_tiles<Taps>;
+    if (fourfold::hold(columns, first, 2))
+      return average_groups<Taps, 2, Sample, fourfold>(columns, first, bands, format, means);
+  }
+#endif
   average_groups<Taps, 2, Sample, any_tiles<Sample>>(columns, first, bands, format, means);
 #endif
 }

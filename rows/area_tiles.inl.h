@@ -181,6 +181,53 @@ class window_tiles {
 
 #elif defined(__AVX2__)
 
+/// Tiles of samples of 16 bits of columns close together: 16 bytes hold those of four columns.
+template <size_t Taps>
+class fourfold_tiles {
+ public:
+  /// Whether they do, in some groups.
+  [[nodiscard]] static bool hold(const area_columns& columns, size_t column, size_t groups) {
+    const uint16_t* four = columns.starts + column;
+    for (size_t i = 0; i < 2 * groups; ++i, four += 4)
+      if (four[3] - four[0] + Taps > 8) return false;
+    return true;
+  }
+
+  fourfold_tiles() = default;
+  fourfold_tiles(const area_columns& columns, size_t column) : starts_(columns.starts + column) {
+    const __m256i starts = _mm256_cvtepu16_epi32(load_vector<__m128i>(starts_));
+    const __m256i first_of_four = _mm256_shuffle_epi32(starts, 0);
+    __m256i samples = _mm256_sub_epi32(starts, first_of_four);
+    for (size_t i = 0; i < Taps; ++i) {
+      // Of a lane the lower two bytes are those of a sample, the others 0.
+      places_[i] = _mm256_add_epi32(_mm256_mullo_epi32(samples, _mm256_set1_epi32(0x0202)),
+                                    _mm256_set1_epi32(static_cast<int>(0x80800100)));
+      samples = _mm256_add_epi32(samples, _mm256_set1_epi32(1));
+    }
+  }
+
+  [[nodiscard]] size_t start() const { return starts_[0]; }
+  [[nodiscard]] size_t reach() const { return starts_[4] + size_t{8}; }
+
+  template <size_t Taken>
+  [[nodiscard]] inline __attribute__((always_inline)) tile<Taps> load(const uint16_t* row) const {
+    static_assert(Taken == Taps);
+    const __m256i samples =
+        _mm256_inserti128_si256(_mm256_castsi128_si256(load_vector<__m128i>(row + starts_[0])),
+                                load_vector<__m128i>(row + starts_[4]), 1);
+    tile<Taps> taps;
+#pragma GCC unroll 3
+    for (size_t i = 0; i < Taps; ++i)
+      taps.tap[i] =
+          whole_numbers(same_bits<words<lanes>>(_mm256_shuffle_epi8(samples, places_[i])));
+    return taps;
+  }
+
+ private:
+  __m256i places_[Taps];
+  const uint16_t* starts_;
+};
+
 /// Tiles of samples of 16 bits, of four taps at most: 16 bytes hold those of two columns, the
 /// second of which starts where the first ends at the latest.
 class paired_tiles {
