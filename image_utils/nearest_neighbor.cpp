@@ -33,13 +33,14 @@ namespace {
   return rows().nearest.choose_u32(columns, count);
 }
 
-/// indices[i] = index_of(first + i) for i < count, and on to a multiple of 8: in groups of a fixed
-/// size, which become vectors.
-template <typename Index, typename IndexOf>
-void list_indices(IndexOf index_of, uint64_t first, size_t count, Index* indices) {
-  constexpr size_t group = 8;
-  for (size_t i = 0; i < count; i += group)
-    for (size_t j = i; j < i + group; ++j) indices[j] = static_cast<Index>(index_of(first + j));
+/// indices[i] = indices_from(first)(i) for i < count, and on to a multiple of 8: in groups of a
+/// fixed size, which become vectors, of counters of 32 bits.
+template <typename Index, typename IndicesFrom>
+void list_indices(IndicesFrom indices_from, uint64_t first, size_t count, Index* indices) {
+  constexpr uint32_t group = 8;
+  const auto index_at = indices_from(first);
+  for (uint32_t i = 0; i < count; i += group)
+    for (uint32_t j = 0; j < group; ++j, ++indices) *indices = static_cast<Index>(index_at(i + j));
 }
 
 /// Columns [left, left + count) of all rows.
@@ -85,7 +86,10 @@ void copy_samples(const Sample* src, const plane_size& source, Sample* dst,
 template <typename Sample>
 void copy_far_edge(const Sample* src, Sample* dst, const far_edge_sizes& sizes) {
   const auto index_of = [](float scale) {
-    return [scale](uint64_t i) { return far_edge_index(static_cast<uint32_t>(i) + 1, scale); };
+    return [scale](uint64_t first) {
+      const uint32_t position = static_cast<uint32_t>(first) + 1;
+      return [=](uint32_t i) { return far_edge_index(position + i, scale); };
+    };
   };
   copy_samples(src, sizes.source(), dst, sizes.output(), index_of(sizes.scale_y()),
                index_of(sizes.scale_x()));
@@ -102,7 +106,9 @@ uint32_t image_nearest_neighbor_scale_uint32(const uint32_t* src, int32_t in_w, 
   const qo::plane_size source{static_cast<uint64_t>(in_w), static_cast<uint64_t>(in_h)};
   const qo::plane_size output{static_cast<uint64_t>(out_w), static_cast<uint64_t>(out_h)};
   const auto index_of = [](uint64_t step) {
-    return [step](uint64_t i) { return qo::left_aligned_index(i, step); };
+    return [step](uint64_t first) {
+      return [=](uint32_t i) { return qo::left_aligned_index(first + i, step); };
+    };
   };
   qo::copy_samples(src, source, dst, output,
                    index_of(qo::left_aligned_step(source.height, output.height)),
