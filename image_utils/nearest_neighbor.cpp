@@ -44,16 +44,16 @@ void list_indices(IndicesFrom indices_from, uint64_t first, size_t count, Index*
 }
 
 /// Columns [left, left + count) of all rows.
-template <typename Sample, typename RowOf>
+template <typename Sample, typename RowsFrom>
 void copy_strip(const Sample* src, const plane_size& source, Sample* dst, const plane_size& output,
-                RowOf row_of, uint64_t left, const Sample* columns, size_t count) {
+                RowsFrom rows_from, uint64_t left, const Sample* columns, size_t count) {
   copy_columns<Sample>* const copy = kernel_for(columns, count);
   constexpr size_t most_rows = 127;
   for (uint64_t top = 0; top < output.height; top += most_rows) {
     const size_t height = std::min<uint64_t>(most_rows, output.height - top);
     // And of the row after these, which will be read next.
     uint32_t indices[most_rows + 1];
-    list_indices(row_of, top, height + 1, indices);
+    list_indices(rows_from, top, height + 1, indices);
     const auto start_of = [&](size_t y) {
       return std::min<uint64_t>(indices[y], source.height - 1) * source.width;
     };
@@ -69,30 +69,30 @@ void copy_strip(const Sample* src, const plane_size& source, Sample* dst, const 
   }
 }
 
-/// dst(y, x) = src(row_of(y), column_of(x)), where a row past the last is the last. Neither ever
-/// decreases, and every column fits a Sample.
-template <typename Sample, typename RowOf, typename ColumnOf>
+/// dst(y, x) = src(rows_from(0)(y), columns_from(0)(x)), where a row past the last is the last.
+/// Neither ever decreases, and every column fits a Sample.
+template <typename Sample, typename RowsFrom, typename ColumnsFrom>
 void copy_samples(const Sample* src, const plane_size& source, Sample* dst,
-                  const plane_size& output, RowOf row_of, ColumnOf column_of) {
+                  const plane_size& output, RowsFrom rows_from, ColumnsFrom columns_from) {
   constexpr size_t strip_width = 4096;
   Sample columns[strip_width];
   for (uint64_t left = 0; left < output.width; left += strip_width) {
     const size_t count = std::min<uint64_t>(strip_width, output.width - left);
-    list_indices(column_of, left, count, columns);
-    copy_strip(src, source, dst, output, row_of, left, columns, count);
+    list_indices(columns_from, left, count, columns);
+    copy_strip(src, source, dst, output, rows_from, left, columns, count);
   }
 }
 
 template <typename Sample>
 void copy_far_edge(const Sample* src, Sample* dst, const far_edge_sizes& sizes) {
-  const auto index_of = [](float scale) {
+  const auto indices_from = [](float scale) {
     return [scale](uint64_t first) {
       const uint32_t position = static_cast<uint32_t>(first) + 1;
       return [=](uint32_t i) { return far_edge_index(position + i, scale); };
     };
   };
-  copy_samples(src, sizes.source(), dst, sizes.output(), index_of(sizes.scale_y()),
-               index_of(sizes.scale_x()));
+  copy_samples(src, sizes.source(), dst, sizes.output(), indices_from(sizes.scale_y()),
+               indices_from(sizes.scale_x()));
 }
 
 }  // namespace
@@ -105,14 +105,14 @@ uint32_t image_nearest_neighbor_scale_uint32(const uint32_t* src, int32_t in_w, 
 
   const qo::plane_size source{static_cast<uint64_t>(in_w), static_cast<uint64_t>(in_h)};
   const qo::plane_size output{static_cast<uint64_t>(out_w), static_cast<uint64_t>(out_h)};
-  const auto index_of = [](uint64_t step) {
+  const auto indices_from = [](uint64_t step) {
     return [step](uint64_t first) {
       return [=](uint32_t i) { return qo::left_aligned_index(first + i, step); };
     };
   };
   qo::copy_samples(src, source, dst, output,
-                   index_of(qo::left_aligned_step(source.height, output.height)),
-                   index_of(qo::left_aligned_step(source.width, output.width)));
+                   indices_from(qo::left_aligned_step(source.height, output.height)),
+                   indices_from(qo::left_aligned_step(source.width, output.width)));
   return QO_CMC_OK;
 }
 
