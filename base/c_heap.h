@@ -46,12 +46,13 @@ template <typename T>
   return c_new_array<T>(1);
 }
 
-/// `count` elements that the caller writes before they are read, or null. No elements still ask
-/// for one.
+/// `count` elements that the caller writes before they are read, or null. No elements still make a
+/// block of one, which is zeroed, since nobody writes it.
 template <typename T>
 [[nodiscard]] T* c_new_array_to_fill(size_t count) {
+  if (count == 0) return c_new<T>();
   size_t size;
-  if (__builtin_mul_overflow(count != 0 ? count : 1, sizeof(T), &size)) return nullptr;
+  if (__builtin_mul_overflow(count, sizeof(T), &size)) return nullptr;
   return static_cast<T*>(malloc(size));
 }
 

@@ -30,6 +30,23 @@ TEST(CHeap, BlocksOfAnySizeStartZeroedWhereOthersWereReleased) {
   }
 }
 
+TEST(CHeap, TheBlockOfNoElementsIsZeroedWhereAnotherWasReleased) {
+  for (const auto make : {&qo::c_new_array<uint32_t>, &qo::c_new_array_to_fill<uint32_t>}) {
+    qo::heap_array<uint32_t> former[8];
+    for (auto& block : former) {
+      block.reset(qo::c_new_array_to_fill<uint32_t>(1));
+      ASSERT_NE(nullptr, block);
+      block[0] = 0xffffffff;
+    }
+    for (auto& block : former) block.reset();
+    for (auto& block : former) {
+      block.reset(make(0));
+      ASSERT_NE(nullptr, block);
+      EXPECT_EQ(0u, block[0]);
+    }
+  }
+}
+
 TEST(CHeap, NoElementsStillMakeABlock) {
   const qo::heap_array<uint32_t> zeroed(qo::c_new_array<uint32_t>(0));
   const qo::heap_array<uint32_t> copied(qo::c_copy_array<uint32_t>(nullptr, 0));
