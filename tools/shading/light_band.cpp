@@ -153,9 +153,9 @@ void draw_legend(canvas& on, double top) {
   words(x + 606, second,
         "places are (column, row): then their offset from the grid's centre, right and down");
   words(x - 8, second + 20,
-        "left - right, top - bottom: the largest difference between mirrored samples. A pixel that "
-        "stands for several samples takes an alarm colour when one of them has it; a few such "
-        "samples are ringed.");
+        "left - right, top - bottom: the largest difference between mirrored samples. A pixel "
+        "takes an alarm colour when one of its samples has it; a few such samples are ringed. "
+        "What wrapped counts in no minimum, centre or difference.");
 }
 
 }  // namespace shading

@@ -96,7 +96,8 @@ scales scales_of(const subject& about) {
     }
   }
   span = std::min(span, largest_half_span);
-  return {scale_between(1.0, largest), scale_between(1.0 - span, 1.0 + span)};
+  // 1.0 is in the middle unless that would take ratios below 0, which there are none of.
+  return {scale_between(1.0, largest), scale_between(std::max(1.0 - span, 0.0), 1.0 + span)};
 }
 
 }  // namespace shading

@@ -31,7 +31,7 @@ struct value_scale {
 
 struct scales {
   value_scale gain;   ///< 1.0 to the largest gain of all lights and channels
-  value_scale ratio;  ///< as far below 1.0 as above it
+  value_scale ratio;  ///< as far below 1.0 as above it, but not below 0
   [[nodiscard]] const value_scale& of(stage which) const {
     return which == stage::ratio ? ratio : gain;
   }

@@ -48,6 +48,13 @@ TEST(ValueScale, GainsShareAScaleFromOneToTheLargestAndRatiosOneAroundOne) {
   EXPECT_EQ(2 - 300.0 / 640, scales.ratio.high);
 }
 
+TEST(ValueScale, RatiosAboveTwoDoNotTakeItsLowEndBelowZero) {
+  const shading::scales scales = shading::scales_of(made_subject(2, 1, {256, 512}, {1024, 512}));
+  EXPECT_EQ(0.0, scales.ratio.low);
+  EXPECT_EQ(4.0, scales.ratio.high);
+  EXPECT_GT(scales.ratio.levels.front(), 0.0);
+}
+
 TEST(ValueScale, WrappedSamplesDoNotStretchIt) {
   shading::subject about = made_subject(2, 1, {256, 512}, {65535, 320});
   about.lights[0].channels[0].wrapped = {true, false};
