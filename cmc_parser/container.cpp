@@ -51,8 +51,8 @@ walk_end record_walk::end() const {
     end.why = reason::bytes_after_last_record;
     return end;
   }
-  end.stated_size = load<record_header>(image_ + offset_).size;
-  end.why = end.stated_size < sizeof(record_header) ? reason::record_size_too_small
+  end.stated = load<record_header>(image_ + offset_);
+  end.why = end.stated.size < sizeof(record_header) ? reason::record_size_too_small
                                                     : reason::record_overruns;
   return end;
 }

@@ -26,7 +26,7 @@ struct walk_end {
   reason why = reason::none;  ///< `none` when the last record ends with the container
   uint32_t offset = 0;        ///< of the first byte that belongs to no record
   uint32_t left = 0;          ///< bytes from there on, which nothing reads
-  uint32_t stated_size = 0;   ///< of the record that stands there, if it has a header
+  record_header stated = {};  ///< of the record that stands there; zeros when it has none
 };
 
 /// Walks the records of a container image.

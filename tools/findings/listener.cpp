@@ -159,8 +159,10 @@ void listener::hear_replacement(const record_reference& record, const qo::decode
   if (former != holders_.end()) {
     detail = reference_text(former->second);
     // A record 10 whose set gives way is still kept in the slot of its own.
-    record_row& row = rows_[former->second.index];
-    if (former->second.id != 10 || record.id == 10) row.fate = "replaced";
+    if (former->second.id == 10 && record.id != 10)
+      detail += ", in lens_shading only";
+    else
+      rows_[former->second.index].fate = "replaced";
     holders_.erase(former);
   }
   found_.add(describe(result.filled ? observation::record_replaced : observation::record_displaced),
@@ -189,8 +191,9 @@ void listener::walk(const qo::walk_end& end) {
   if (end.why == reason::none) return;
   std::string detail = bytes_of(end.left) + (end.left == 1 ? " is" : " are") + " left unread";
   if (end.why != reason::bytes_after_last_record)
-    detail = "record " + std::to_string(rows_.size()) + " states " + bytes_of(end.stated_size) +
-             ", and " + detail;
+    detail = "record " + std::to_string(rows_.size()) + ", of kind " +
+             std::to_string(end.stated.id) + " and version " + std::to_string(end.stated.version) +
+             ", states " + bytes_of(end.stated.size) + ", and " + detail;
   found_.add(describe(end.why), detail, {.offset = end.offset});
 }
 

@@ -79,13 +79,15 @@ TEST(Inspection, NamesTheBytesAfterARecordOfImpossibleSize) {
     const finding found = only(seen, "record-size-too-small");
     EXPECT_EQ(24u + 16u, found.offset);
     EXPECT_EQ("size", found.field);
-    EXPECT_TRUE(found.message.ends_with("record 1 states " + std::to_string(size) +
+    EXPECT_TRUE(found.message.ends_with("record 1, of kind 7 and version 100, states " +
+                                        std::to_string(size) +
                                         " bytes, and 56 bytes are left unread."))
         << found.message;
   }
   const inspection seen = inspect({writer::record_5({.size = 16}), broken.patch_u32(0, 25)});
   EXPECT_TRUE(only(seen, "record-overruns")
-                  .message.ends_with("record 1 states 25 bytes, and 24 bytes are left unread."));
+                  .message.ends_with("record 1, of kind 7 and version 100, states 25 bytes, and 24 "
+                                     "bytes are left unread."));
 }
 
 TEST(Inspection, NamesTheBytesAfterTheLastRecord) {
@@ -147,6 +149,15 @@ TEST(Inspection, NamesTheRecordWhosePlaceIsTaken) {
   EXPECT_EQ(24u + 32u, found.offset);
   EXPECT_EQ("The record takes the place of an earlier one: record 0 at byte 24, of kind 7.",
             found.message);
+}
+
+TEST(Inspection, SaysThatARecord10WhoseSetGivesWayIsNotGone) {
+  const inspection seen = inspect({writer::record_10(), writer::record_28()});
+  const finding found = only(seen, "record-replaced");
+  EXPECT_EQ(1u, found.record->index);
+  EXPECT_TRUE(found.message.ends_with("record 0 at byte 24, of kind 10, in lens_shading only."))
+      << found.message;
+  EXPECT_EQ((texts{"kept", "converted"}), fates_of(seen));
 }
 
 TEST(Inspection, NamesTheRecordThatIsGoneForNothing) {
