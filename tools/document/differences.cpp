@@ -56,8 +56,17 @@ constexpr size_t most_shown_bytes = 16;
   return std::to_string(value.size()) + (value.size() == 1 ? " element" : " elements");
 }
 
+/// A document holds the same number now as a signed, now as an unsigned one.
+[[nodiscard]] bool is_same_integer(const json& a, const json& b) {
+  const auto is_negative = [](const json& number) {
+    return !number.is_number_unsigned() && number.get<int64_t>() < 0;
+  };
+  return is_negative(a) == is_negative(b) && a.get<uint64_t>() == b.get<uint64_t>();
+}
+
 /// Equal to the last bit: 0.0 is not -0.0.
 [[nodiscard]] bool is_identical(const json& a, const json& b) {
+  if (a.is_number_integer() && b.is_number_integer()) return is_same_integer(a, b);
   if (a.is_number_float() && b.is_number_float())
     return std::bit_cast<uint64_t>(a.get<double>()) == std::bit_cast<uint64_t>(b.get<double>());
   if (!a.is_structured() || !b.is_structured()) return a.type() == b.type() && a == b;

@@ -91,6 +91,18 @@ TEST(DocumentDifferences, AreNoneBetweenEqualDocuments) {
     EXPECT_EQ(lines(), differing(record.content, record.content)) << record.name;
 }
 
+TEST(DocumentDifferences, AreNoneBetweenASignedAndAnUnsignedNumberOfTheSameValue) {
+  const auto with = [](const json& number) {
+    return json{{"record_5", {{"one", number}, {"many", {1, 2, 3, 4, number}}}}};
+  };
+  for (const int32_t number : {0, 1, 0x7fffffff})
+    EXPECT_EQ(lines(), differing(with(number), with(uint32_t(number)))) << number;
+  EXPECT_EQ((lines{"record_5.one: -1 -> 18446744073709551615",
+                   "record_5.many: 5 values -> 1 of them differ, largest difference "
+                   "1.84467441e+19, mean of these 1.84467e+19"}),
+            differing(with(-1), with(uint64_t(-1))));
+}
+
 TEST(DocumentDifferences, NameFieldOldAndNew) {
   writer::bytes other = writer::record_19();
   other.patch_u16(8, 9).patch_u32(48, 0x8000).patch_u16(70, 1);
