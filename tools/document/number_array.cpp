@@ -58,10 +58,15 @@ std::string number_text(double value, int digits) {
 }
 
 std::string gain_text(double value) {
-  char text[64];
-  const auto [end, failure] =
-      std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 3);
-  return failure == std::errc() ? std::string(text, end) : "?";
+  // A gain below 1.0 is a finding: more decimals where it would read as 1.000.
+  for (int decimals = 3;; ++decimals) {
+    char text[64];
+    const auto [end, failure] =
+        std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals);
+    if (failure != std::errc()) return "?";
+    if (value < 1.0 && text[0] == '1') continue;
+    return std::string(text, end);
+  }
 }
 
 }  // namespace document

@@ -24,7 +24,7 @@ void for_each_number(const json& value, const std::function<void(const json&)>& 
 [[nodiscard]] double as_double(const json& number);
 /// Shortest text with up to `digits` significant digits.
 [[nodiscard]] std::string number_text(double value, int digits);
-/// With three digits after the point.
+/// With three digits after the point, or as many as keep a gain below 1.0 from reading as 1.000.
 [[nodiscard]] std::string gain_text(double value);
 
 }  // namespace document

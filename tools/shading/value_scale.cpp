@@ -58,7 +58,11 @@ double value_scale::position_of(double value) const {
 
 std::string value_scale::text_of(double value, int more) const {
   if (std::fabs(value) >= long_number) return fmt::format("{:.3e}", value);
-  return fmt::format("{:.{}f}", value, decimals + more);
+  int places = decimals + more;
+  std::string text = fmt::format("{:.{}f}", value, places);
+  // What lies below 1.0 is marked and counted: it does not read as 1.0.
+  while (value < 1.0 && text.front() == '1') text = fmt::format("{:.{}f}", value, ++places);
+  return text;
 }
 
 std::string value_scale::signed_text_of(double difference, int more) const {

@@ -17,7 +17,8 @@ struct value_scale {
 
   /// 0 at the low end to 1 at the high end; values outside are clamped. A NaN gives 0.
   [[nodiscard]] double position_of(double value) const;
-  /// The value with as many decimals as a level has, and `more`.
+  /// The value with as many decimals as a level has, and `more`; with as many as it takes where it
+  /// would be rounded up to 1.
   [[nodiscard]] std::string text_of(double value, int more = 0) const;
   /// The same for a difference.
   [[nodiscard]] std::string signed_text_of(double difference, int more = 0) const;

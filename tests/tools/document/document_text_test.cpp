@@ -34,6 +34,16 @@ TEST(DocumentText, NamesFieldsUnitsAndWhatIsEmpty) {
   EXPECT_EQ(std::string::npos, text.find("[0][2]")) << "a site without a table";
 }
 
+TEST(DocumentText, DoesNotRoundAGainBelowOneUpToOne) {
+  json slots = kit::document_of(writer::record_28({.width = 5, .height = 4}));
+  json& table = slots["lens_shading"]["lights"][0]["tables"][0][0];
+  ASSERT_EQ(12, slots["lens_shading"]["lights"][0]["fraction_bits"]);
+  for (json& row : table) row = {4096, 4096, 4096, 4096, 4097};
+  table[2][3] = 4095;
+  const std::string line = line_with(document::text_of(slots, false), "[0][0]");
+  EXPECT_NE(std::string::npos, line.find("4095 to 4097 (0.9998 to 1.000)")) << line;
+}
+
 TEST(DocumentText, SaysFixedPointAsANumber) {
   EXPECT_EQ("      value_0    98304 (1.5 with 16 fraction bits)",
             line_with(text_of(writer::record_19()), "98304"));

@@ -1,5 +1,7 @@
 #include "tools/shading/value_scale.h"
 
+#include <cmath>
+
 #include "tests/tools/shading/made_subject.h"
 
 namespace {
@@ -13,6 +15,16 @@ TEST(ValueScale, StepsAreRoundAndLevelsTheirMultiples) {
   EXPECT_EQ((std::vector<double>{1.25, 1.5, 1.75, 2.0, 2.25, 2.5, 2.75}), scale.levels);
   EXPECT_EQ("1.25", scale.text_of(1.25));
   EXPECT_EQ("1.2500", scale.text_of(1.25, 2));
+}
+
+TEST(ValueScale, WhatIsBelowOneDoesNotReadAsOne) {
+  const value_scale scale = scale_between(1.0, 16.0);
+  EXPECT_EQ("1.00", scale.text_of(1.0, 2));
+  EXPECT_EQ("1.00", scale.text_of(4097.0 / 4096, 2));
+  EXPECT_EQ("0.9998", scale.text_of(4095.0 / 4096, 2));
+  EXPECT_EQ("0.99998", scale.text_of(65535.0 / 65536, 2));
+  EXPECT_EQ("0.98", scale.text_of(0.98, 2));
+  EXPECT_EQ("0.9999999999999999", scale.text_of(std::nextafter(1.0, 0.0)));
 }
 
 TEST(ValueScale, AnyRangeHasFourToNineLevels) {
