@@ -61,9 +61,10 @@ class command_line {
   }
 
  private:
-  /// The parser would only say that there is none.
+  /// The parser would only say that there is no subcommand.
   void require_verb(int argc, const char* const* argv) const {
-    if (argc < 2 || argv[1][0] == '-') return;
+    if (argc < 2) throw failure("usage", "a verb is missing (qo-cmc --help lists them)");
+    if (argv[1][0] == '-') return;
     for (const verb& each : verbs_)
       if (each.command->check_name(argv[1])) return;
     throw failure("usage", fmt::format("no verb is named '{}' (qo-cmc --help lists them)",

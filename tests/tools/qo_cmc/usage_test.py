@@ -79,6 +79,10 @@ class Usage(tool.ToolTest):
             {"sample.vexb", "sample.nvm"}, {each.name for each in self.folder.iterdir()}
         )
 
+    def test_what_help_calls_a_verb_is_called_so_where_it_is_missing(self):
+        result = self.run_tool()
+        self.assertOneLine("qo-cmc: usage: a verb is missing (qo-cmc --help lists them)", result)
+
 
 if __name__ == "__main__":
     unittest.main()
