@@ -12,12 +12,11 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/target.h"
 #include "tests/kit/merging_module.h"
 #include "tests/tools/findings/consistency.h"
 #include "tools/findings/inspection.h"
 #include "writer/container_writer.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const std::vector<uint8_t> module = kit::module_image();

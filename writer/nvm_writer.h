@@ -1,6 +1,7 @@
 /// Writes NVM images as the stand-in of the NVM library reads them (docs/nvm_image.md).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -35,6 +36,9 @@ struct nvm_fields {
 };
 
 bytes nvm_image(const nvm_fields& fields = {});
+
+/// Bytes in front of an image's sets.
+inline constexpr size_t nvm_header_size = 20;
 
 /// Writes the true size and checksum into an image of 12 bytes or more that was altered.
 void seal_nvm_image(bytes& image);

@@ -1,0 +1,39 @@
+/// What a target holds to be true, or ends the process for the fuzzer to see.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "tests/kit/slot_tour.h"
+
+namespace fuzz {
+
+inline void require(bool holds) {
+  if (!holds) abort();
+}
+
+/// Everything that the slots lead to can be read, and each block has one owner.
+inline void require_sound_slots(const parsed_cmc& cmc) {
+  std::vector<const void*> owned = kit::tour_of(cmc).owned;
+  std::sort(owned.begin(), owned.end());
+  require(std::adjacent_find(owned.begin(), owned.end()) == owned.end());
+}
+
+struct c_deleter {
+  void operator()(uint8_t* block) const { free(block); }
+};
+
+/// A heap block of exactly these bytes, for the address sanitizer to watch its ends.
+using exact_block = std::unique_ptr<uint8_t, c_deleter>;
+inline exact_block exact(const std::vector<uint8_t>& content) {
+  exact_block block(static_cast<uint8_t*>(malloc(std::max<size_t>(content.size(), 1))));
+  require(block != nullptr);
+  if (!content.empty()) memcpy(block.get(), content.data(), content.size());
+  return block;
+}
+
+}  // namespace fuzz
