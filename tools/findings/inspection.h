@@ -16,6 +16,8 @@
 
 namespace findings {
 
+/// A record of the container, or the one of impossible size that its walk ends at, which is no row:
+/// its index is the number of rows.
 struct record_reference {
   size_t index;     ///< among all records of the container, from 0
   uint32_t offset;  ///< from the container's start

@@ -190,11 +190,13 @@ void listener::follow_slots(const record_reference& record, const qo::decode_res
 void listener::walk(const qo::walk_end& end) {
   if (end.why == reason::none) return;
   std::string detail = bytes_of(end.left) + (end.left == 1 ? " is" : " are") + " left unread";
-  if (end.why != reason::bytes_after_last_record)
-    detail = "record " + std::to_string(rows_.size()) + ", of kind " +
-             std::to_string(end.stated.id) + " and version " + std::to_string(end.stated.version) +
-             ", states " + bytes_of(end.stated.size) + ", and " + detail;
-  found_.add(describe(end.why), detail, {.offset = end.offset});
+  place where = {.offset = end.offset};
+  if (end.why != reason::bytes_after_last_record) {
+    const record_header& stated = end.stated;
+    detail = "it states " + bytes_of(stated.size) + ", and " + detail;
+    where.record = {rows_.size(), end.offset, stated.id, stated.version, stated.size};
+  }
+  found_.add(describe(end.why), detail, where);
 }
 
 void listener::merge(const qo::merge_result& result) {

@@ -24,7 +24,11 @@ std::string contradiction_in(const findings::finding& finding, const findings::i
     return finding.code + ": its sentence is unsafe to print";
   if (finding.offset && *finding.offset > size) return finding.code + " lies outside the file";
   if (!finding.record) return {};
-  if (finding.record->index >= seen.records.size()) return finding.code + ": no such record";
+  const size_t walked = seen.records.size();
+  if (finding.record->index == walked &&
+      (finding.code == "record-size-too-small" || finding.code == "record-overruns"))
+    return finding.offset == finding.record->offset ? "" : finding.code + ": where the walk ends";
+  if (finding.record->index >= walked) return finding.code + ": no such record";
   const findings::record_row& row = seen.records[finding.record->index];
   if (row.offset != finding.record->offset || row.id != finding.record->id)
     return finding.code + " describes another record than the walk";

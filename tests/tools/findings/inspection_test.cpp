@@ -79,15 +79,19 @@ TEST(Inspection, NamesTheBytesAfterARecordOfImpossibleSize) {
     const finding found = only(seen, "record-size-too-small");
     EXPECT_EQ(24u + 16u, found.offset);
     EXPECT_EQ("size", found.field);
-    EXPECT_TRUE(found.message.ends_with("record 1, of kind 7 and version 100, states " +
-                                        std::to_string(size) +
+    EXPECT_TRUE(found.message.ends_with("it states " + std::to_string(size) +
                                         " bytes, and 56 bytes are left unread."))
         << found.message;
+    ASSERT_TRUE(found.record);
+    EXPECT_EQ(1u, found.record->index);
+    EXPECT_EQ(40u, found.record->offset);
+    EXPECT_EQ(7u, found.record->id);
+    EXPECT_EQ(100u, found.record->version);
+    EXPECT_EQ(size, found.record->size);
   }
   const inspection seen = inspect({writer::record_5({.size = 16}), broken.patch_u32(0, 25)});
   EXPECT_TRUE(only(seen, "record-overruns")
-                  .message.ends_with("record 1, of kind 7 and version 100, states 25 bytes, and 24 "
-                                     "bytes are left unread."));
+                  .message.ends_with("it states 25 bytes, and 24 bytes are left unread."));
 }
 
 TEST(Inspection, NamesTheBytesAfterTheLastRecord) {
