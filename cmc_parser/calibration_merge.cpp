@@ -5,8 +5,8 @@
 
 #include "base/load.h"
 #include "cmc_parser/records/kept_layouts.h"
+#include "lsc/chosen_gain_tables.h"
 #include "lsc/sample_correction.h"
-#include "qo_cmc/lsc.h"
 
 namespace qo {
 namespace {
@@ -58,16 +58,20 @@ merge_result merge_calibration(parsed_cmc& cmc, const calibration& module) {
   const reason refusal = why_not_started(cmc);
   if (refusal != reason::none) return {refusal};
   lens_shading_set& target = *cmc.lens_shading;
+  const lens_shading_set& source = *cmc.lens_shading_ext;
+  const uint16_t cfa_layout = cmc.module_properties->cfa_layout;
   const record_header* const record_17 = cmc.record_17.record;
   const uint16_t orientation = load<uint16_t>(record_17, record_17_layout::orientation);
   const uint16_t plane_order = load<uint16_t>(record_17, record_17_layout::plane_order);
-  computed_upscale_lsc_tables* const gains =
-      compute_upscaled_lsc_tables_polynom4th(target.width, target.height, &module, orientation);
-  if (gains == nullptr) return {reason::gains_not_computed};
+  // Every set is built before the first light is corrected, since one that cannot be stops the
+  // merge. Those that nothing is multiplied by do not stay: a small file may hold 255 sets.
+  const chosen_gain_tables gains =
+      build_polynomial_tables(target.width, target.height, module, orientation,
+                              sets_that_scale(target, source, cfa_layout));
+  if (gains.get() == nullptr) return {reason::gains_not_computed};
   // A correction that stops half-way leaves the lights before that corrected, on purpose.
-  const correction_result corrected = correct_samples(
-      &target, cmc.lens_shading_ext, gains, cmc.module_properties->cfa_layout, plane_order);
-  deinit_computed_upscale_lsc_tables(gains);
+  const correction_result corrected =
+      correct_samples(&target, &source, gains.get(), cfa_layout, plane_order);
   return {reason_of(corrected.fault), corrected.lights};
 }
 

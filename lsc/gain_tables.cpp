@@ -17,10 +17,14 @@ gain_tables_ptr new_gain_tables(uint8_t count) {
   return tables;
 }
 
+heap_array<float> new_gain_block(size_t plane_samples) {
+  // Zeroed although the builders mean to fill it: samples that a builder leaves out read as 0.
+  return heap_array<float>(c_new_array<float>(planes_per_block * plane_samples));
+}
+
 float* add_gain_block(computed_upscale_lsc_tables& tables, uint8_t index, size_t plane_samples) {
   assert(index < tables.table_count && tables.gain_tables[index] == nullptr);
-  // Zeroed although the builders mean to fill it: samples that a builder leaves out read as 0.
-  tables.gain_tables[index] = c_new_array<float>(planes_per_block * plane_samples);
+  tables.gain_tables[index] = new_gain_block(plane_samples).release();
   return tables.gain_tables[index];
 }
 

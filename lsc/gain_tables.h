@@ -25,8 +25,11 @@ using gain_tables_ptr =
 /// A record of `count` blocks that are still null, or null when there is no memory.
 [[nodiscard]] gain_tables_ptr new_gain_tables(uint8_t count);
 
-/// Allocates block `index`, which is still null: four planes of `plane_samples` zeros. Returns the
-/// block, which the record owns, or null when there is no memory.
+/// A block: four planes of `plane_samples` zeros, or null when there is no memory.
+[[nodiscard]] heap_array<float> new_gain_block(size_t plane_samples);
+
+/// Allocates block `index`, which is still null. Returns the block, which the record owns, or null
+/// when there is no memory.
 [[nodiscard]] float* add_gain_block(computed_upscale_lsc_tables& tables, uint8_t index,
                                     size_t plane_samples);
 

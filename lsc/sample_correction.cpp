@@ -76,22 +76,39 @@ class colour_planes {
   size_t plane_samples_;
 };
 
+/// Whether samples of this site are multiplied.
+[[nodiscard]] bool is_scaled(const colour_cell& cell, size_t row, size_t column,
+                             const lens_shading_light_ext& source,
+                             const lens_shading_light& target) {
+  return cell.at(row, column) != colour::no && source.tables[row][column] != nullptr &&
+         target.tables[row][column] != nullptr;
+}
+
+[[nodiscard]] bool has_scaled_site(const colour_cell& cell, const lens_shading_light_ext& source,
+                                   const lens_shading_light& target) {
+  for (size_t row = 0; row < cell.side; ++row)
+    for (size_t column = 0; column < cell.side; ++column)
+      if (is_scaled(cell, row, column, source, target)) return true;
+  return false;
+}
+
 void correct_tables(const colour_cell& cell, const colour_planes& planes,
                     const lens_shading_light_ext& source, lens_shading_light& target,
                     size_t count) {
-  for (size_t row = 0; row < cell.side; ++row) {
-    for (size_t column = 0; column < cell.side; ++column) {
-      const colour site = cell.at(row, column);
-      const uint16_t* const from = source.tables[row][column];
-      uint16_t* const to = target.tables[row][column];
-      if (site == colour::no || from == nullptr || to == nullptr) continue;
-      scale_table(from, planes[site], to, count);
-    }
-  }
+  for (size_t row = 0; row < cell.side; ++row)
+    for (size_t column = 0; column < cell.side; ++column)
+      if (is_scaled(cell, row, column, source, target))
+        scale_table(source.tables[row][column], planes[cell.at(row, column)],
+                    target.tables[row][column], count);
 }
 
 [[nodiscard]] uint32_t table_samples(const lens_shading_set& set) {
   return uint32_t{set.width} * set.height;
+}
+
+/// Whether the source has fewer lights, or fewer samples in a table, than the target.
+[[nodiscard]] bool is_smaller(const lens_shading_set& source, const lens_shading_set& target) {
+  return source.light_count < target.light_count || table_samples(source) < table_samples(target);
 }
 
 }  // namespace
@@ -104,9 +121,8 @@ correction_result correct_samples(lens_shading_set* target, const lens_shading_s
   if (target->light_count == 0) return {};
   if (target->lights == nullptr || source->lights_ext == nullptr || gains->gain_tables == nullptr)
     return missing;
+  if (is_smaller(*source, *target)) return {QO_CMC_INVALID, correction_fault::source_too_small};
   const size_t samples = table_samples(*target);
-  if (source->light_count < target->light_count || table_samples(*source) < samples)
-    return {QO_CMC_INVALID, correction_fault::source_too_small};
 
   const plane_numbers numbers = find_plane_numbers(plane_order);
   const colour_cell cell = find_colour_cell(cfa_layout);
@@ -129,6 +145,17 @@ correction_result correct_samples(lens_shading_set* target, const lens_shading_s
     correct_tables(cell, planes, from, to, samples);
   }
   return {.lights = target->light_count};
+}
+
+set_choice sets_that_scale(const lens_shading_set& target, const lens_shading_set& source,
+                           uint32_t cfa_layout) {
+  set_choice chosen;
+  if (is_smaller(source, target)) return chosen;
+  const colour_cell cell = find_colour_cell(cfa_layout);
+  for (uint16_t index = 0; index < target.light_count; ++index)
+    if (has_scaled_site(cell, source.lights_ext[index], target.lights[index]))
+      chosen.add_named(source.lights_ext[index].aux);
+  return chosen;
 }
 
 }  // namespace qo

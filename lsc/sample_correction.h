@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "lsc/set_choice.h"
 #include "qo_cmc/lsc.h"
 
 namespace qo {
@@ -27,5 +28,11 @@ struct correction_result {
                                                 const lens_shading_set* source,
                                                 computed_upscale_lsc_tables* gains,
                                                 uint32_t cfa_layout, uint32_t plane_order);
+
+/// The calibration sets whose gains correct_samples() multiplies samples by: those that a light of
+/// the source names for a light of the target with a site to scale. What becomes of the gains of
+/// any other set shows in neither. Both have their lights.
+[[nodiscard]] set_choice sets_that_scale(const lens_shading_set& target,
+                                         const lens_shading_set& source, uint32_t cfa_layout);
 
 }  // namespace qo

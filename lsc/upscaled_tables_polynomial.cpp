@@ -3,8 +3,10 @@
 
 #include "qo_cmc/lsc.h"
 
+#include <utility>
+
 #include "base/powers_of_two.h"
-#include "lsc/gain_tables.h"
+#include "lsc/chosen_gain_tables.h"
 #include "lsc/plane_minimum.h"
 #include "lsc/quartic_surface.h"
 #include "qo_cmc/status.h"
@@ -78,37 +80,61 @@ void load_gains(const lsc_calibration_set& set, uint32_t orientation, surface_wo
   return true;
 }
 
-[[nodiscard]] gain_tables_ptr build_polynomial(uint16_t out_width, uint16_t out_height,
-                                               const calibration& module, uint32_t orientation) {
+struct built_tables {
+  gain_tables_ptr tables;    ///< null when a set cannot be built; entries that are not chosen are
+  heap_array<float> others;  ///< what the sets that are not chosen are built in; null without any
+};
+
+/// Where a set is built, or null when there is no memory.
+[[nodiscard]] float* block_for(uint8_t set, const set_choice& chosen, size_t plane_samples,
+                               built_tables& built) {
+  if (chosen.has(set)) return add_gain_block(*built.tables, set, plane_samples);
+  if (built.others == nullptr) built.others = new_gain_block(plane_samples);
+  return built.others.get();
+}
+
+[[nodiscard]] built_tables build_polynomial(uint16_t out_width, uint16_t out_height,
+                                            const calibration& module, uint32_t orientation,
+                                            const set_choice& chosen) {
+  if (out_width == 0 || out_height == 0) return {};
+  if (module.lsc_grid_width == 0 || module.lsc_grid_height == 0) return {};
+  if (!has_all_grids(module)) return {};
   surface_workspace work(module.lsc_grid_width, module.lsc_grid_height);
-  gain_tables_ptr tables = new_gain_tables(module.lsc_set_count);
-  if (!work.is_complete() || tables == nullptr) return nullptr;
+  built_tables built = {new_gain_tables(module.lsc_set_count), nullptr};
+  if (!work.is_complete() || built.tables == nullptr) return {};
 
   // The factors depend only on the grid's size and serve every set and channel.
   if (lu_decomposition(work.design.get(), work.design_t.get(), work.lu.get(), work.index.get(),
                        work.width, work.height, surface_terms) != QO_CMC_OK)
-    return nullptr;
+    return {};
+  const size_t plane_samples = size_t{out_width} * out_height;
   for (uint8_t set = 0; set < module.lsc_set_count; ++set) {
-    float* const block = add_gain_block(*tables, set, size_t{out_width} * out_height);
-    if (block == nullptr) return nullptr;
+    float* const block = block_for(set, chosen, plane_samples, built);
+    if (block == nullptr) return {};
     load_gains(module.lsc_sets[set], orientation, work);
-    if (!fill_block(work, block, out_width, out_height)) return nullptr;
+    if (!fill_block(work, block, out_width, out_height)) return {};
   }
-  return tables;
+  return built;
 }
 
 }  // namespace
+
+chosen_gain_tables build_polynomial_tables(uint16_t out_width, uint16_t out_height,
+                                           const calibration& module, uint32_t orientation,
+                                           const set_choice& chosen) {
+  built_tables built = build_polynomial(out_width, out_height, module, orientation, chosen);
+  return {std::move(built.tables), std::move(built.others)};
+}
+
 }  // namespace qo
 
 computed_upscale_lsc_tables* compute_upscaled_lsc_tables_polynom4th(uint32_t out_width,
                                                                     uint32_t out_height,
                                                                     const calibration* module,
                                                                     uint32_t orientation) {
+  if (module == nullptr) return nullptr;
   // Contract: the low 16 bits count.
-  const uint16_t width = static_cast<uint16_t>(out_width);
-  const uint16_t height = static_cast<uint16_t>(out_height);
-  if (width == 0 || height == 0 || module == nullptr) return nullptr;
-  if (module->lsc_grid_width == 0 || module->lsc_grid_height == 0) return nullptr;
-  if (!qo::has_all_grids(*module)) return nullptr;
-  return qo::build_polynomial(width, height, *module, orientation).release();
+  return qo::build_polynomial(static_cast<uint16_t>(out_width), static_cast<uint16_t>(out_height),
+                              *module, orientation, qo::set_choice::all())
+      .tables.release();
 }

@@ -73,9 +73,9 @@ parsed_cmc* qo_cmc_parser_init(const qo_blob* container);
  *
  * Heap. At any time at most 24 bytes for each byte of the container and 4 KiB are in use, and, with
  * a record 20, another 8 x 65535 bytes for the derived record. An NVM image adds the size of its
- * calibration grid, and, while the tables of a set of width x height samples are rebuilt, 16 x
- * width x height bytes for each of its calibration sets and 136 bytes for each sample of their
- * grids.
+ * calibration grid, and, while tables are rebuilt, 5 KiB and 136 bytes for each sample of a grid of
+ * its calibration sets. The number of these sets adds nothing: gain planes stay for those alone that
+ * tables of a light are multiplied by.
  */
 parsed_cmc* qo_cmc_parser_init_v1(const qo_blob* container, const qo_blob* nvm);
 

@@ -366,6 +366,112 @@ const target_case target_cases[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Table, MergeTarget, testing::ValuesIn(target_cases), kit::row_name);
 
+/// The two lights of record 33 name these sets, counted from 1; it stores them less 1.
+writer::container container_naming(uint16_t first, uint16_t second, uint16_t cfa_layout = 2) {
+  writer::mapped_grid_fields ext = grid_of(ext_sample);
+  ext.heads = {writer::default_light_head(0), writer::default_light_head(1)};
+  ext.heads[0].aux = static_cast<uint16_t>(first - 1);
+  ext.heads[1].aux = static_cast<uint16_t>(second - 1);
+  return writer::container()
+      .add(writer::record_2({.cfa_layout = cfa_layout}))
+      .add(writer::record_17({.plane_order = 2, .orientation = 0}))
+      .add(writer::record_28(grid_of(base_sample)))
+      .add(writer::record_33(ext));
+}
+
+/// Blocks of gain planes that a parse asked the heap for.
+size_t gain_blocks_of(const std::vector<uint8_t>& image) {
+  kit::allocation_ledger ledger;
+  kit::parse(image, &some_nvm);
+  size_t blocks = 0;
+  for (const kit::heap_call& call : ledger.calls())
+    blocks += !call.is_release && call.size == 16 * samples ? 1 : 0;
+  EXPECT_EQ(0u, ledger.live_blocks());
+  EXPECT_EQ(0u, ledger.bad_releases());
+  return blocks;
+}
+
+struct named_sets_case {
+  const char* name;
+  uint16_t first, second;  // named by the two lights, from 1 on
+  uint16_t cfa_layout;
+  size_t blocks;
+};
+
+class MergeSets : public testing::TestWithParam<named_sets_case> {};
+
+TEST_P(MergeSets, AreKeptOnlyWhenTablesAreMultipliedByThem) {
+  const named_sets_case& c = GetParam();
+  kit::fake_platform platform;
+  kit::module_calibration module = sloping_module(6);
+  platform.answer_images_with(&module.object());
+  EXPECT_EQ(c.blocks, gain_blocks_of(container_naming(c.first, c.second, c.cfa_layout).image()));
+}
+
+const named_sets_case named_sets_cases[] = {
+    {"two_and_one_for_the_others", 5, 2, 2, 3},
+    {"one_that_serves_both_lights", 4, 4, 2, 2},
+    {"the_last_and_none", 6, 0, 2, 2},
+    {"one_beyond_the_modules", 7, 1, 2, 2},
+    {"one_beyond_all_modules", 256, 65535, 2, 1},
+    {"a_large_cell", 5, 2, 256, 3},
+    {"a_layout_that_is_none", 5, 2, 4, 1},
+};
+INSTANTIATE_TEST_SUITE_P(Table, MergeSets, testing::ValuesIn(named_sets_cases), kit::row_name);
+
+TEST(CalibrationMerge, MultipliesByTheKeptSetWhateverStandsInTheOthers) {
+  kit::fake_platform platform;
+  kit::module_calibration module = sloping_module(6);
+  platform.answer_images_with(&module.object());
+  computed_upscale_lsc_tables* const gains =
+      compute_upscaled_lsc_tables_polynom4th(width, height, &module.object(), 0);
+  ASSERT_NE(nullptr, gains);
+  constexpr uint16_t named[2] = {5, 2};
+  const kit::cmc_ptr cmc = kit::parse(container_naming(named[0], named[1]).image(), &some_nvm);
+  for (size_t light = 0; light < 2; ++light)
+    for (size_t site = 0; site < 4; ++site)
+      for (size_t i = 0; i < samples; ++i)
+        ASSERT_EQ(static_cast<uint16_t>(static_cast<float>(ext_sample(light, site, i)) *
+                                        gains->gain_tables[named[light] - 1][site * samples + i]),
+                  cmc->lens_shading->lights[light].tables[site / 2][site % 2][i]);
+  deinit_computed_upscale_lsc_tables(gains);
+}
+
+TEST(CalibrationMerge, IsStoppedByASetThatNoLightNames) {
+  // Set 3 is a single spike, whose surface falls below 0.
+  const std::vector<uint8_t> image = container_naming(1, 2).image();
+  const std::vector<uint16_t> plain = target_samples(*kit::parse(image));
+  kit::fake_platform platform;
+  kit::module_calibration module(4, 9, 9, 9, [](size_t set, size_t, size_t r, size_t k) {
+    if (set == 2) return r == 4 && k == 4 ? 65535u : 0u;
+    return static_cast<uint32_t>(100 + r + k);
+  });
+  platform.answer_images_with(&module.object());
+  EXPECT_EQ(plain, target_samples(*kit::parse(image, &some_nvm)));
+}
+
+TEST(CalibrationMerge, OfALightWithoutTablesAveragesTheGreensOfNobody) {
+  // A large cell averages greens for every light, in the block that the others share too: the
+  // target has no tables, so no set is kept.
+  constexpr uint16_t lights = 6;
+  writer::mapped_grid_fields ext = grid_of(ext_sample);
+  ext.lights = lights;
+  const std::vector<uint8_t> image = writer::container()
+                                         .add(writer::record_2({.cfa_layout = 256}))
+                                         .add(writer::record_17({.plane_order = 3}))
+                                         .add(writer::record_28(without_tables(9, 7, lights)))
+                                         .add(writer::record_33(ext))
+                                         .image();
+  kit::fake_platform platform;
+  kit::module_calibration module = sloping_module(6);
+  platform.answer_images_with(&module.object());
+  EXPECT_EQ(1u, gain_blocks_of(image));
+  const kit::cmc_ptr cmc = kit::parse(image, &some_nvm);
+  for (size_t light = 0; light < lights; ++light)
+    EXPECT_EQ(cmc->lens_shading_ext->lights_ext[light].light_id,
+              cmc->lens_shading->lights[light].light_id);
+}
+
 TEST(CalibrationMerge, LeavesNothingThatPointsIntoTheCalibration) {
   const std::vector<uint8_t> image = container_of({}).image();
   kit::fake_platform platform;
@@ -386,7 +492,8 @@ TEST(CalibrationMerge, WithoutMemoryAtAnyPointStillParsesAndLeaksNothing) {
   const std::vector<uint8_t> image = container_of({}).image();
   const std::vector<uint16_t> plain = target_samples(*kit::parse(image));
   kit::fake_platform platform;
-  kit::module_calibration module = sloping_module();
+  // Sets that a light names, and others.
+  kit::module_calibration module = sloping_module(4);
   platform.answer_images_with(&module.object());
   const std::vector<uint16_t> merged = target_samples(*kit::parse(image, &some_nvm));
   kit::allocation_ledger ledger;
@@ -406,7 +513,7 @@ TEST(CalibrationMerge, WithoutMemoryAtAnyPointStillParsesAndLeaksNothing) {
     EXPECT_EQ(plain, target_samples(*cmc));
     ++uncorrected;
   }
-  // Working storage, the record with its blocks, one factorisation and the solvers of both sets.
+  // Working storage, the record with its blocks, one factorisation and the solvers of all sets.
   EXPECT_GE(uncorrected, 20u);
   EXPECT_EQ(0u, ledger.live_blocks());
   EXPECT_EQ(0u, ledger.bad_releases());

@@ -6,6 +6,7 @@
 #include "tests/kit/container_cycle.h"
 #include "tests/kit/fake_platform.h"
 #include "tests/kit/module_calibration.h"
+#include "tests/kit/row_name.h"
 #include "writer/records.h"
 
 namespace {
@@ -17,6 +18,7 @@ using writer::container;
 constexpr size_t bytes_per_byte = 24;
 constexpr size_t fixed_bytes = 4096;
 constexpr size_t derived_bytes = 8 * 65535;
+constexpr size_t merge_bytes = 5 * 1024;
 
 size_t peak_of(const std::vector<uint8_t>& image) {
   kit::allocation_ledger ledger;
@@ -175,34 +177,68 @@ TEST(HeapBound, TheDerivedRecordReservesItsCountOnce) {
   EXPECT_GE(sizeof(parsed_cmc) + 3 * 20 + 80 + derived_bytes, ledger.peak_bytes());
 }
 
-TEST(HeapBound, AModuleAddsItsGainPlanesAndWorkingStorageForTheLengthOfTheMerge) {
-  constexpr uint16_t width = 40, height = 30;
-  constexpr uint8_t sets = 20, grid_width = 9, grid_height = 7;
+struct merge_heap_case {
+  std::string name;
+  uint16_t width, height, lights;
+  uint8_t grid_width, grid_height;
+  bool source_has_tables;
+  bool every_site;    // one plane for all sixteen sites; otherwise the four of the default map
+  size_t kept;        // sets that a light with tables names
+  size_t most_times;  // of the container, that the merge holds
+};
+
+class MergeHeapBound : public testing::TestWithParam<merge_heap_case> {};
+
+/// However many sets the module has, the container bounds how many blocks of gain planes there are.
+TEST_P(MergeHeapBound, HoldsWithTheMostSetsThatAModuleCanHave) {
+  const merge_heap_case& c = GetParam();
+  constexpr uint8_t sets = 255;
   kit::module_calibration module(
-      sets, grid_width, grid_height, 10, [](size_t set, size_t channel, size_t r, size_t k) {
-        return static_cast<uint32_t>(set + channel + r * r + k * k + 100);
+      sets, c.grid_width, c.grid_height, 10, [](size_t set, size_t channel, size_t r, size_t k) {
+        return static_cast<uint32_t>(set + channel + 2 * r + 3 * k + 100);
       });
   kit::fake_platform platform;
   platform.answer_images_with(&module.object());
-  writer::mapped_grid_fields grid;
-  grid.width = width;
-  grid.height = height;
+  writer::mapped_grid_fields target = {.lights = c.lights, .width = c.width, .height = c.height};
+  if (c.every_site) target.channel_map.assign(16, 0);
+  writer::mapped_grid_fields source = target;
+  if (!c.source_has_tables) source.channel_map.assign(16, -1);
   const std::vector<uint8_t> image = container()
                                          .add(writer::record_2())
                                          .add(writer::record_17())
-                                         .add(writer::record_28(grid))
-                                         .add(writer::record_33(grid))
+                                         .add(writer::record_28(target))
+                                         .add(writer::record_33(source))
                                          .image();
   const uint8_t some_image[] = {1};
   const qo_blob nvm = {some_image, 1};
   kit::allocation_ledger ledger;
   kit::run_cycle(ledger, image, &nvm);
-  const size_t planes = size_t{16} * width * height * sets;
-  EXPECT_LE(planes, ledger.peak_bytes());
-  EXPECT_GE(
-      bytes_per_byte * image.size() + fixed_bytes + planes + size_t{136} * grid_width * grid_height,
-      ledger.peak_bytes());
+  const size_t block = size_t{16} * c.width * c.height;
+  size_t blocks = 0;
+  for (const kit::heap_call& call : ledger.calls())
+    blocks += !call.is_release && call.size == block ? 1 : 0;
+  EXPECT_EQ(c.kept + 1, blocks);
+  EXPECT_LE(blocks * block, ledger.peak_bytes());
+  const size_t working = size_t{136} * c.grid_width * c.grid_height;
+  EXPECT_GE(bytes_per_byte * image.size() + fixed_bytes + merge_bytes + working,
+            ledger.peak_bytes());
+  EXPECT_GE(c.most_times * image.size() + fixed_bytes + merge_bytes + working, ledger.peak_bytes());
 }
+
+// By hand, in units of one large plane: a light takes one or four units of the container, its
+// tables as many as the sites that they fill, and a block of gain planes 8. A kept block has a
+// light of the target and one of the source, and the block for the sets that are not kept is there
+// once: with one plane at all sites 16 + 8 for a target alone, and (2 x 16 + 2 x 8) / 2 for one
+// light of each.
+const merge_heap_case merge_heap_cases[] = {
+    {"one_plane_at_every_site_and_a_source_without_tables", 180, 180, 1, 9, 7, false, true, 0, 24},
+    {"one_plane_at_every_site_of_both", 180, 180, 1, 9, 7, true, true, 1, 24},
+    {"many_lights", 40, 30, 40, 9, 7, true, true, 40, 21},
+    {"four_planes", 90, 60, 2, 9, 7, true, false, 2, 3},
+    {"a_grid_of_many_samples", 8, 8, 1, 255, 255, true, true, 1, 22},
+    {"planes_of_four_samples", 2, 2, 200, 9, 7, true, true, 200, 11},
+};
+INSTANTIATE_TEST_SUITE_P(Table, MergeHeapBound, testing::ValuesIn(merge_heap_cases), kit::row_name);
 
 TEST(HeapBound, TheOthersBlockNeverGrows) {
   for (const uint32_t count : {0u, 1u, 8u, 0xffffffffu}) {
