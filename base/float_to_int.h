@@ -19,7 +19,7 @@ template <typename Float>
 /// A value whose low 16 bits are those of truncate_to_i32(value), for loops that keep no more: what
 /// lies out of range is replaced before the conversion, not branched around it, and so becomes
 /// vector code.
-[[nodiscard]] inline uint32_t truncate_for_low_16(float value) {
+[[nodiscard]] constexpr uint32_t truncate_for_low_16(float value) {
   constexpr float limit = 2147483648.0f;
   // INT32_MIN ends in 16 zeros, so that 0 stands for what is too low, as for a NaN.
   const float inside = __builtin_fabsf(value) < limit ? value : 0.0f;

@@ -69,6 +69,9 @@ TEST(TruncateForLow16, HasTheLow16BitsOfTheSaturatedValue) {
     EXPECT_EQ(0xffff, static_cast<uint16_t>(truncate_for_low_16(value)));
   for (const float value : {-0x1p31f, -1e30f, -infinity, nan, -nan})
     EXPECT_EQ(0, static_cast<uint16_t>(truncate_for_low_16(value)));
+  // While compiling, a cast that leaves the range is an error: at run time x86 hides it here.
+  static_assert(static_cast<uint16_t>(truncate_for_low_16(0x1p31f)) == 0xffff);
+  static_assert(static_cast<uint16_t>(truncate_for_low_16(-0x1p31f)) == 0);
   const volatile float unknown_end = 0x1p31f;
   const volatile float unknown_start = -0x1p31f;
   EXPECT_EQ(0xffff, static_cast<uint16_t>(truncate_for_low_16(unknown_end)));

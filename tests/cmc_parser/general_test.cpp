@@ -118,9 +118,13 @@ TEST(General, MorePairsThanTheRecordHoldsAreMalformed) {
 }
 
 TEST(General, NoRoomIsReservedForPairsThatTheRecordCannotHold) {
-  kit::decoder_fixture decoder;
-  expect_leaked(decoder, bytes(two_pairs()).patch_u16(27, 65535));
-  EXPECT_EQ(0u, decoder.ledger().allocations());
+  // Ten bytes follow the count, and a pair takes two at least.
+  for (const uint16_t count : std::vector<uint16_t>{6, 10, 65535}) {
+    SCOPED_TRACE(count);
+    kit::decoder_fixture decoder;
+    expect_leaked(decoder, bytes(two_pairs()).patch_u16(27, count));
+    EXPECT_EQ(0u, decoder.ledger().allocations());
+  }
 }
 
 TEST(General, TheLargestPairCountIsTaken) {
