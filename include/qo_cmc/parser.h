@@ -76,6 +76,11 @@ parsed_cmc* qo_cmc_parser_init(const qo_blob* container);
  * calibration grid, and, while tables are rebuilt, 5 KiB and 136 bytes for each sample of a grid of
  * its calibration sets. The number of these sets adds nothing: gain planes stay for those alone that
  * tables of a light are multiplied by.
+ *
+ * These are bytes as requested. What the allocator adds to each block comes on top: there are at
+ * most three blocks for every four bytes of the container, and 64. With glibc, where a block has a
+ * header of 8 bytes and takes a multiple of 16, 32 at least, 36 bytes for each byte of the container
+ * stand in place of 24, whole pages for blocks of 128 KiB and more apart.
  */
 parsed_cmc* qo_cmc_parser_init_v1(const qo_blob* container, const qo_blob* nvm);
 
@@ -126,7 +131,8 @@ void qo_vexb_others_parser_init(const qo_blob* container, parsed_cmc* cmc);
  *
  * Heap. Whatever its counts say, a record makes the library hold at most 24 times its `size` and
  * 2 KiB, the record itself included; beside a calibration grid of w x h values, record 30 may take
- * 4 w h bytes more.
+ * 4 w h bytes more. These are bytes as requested, as for qo_cmc_parser_init_v1(): with glibc's
+ * blocks 36 times stand in place of 24.
  */
 uint32_t cmc_parse(void* record, parsed_cmc* cmc, const calibration* module);
 

@@ -5,6 +5,7 @@
 #include "cmc_parser/records/kinds.h"
 #include "tests/kit/container_cycle.h"
 #include "tests/kit/fake_platform.h"
+#include "tests/kit/heap_peaks.h"
 #include "tests/kit/module_calibration.h"
 #include "tests/kit/row_name.h"
 #include "writer/records.h"
@@ -17,6 +18,8 @@ using writer::container;
 // What qo_cmc_parser_init() documents.
 constexpr size_t bytes_per_byte = 24;
 constexpr size_t fixed_bytes = 4096;
+constexpr size_t served_per_byte = 36;
+constexpr size_t most_blocks(size_t image_bytes) { return image_bytes * 3 / 4 + 64; }
 constexpr size_t derived_bytes = 8 * 65535;
 constexpr size_t merge_bytes = 5 * 1024;
 
@@ -27,7 +30,12 @@ size_t peak_of(const std::vector<uint8_t>& image) {
 }
 
 void expect_bounded(const std::vector<uint8_t>& image, size_t extra = 0) {
-  EXPECT_GE(bytes_per_byte * image.size() + fixed_bytes + extra, peak_of(image));
+  kit::allocation_ledger ledger;
+  kit::run_cycle(ledger, image);
+  EXPECT_GE(bytes_per_byte * image.size() + fixed_bytes + extra, ledger.peak_bytes());
+  const kit::heap_peaks peaks = kit::peaks_of(ledger.calls());
+  EXPECT_GE(most_blocks(image.size()), peaks.blocks);
+  EXPECT_GE(served_per_byte * image.size() + fixed_bytes + extra, peaks.served);
 }
 
 /// Records whose counts are as large as can be, and whose size is not.
@@ -145,6 +153,26 @@ TEST(HeapBound, TheDensestRecordsStayBelowTheMultiple) {
   // 65535 lights of 8 bytes become 152 bytes each and four tables of one sample; the copy stays.
   EXPECT_LT(20.9, largest);
   EXPECT_GT(21.1, largest);
+}
+
+TEST(HeapBound, WhatAnAllocatorAddsToABlockIsBoundedByTheNumberOfBlocks) {
+  double most_served = 0;
+  double most_blocks = 0;
+  for (const dense_case& c : dense_cases()) {
+    kit::allocation_ledger ledger;
+    const std::vector<uint8_t> image = container().add(c.record).image();
+    kit::run_cycle(ledger, image);
+    const kit::heap_peaks peaks = kit::peaks_of(ledger.calls());
+    const auto size = static_cast<double>(image.size());
+    most_served = std::max(most_served, static_cast<double>(peaks.served) / size);
+    most_blocks = std::max(most_blocks, static_cast<double>(peaks.blocks) / size);
+  }
+  // 65535 lights of 8 bytes become 152 bytes each and four blocks of 32; the copy stays.
+  EXPECT_LT(35.9, most_served);
+  EXPECT_GT(36.0, most_served);
+  // 9000 lights of 22 bytes have 16 tables each.
+  EXPECT_LT(16.0 / 22 - 0.01, most_blocks);
+  EXPECT_GT(16.0 / 22 + 0.01, most_blocks);
 }
 
 TEST(HeapBound, AllTheDensestRecordsTogetherStayBelowTheMultiple) {
