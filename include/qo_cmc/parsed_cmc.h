@@ -13,6 +13,10 @@
  * null stands beside them. Which record of a kind wins: for `lens_shading` built from kind 10,
  * `lens_shading_ext` from kind 11 and `record_31` from kind 3 the first; otherwise the last.
  *
+ * Contract: a record that the container library decodes in place (9, 31, 32 and 34) keeps the
+ * header as that library left it. Its `size` is that library's word, and may be less than the block
+ * holds, or more.
+ *
  * Layout: little-endian, 64-bit pointers. A copy starts at an address that is aligned for every
  * type, but a pointer into it is aligned only as its offset is. Such a pointer is one to bytes,
  * except in the tables of records 31 and 34, and its comment says how far it is aligned. Where that
@@ -317,7 +321,7 @@ typedef struct parsed_cmc {
   } record_6;
   record_header* record_7; /**< the copy, of 16 bytes at least */
   record_header* record_8; /**< the copy, of any size */
-  record_header* record_9; /**< decoded in place by the container library */
+  record_header* record_9; /**< decoded in place by the container library, whose word `size` is */
   /** Record 10 as it is; `lens_shading` is built from the same record. */
   struct {
     record_header* record;      /**< the copy */
@@ -405,13 +409,16 @@ typedef struct parsed_cmc {
   record_29_content* record_29; /**< record 29, converted */
   /** From record 28, or built from record 10: then `size` is 176 w h lights + 32, `id` 28. */
   lens_shading_set* lens_shading;
-  /** A record_31_table: decoded in place by the container library, or built from record 3. */
+  /**
+   * A record_31_table: decoded in place by the container library, whose word `size` then is, or
+   * built from record 3.
+   */
   record_header* record_31;
-  record_header* record_32;           /**< decoded in place by the container library */
+  record_header* record_32; /**< decoded in place by the container library, whose word `size` is */
   lens_shading_set* lens_shading_ext; /**< from record 11 or 33 */
   /**
-   * A record_34_table: decoded in place by the container library, or synthesised. Contract: a
-   * second record of this kind replaces the first without releasing it.
+   * A record_34_table: decoded in place by the container library, whose word `size` then is, or
+   * synthesised. Contract: a second record of this kind replaces the first without releasing it.
    */
   record_header* record_34;
   /** Record 35, converted in two orders; both are set, or null, together. */
