@@ -74,13 +74,19 @@ parsed_cmc* qo_cmc_parser_init(const qo_blob* container);
  * Heap. At any time at most 24 bytes for each byte of the container and 4 KiB are in use, and, with
  * a record 20, another 8 x 65535 bytes for the derived record. An NVM image adds the size of its
  * calibration grid, and, while tables are rebuilt, 5 KiB and 136 bytes for each sample of a grid of
- * its calibration sets. The number of these sets adds nothing: gain planes stay for those alone that
+ * its calibration sets. The number of these sets adds nothing: gain planes stay only for those that
  * tables of a light are multiplied by.
  *
  * These are bytes as requested. What the allocator adds to each block comes on top: there are at
  * most three blocks for every four bytes of the container, and 64. With glibc, where a block has a
- * header of 8 bytes and takes a multiple of 16, 32 at least, 36 bytes for each byte of the container
- * stand in place of 24, whole pages for blocks of 128 KiB and more apart.
+ * header of 8 bytes and takes a multiple of 16, 32 at least, 36 bytes for each byte of the
+ * container stand in place of 24, whole pages for blocks of 128 KiB and more apart.
+ *
+ * Time. In proportion to the container's size, but for what is made of an NVM image: every record
+ * 30, though only the last one stays, takes a grid as large as the calibration grid, 255 x 255 at
+ * most, and in version 101 blends it, so that a container of 64 KiB may do it 1637 times; and the
+ * rebuild works on four planes of width x height samples for each calibration set, and, with a cell
+ * of 4 x 4 sites, on two for each light.
  */
 parsed_cmc* qo_cmc_parser_init_v1(const qo_blob* container, const qo_blob* nvm);
 
