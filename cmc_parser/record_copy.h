@@ -33,7 +33,7 @@ class record_copy {
   record_copy(const record_copy&) = delete;
   record_copy& operator=(const record_copy&) = delete;
   ~record_copy() {
-    if (bytes_ != nullptr) free(bytes_);
+    if (bytes_ != nullptr) free(bytes_);  // most copies were handed on: no call for those
   }
 
   [[nodiscard]] uint32_t size() const { return header_.size; }

@@ -14,9 +14,10 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t mos
 
 namespace {
 
-void mutate(std::vector<uint8_t>& image, size_t most) {
+void mutate(std::vector<uint8_t>& image, size_t room) {
   const size_t size = image.size();
-  image.resize(std::max(most, size));
+  if (size + room == 0) return;
+  image.resize(size + room);
   image.resize(LLVMFuzzerMutate(image.data(), size, image.size()));
 }
 
@@ -39,9 +40,7 @@ void close_records(std::vector<uint8_t>& container) {
 size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t most, unsigned seed) {
   std::minstd_rand random(seed);
   fuzz::image_pair pair = fuzz::split(data, size);
-  const size_t room = std::max(most, size) - std::min(size, most);
-  std::vector<uint8_t>& chosen = random() % 3 == 0 ? pair.nvm : pair.container;
-  mutate(chosen, chosen.size() + room);
+  mutate(random() % 3 == 0 ? pair.nvm : pair.container, most - size);
   if (random() % 16 != 0) {
     if (pair.container.size() < writer::container::header_size)
       pair.container.resize(writer::container::header_size);
