@@ -34,7 +34,7 @@ set_target_properties(qo_cmc_parser PROPERTIES
   INSTALL_RPATH "$ORIGIN/platform")
 target_link_options(qo_cmc_parser PRIVATE
   -static-libgcc -Wl,--as-needed -Wl,--version-script=${exports} -Wl,--no-undefined
-  -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+  -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack ${qo_from_executable})
 
 # The whole library, with what it hides, for tools that link it into themselves. Where no real stack
 # is named its stand-ins come along, all but the log: who links this defines qo_log().

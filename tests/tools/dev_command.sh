@@ -7,12 +7,13 @@ root=$1
 
 work=$(realpath "$(mktemp -d)")
 trap 'rm -rf -- "$work"' EXIT
-mkdir "$work/checkout" "$work/bin"
+mkdir -p "$work/checkout/fuzz" "$work/bin"
 cp "$root/dev" "$root/CMakePresets.json" "$root/debian-packages.txt" "$work/checkout"
+cp "$root"/fuzz/commands.bash "$root"/fuzz/*_fuzz.cpp "$work/checkout/fuzz"
 cd -- "$work/checkout"
 
 # A machine with little on it, and no packages to install.
-for tool in bash cat dirname env find flock grep mkdir nproc paste readlink rm sed sort; do
+for tool in basename bash cat dirname env find flock grep mkdir nproc paste readlink rm sed sort; do
   ln -s "$(command -v "$tool")" "$work/bin"
 done
 here() { PATH=$work/bin "$@"; }
@@ -37,9 +38,12 @@ refuses() {
 here ./dev help | grep '^Usage: ./dev COMMAND$' >/dev/null || report 'no usage'
 refuses "unknown command 'tset'" tset
 refuses 'clean takes no argument' clean all
-refuses "no preset is named 'resize'; there are: aarch64 asan clang debug release." test resize
+refuses "no preset is named 'resize'; there are: aarch64 asan clang debug fuzz msan release tsan valgrind." test resize
 refuses "no preset is named 'base'" test base
 refuses 'a preset and a regular expression, no more' test release a b
+refuses "no fuzz target is named 'resize'; there are: " fuzz resize
+refuses "no fuzz target is named 'resize'; there are: " corpus resize
+refuses "a number of seconds, not 'long'" fuzz all long
 [[ ! -e build ]] || report 'wrong arguments make a build folder'
 refuses "'cmake' is missing" demo
 

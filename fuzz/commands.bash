@@ -1,0 +1,131 @@
+# The commands of ./dev that run fuzz targets; sourced by it.
+#
+# build/fuzz/corpus/<target>/ is where a fuzzer works: it starts from the target's seeds and from
+# fuzz/corpus/<target>/, keeps what it finds between runs, and loses it with build/.
+
+# An input of 64 KiB, which for modules is container and NVM image together, takes less than a second.
+fuzzer_options=(-max_len=65536 -timeout=1 -rss_limit_mb=2048 -dict=fuzz/container.dict
+  -print_final_stats=1)
+
+fuzz_targets() { basename --suffix=.cpp --multiple fuzz/*_fuzz.cpp; }
+
+# fuzz_targets_named TARGET|all
+fuzz_targets_named() {
+  [[ $1 != all ]] || {
+    fuzz_targets
+    return
+  }
+  fuzz_targets | grep -xF -e "$1" ||
+    fail "no fuzz target is named '$1'; there are: $(fuzz_targets | paste -sd ' ')"
+}
+
+# fuzz_replays TARGET...: the tests that replay targets, all but these, as a regular expression
+fuzz_replays() {
+  local left_out=("$@")
+  fuzz_targets | grep -vxF "${left_out[@]/#/-e}" -e none | paste -sd '|' |
+    sed 's/.*/^(&)_replay\\./'
+}
+
+# build_fuzzers TARGET...
+build_fuzzers() {
+  local programs=() target
+  for target; do programs+=("$target" "${target}_replay"); done
+  need cmake make clang-14 clang++-14
+  heading "Build: fuzz"
+  configure fuzz
+  build fuzz "${programs[@]}"
+}
+
+# fuzzer TARGET ARGUMENT...: leaks are contract for some malformed records (the tests count
+# them), and an allocation that is too large is null, as it is without a sanitizer.
+fuzzer() {
+  local program=build/fuzz/bin/$1
+  shift
+  ASAN_OPTIONS=detect_leaks=0:allocator_may_return_null=1 \
+    UBSAN_OPTIONS=print_stacktrace=1 "$program" "${fuzzer_options[@]}" "$@"
+}
+
+# fuzz_target SECONDS RUNS TARGET
+fuzz_target() {
+  local target=$3 work=build/fuzz/corpus/$3 found=build/fuzz/findings/$3 seeds=build/fuzz/seeds/$3
+  local log=build/log/$3.log input
+  rm -rf "$seeds"
+  mkdir -p "$work" "$found" "$seeds" build/log
+  "build/fuzz/bin/${target}_replay" --write "$seeds" >/dev/null
+  # Of earlier findings those remain that still are.
+  for input in "$found"/*; do
+    if [[ -f $input ]] && fuzzer "$target" "$input" >"$log" 2>&1; then rm "$input"; fi
+  done
+  fuzzer "$target" -max_total_time="$1" -runs="$2" -artifact_prefix="$found/" \
+    "$work" "$seeds" "fuzz/corpus/$target" >"$log" 2>&1 || {
+    tail -n 30 "$log" >&2
+    printf '%s failed: inputs that make it fail are in %s, the whole log is %s\n' \
+      "$target" "$found" "$log" >&2
+    return 1
+  }
+}
+
+# last_number LOG PATTERN: the number that PATTERN marks in the last line that has it
+last_number() { sed -n "s/$2/\\1/p" "$1" | tail -n 1; }
+
+# fuzz_table TARGET...: edges are those that any input has reached, of the library, of the
+# target and, in targets of the tool, of the tool.
+fuzz_table() {
+  local target log
+  printf '\n%-20s %12s %10s %8s %9s\n' target executions 'a second' edges findings
+  for target; do
+    log=build/log/$target.log
+    printf '%-20s %12s %10s %8s %9s\n' "$target" \
+      "$(last_number "$log" '^stat::number_of_executed_units: *\([0-9]*\)$')" \
+      "$(last_number "$log" '^stat::average_exec_per_sec: *\([0-9]*\)$')" \
+      "$(last_number "$log" '^#[0-9]*[[:space:]].* cov: \([0-9]*\) .*')" \
+      "$(find "build/fuzz/findings/$target" -type f | wc -l)"
+  done
+}
+
+# fuzz_each SECONDS RUNS TARGET...: two at once
+fuzz_each() {
+  local seconds=$1 runs=$2 target running=0 failed=0
+  shift 2
+  heading "Fuzzing, $seconds s each"
+  for target; do
+    if ((running == 2)); then
+      wait -n || failed=1
+      running=$((running - 1))
+    fi
+    fuzz_target "$seconds" "$runs" "$target" &
+    running=$((running + 1))
+  done
+  for ((; running > 0; running--)); do wait -n || failed=1; done
+  fuzz_table "$@"
+  return $failed
+}
+
+# run_fuzz [TARGET|all [SECONDS]]
+run_fuzz() {
+  local targets
+  targets=$(fuzz_targets_named "${1-all}")
+  mapfile -t targets <<<"$targets"
+  build_fuzzers "${targets[@]}"
+  fuzz_each "${2-60}" 10000000 "${targets[@]}"
+}
+
+# run_corpus [TARGET|all]: of what fuzzers found, the fewest inputs that reach all its edges.
+run_corpus() {
+  local targets target kept
+  targets=$(fuzz_targets_named "${1-all}")
+  mapfile -t targets <<<"$targets"
+  build_fuzzers "${targets[@]}"
+  heading "Corpora"
+  for target in "${targets[@]}"; do
+    kept=build/fuzz/kept/$target
+    rm -rf "$kept"
+    mkdir -p "$kept" "build/fuzz/corpus/$target" "fuzz/corpus/$target"
+    quietly fuzzer "$target" -set_cover_merge=1 "$kept" "fuzz/corpus/$target" \
+      "build/fuzz/corpus/$target"
+    rm -rf "fuzz/corpus/$target"
+    cp -r "$kept" "fuzz/corpus/$target"
+    printf '%-20s %5s inputs, %s bytes\n' "$target" "$(find "$kept" -type f | wc -l)" \
+      "$(find "$kept" -type f -printf '%s\n' | awk '{ sum += $1 } END { print sum + 0 }')"
+  done
+}
