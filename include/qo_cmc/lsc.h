@@ -291,9 +291,9 @@ void do_polynomial_upscale(float* destination, const float* coefficients, uint16
  *         allocation fails. Nothing is kept then
  *
  * Heap: what the caller gets takes 16 bytes for each sample of a plane and set, 8 for each set, and
- * 16; beside it the call works with 136 bytes for each sample of the grid, and 3 KiB. Time: the grid
- * is prepared once, with 225 products a sample; each set takes time in proportion to the samples of
- * grid and plane.
+ * 16; beside it the call works with 136 bytes for each sample of the grid, and 3 KiB. Time: the
+ * grid is prepared once, with 225 products a sample; each set takes time in proportion to the
+ * samples of grid and plane.
  */
 computed_upscale_lsc_tables* compute_upscaled_lsc_tables_polynom4th(uint32_t out_width,
                                                                     uint32_t out_height,
