@@ -1,4 +1,4 @@
-/// What a target holds to be true, or ends the process for the fuzzer to see.
+/// What targets of the parser hold to be true of its results, and what they hand over to it.
 #pragma once
 
 #include <algorithm>
@@ -8,13 +8,10 @@
 #include <memory>
 #include <vector>
 
+#include "fuzz/require.h"
 #include "tests/kit/slot_tour.h"
 
 namespace fuzz {
-
-inline void require(bool holds) {
-  if (!holds) abort();
-}
 
 /// Everything that the slots lead to can be read, and each block has one owner.
 inline void require_sound_slots(const parsed_cmc& cmc) {

@@ -10,47 +10,20 @@
 
 #include "qo_cmc/image_utils.h"
 #include "qo_cmc/parser.h"
+#include "tests/image_utils/resize_2d_reference.h"
 #include "tests/image_utils/sample_planes.h"
 
 namespace {
 
 using kit::guard_side;
+using resize_2d_reference::floating_point;
+using resize_2d_reference::sizes;
 using sample_planes::edge_room;
 using sample_planes::noisy_room;
 using sample_planes::other_side;
 
-struct sizes {
-  uint32_t in_w, in_h, out_w, out_h;
-};
-
 uint32_t resize(const float* src, float* dst, const sizes& s) {
   return resize_2d_array_float(src, s.in_w, static_cast<int32_t>(s.in_h), dst, s.out_w, s.out_h);
-}
-
-std::vector<float> reference(const float* src, const sizes& s) {
-  const int64_t in_w = s.in_w % 65536, out_w = s.out_w % 65536;
-  const int64_t in_h = s.in_h, out_h = s.out_h;
-  const float sx = static_cast<float>(in_w - 1) / static_cast<float>(out_w - 1);
-  const float sy = static_cast<float>(in_h - 1) / static_cast<float>(out_h - 1);
-  std::vector<float> dst;
-  for (int64_t y = 0; y < out_h; ++y)
-    for (int64_t x = 0; x < out_w; ++x) {
-      const float position_y = static_cast<float>(y) * sy;
-      const float position_x = static_cast<float>(x) * sx;
-      const int64_t r0 = static_cast<int64_t>(std::trunc(position_y)) % 65536;
-      const int64_t c0 = static_cast<int64_t>(std::trunc(position_x)) % 65536;
-      const int64_t r1 = r0 < in_h - 1 ? r0 + 1 : r0;
-      const int64_t c1 = c0 < in_w - 1 ? c0 + 1 : c0;
-      const float fy = position_y - static_cast<float>(r0);
-      const float fx = position_x - static_cast<float>(c0);
-      const float a = src[r1 * in_w + c1];
-      const float b = src[r0 * in_w + c1];
-      const float c = src[r0 * in_w + c0];
-      const float d = src[r1 * in_w + c0];
-      dst.push_back(fx * a * fy +
-                    (b * fx * (1 - fy) + c * (1 - fx) * (1 - fy) + (1 - fx) * d * fy));
-    }
-  return dst;
 }
 
 class guarded_resize {
@@ -63,7 +36,7 @@ class guarded_resize {
     const size_t out_width = s.out_w % 65536;
     float* const dst = output_.plane(out_width * s.out_h, other_side(side));
     if (resize(src, dst, s) != QO_CMC_OK) return ::testing::AssertionFailure() << "refused";
-    return sample_planes::same_bits(reference(src, s), dst, out_width)
+    return sample_planes::same_bits(floating_point(src, s), dst, out_width)
            << " from " << s.in_w << " x " << s.in_h << " to " << s.out_w << " x " << s.out_h;
   }
 
@@ -150,7 +123,8 @@ TEST(Resize2dFloat, EveryAlignmentHasTheReferenceBits) {
       std::fill(dst.begin(), dst.end(), 90.0f);
       const size_t to = (7 * i + 3) % room;
       ASSERT_EQ(uint32_t{QO_CMC_OK}, resize(src.data() + i, dst.data() + to, s));
-      ASSERT_TRUE(sample_planes::same_bits(reference(src.data() + i, s), dst.data() + to, s.out_w));
+      ASSERT_TRUE(
+          sample_planes::same_bits(floating_point(src.data() + i, s), dst.data() + to, s.out_w));
       for (size_t j = 0; j < to; ++j) ASSERT_EQ(90.0f, dst[j]) << j;
       for (size_t j = to + size_t{s.out_w} * s.out_h; j < dst.size(); ++j)
         ASSERT_EQ(90.0f, dst[j]) << j;
@@ -186,7 +160,7 @@ TEST(Resize2dFloat, ExtremeSamplesHaveTheReferenceBits) {
     for (size_t i = 0; i < src.size(); ++i) src[i] = values[(i * 5 + i / 7 + out) % 8];
     std::vector<float> dst(size_t{s.out_w} * s.out_h);
     ASSERT_EQ(uint32_t{QO_CMC_OK}, resize(src.data(), dst.data(), s));
-    ASSERT_TRUE(sample_planes::same_bits(reference(src.data(), s), dst.data(), s.out_w));
+    ASSERT_TRUE(sample_planes::same_bits(floating_point(src.data(), s), dst.data(), s.out_w));
   }
 }
 

@@ -1,6 +1,7 @@
-/// The fixed-point bilinear rule as a plain loop over outputs.
+/// The bilinear rules, in fixed point and in single precision, as plain loops over outputs.
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -42,6 +43,32 @@ std::vector<Element> fixed_point(const Element* src, const sizes& s, const margi
       const uint32_t lower = sample(r + 1, c) * wx0 + sample(r + 1, c + 1) * wx1;
       const uint32_t sum = upper * wy0 + lower * wy1 + (one * (one / 2));
       dst.push_back(static_cast<Element>(sum >> (2 * FractionBits)));
+    }
+  return dst;
+}
+
+inline std::vector<float> floating_point(const float* src, const sizes& s) {
+  const int64_t in_w = s.in_w % 65536, out_w = s.out_w % 65536;
+  const int64_t in_h = s.in_h, out_h = s.out_h;
+  const float sx = static_cast<float>(in_w - 1) / static_cast<float>(out_w - 1);
+  const float sy = static_cast<float>(in_h - 1) / static_cast<float>(out_h - 1);
+  std::vector<float> dst;
+  for (int64_t y = 0; y < out_h; ++y)
+    for (int64_t x = 0; x < out_w; ++x) {
+      const float position_y = static_cast<float>(y) * sy;
+      const float position_x = static_cast<float>(x) * sx;
+      const int64_t r0 = static_cast<int64_t>(std::trunc(position_y)) % 65536;
+      const int64_t c0 = static_cast<int64_t>(std::trunc(position_x)) % 65536;
+      const int64_t r1 = r0 < in_h - 1 ? r0 + 1 : r0;
+      const int64_t c1 = c0 < in_w - 1 ? c0 + 1 : c0;
+      const float fy = position_y - static_cast<float>(r0);
+      const float fx = position_x - static_cast<float>(c0);
+      const float a = src[r1 * in_w + c1];
+      const float b = src[r0 * in_w + c1];
+      const float c = src[r0 * in_w + c0];
+      const float d = src[r1 * in_w + c0];
+      dst.push_back(fx * a * fy +
+                    (b * fx * (1 - fy) + c * (1 - fx) * (1 - fy) + (1 - fx) * d * fy));
     }
   return dst;
 }
