@@ -10,6 +10,7 @@
 //     14  u16   column, row, width, height of the region: modulo what leads a little too far
 //     22  -     samples (fuzz/sample_stream.h)
 
+#include <algorithm>
 #include <cstdint>
 #include <initializer_list>
 #include <vector>

@@ -17,7 +17,6 @@
 #include <cstring>
 #include <initializer_list>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "fuzz/every_row_table.h"

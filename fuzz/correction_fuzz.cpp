@@ -18,7 +18,7 @@
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
-#include <utility>
+#include <string>
 #include <vector>
 
 #include "fuzz/every_row_table.h"
@@ -234,9 +234,8 @@ void correct_light(const correction_plan& plan, const light_plan& light, plain_r
 /// largest of them.
 class placer {
  public:
-  placer(bool one_block, size_t largest) {
+  placer(bool one_block, size_t largest) : one_block_(one_block) {
     if (one_block) sizes_.push_back(2 * largest + 64);
-    one_block_ = one_block;
   }
   [[nodiscard]] place take(size_t bytes, size_t alignment, fuzz::sample_stream& draws) {
     if (one_block_) {

@@ -13,7 +13,9 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <initializer_list>
+#include <utility>
 #include <vector>
 
 #include "fuzz/byte_matrix.h"

@@ -21,7 +21,7 @@ class sample_stream {
   template <typename Sample>
   [[nodiscard]] Sample next() {
     uint8_t raw[sizeof(Sample)];
-    if (bytes_.size() - position_ >= sizeof raw && !bytes_.empty()) {
+    if (bytes_.size() - position_ >= sizeof raw) {
       memcpy(raw, bytes_.data() + position_, sizeof raw);
       position_ += sizeof raw;
     } else if (bytes_.size() >= sizeof raw) {
