@@ -4,7 +4,7 @@
 //      0  u8    bit 0: the bicubic builder, else the polynomial one; 1: the module is null; 2: its
 //               sets are null; 3: a grid is null; 4: the sides' high 16 bits are set
 //      1  u8    sets
-//      2  u8    columns, rows of the grids
+//      2  u8    columns, rows of the grids (grid_side_of below)
 //      4  u8    which grid is null
 //      5  u8    orientation: up to 0xef modulo 4, from there on itself
 //      6  u16   out_width, out_height (fuzz/plane_sides.h)
@@ -36,9 +36,18 @@ using fuzz::require;
 
 constexpr size_t different_sets = 4;
 constexpr size_t channels = 4;
-constexpr uint32_t most_grid_samples = 2048;
-constexpr size_t most_table_samples = size_t{1} << 17;
+constexpr uint32_t most_grid_samples = 1024;
+constexpr size_t most_table_samples = size_t{1} << 14;
 constexpr size_t most_compared_samples = 400;
+
+/// Small ones mostly; from 0xc0 on every fourth one from 3 to 255.
+[[nodiscard]] uint8_t grid_side_of(uint8_t field) {
+  return static_cast<uint8_t>(field < 0xc0 ? field & 0x1f : (field & 0x3f) * 4 + 3);
+}
+
+[[nodiscard]] uint8_t grid_side_field(uint8_t side) {
+  return static_cast<uint8_t>(side < 0x20 ? side : 0xc0 | side / 4);
+}
 
 /// A set whose grids live here.
 struct owned_set {
@@ -174,8 +183,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   call.bicubic = (flags & 1) != 0;
   call.high = (flags & 16) != 0 ? 0xffff0000u : 0;
   const uint8_t set_field = fields.u8();
-  call.grid_width = fields.u8();
-  call.grid_height = fields.u8();
+  call.grid_width = grid_side_of(fields.u8());
+  call.grid_height = grid_side_of(fields.u8());
   if (size_t{call.grid_width} * call.grid_height > most_grid_samples)
     call.grid_height = static_cast<uint8_t>(most_grid_samples / call.grid_width);
   const uint8_t null_grid = fields.u8();
@@ -223,7 +232,8 @@ struct shape {
 
 writer::bytes seed(uint8_t flags, const shape& s, uint8_t orientation, uint8_t fraction_bits) {
   writer::bytes content;
-  content.u8(flags).u8(s.sets).u8(s.grid_w).u8(s.grid_h).u8(5).u8(orientation);
+  content.u8(flags).u8(s.sets).u8(grid_side_field(s.grid_w)).u8(grid_side_field(s.grid_h));
+  content.u8(5).u8(orientation);
   content.u16(fuzz::side_field(s.out_w)).u16(fuzz::side_field(s.out_h));
   for (const int more : {0, 1, 8, 24}) content.u8(static_cast<uint8_t>(fraction_bits + more));
   return content;
