@@ -230,6 +230,16 @@ void correct_light(const correction_plan& plan, const light_plan& light, plain_r
   return result;
 }
 
+/// A block of whole words from the stream, so that samples and gains are those of the input.
+[[nodiscard]] byte_block filled(size_t bytes, fuzz::sample_stream& samples) {
+  byte_block block(bytes);
+  for (size_t i = 0; i < bytes; i += sizeof(uint32_t)) {
+    const auto word = samples.next<uint32_t>();
+    memcpy(block.data() + i, &word, std::min(sizeof word, bytes - i));
+  }
+  return block;
+}
+
 /// Places in blocks of their own, or anywhere in one block that holds a little more than the
 /// largest of them.
 class placer {
@@ -289,7 +299,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         plan.lights[light].source[site] = places.take(source_bytes, alignof(uint16_t), samples);
     }
   std::vector<byte_block> before;
-  for (const size_t bytes : places.sizes()) before.push_back(samples.array<uint8_t>(bytes));
+  for (const size_t bytes : places.sizes()) before.push_back(filled(bytes, samples));
   for (size_t table = 0; plan.has(7) && table < plan.tables; ++table)
     for (size_t i = 0; plan.gains[table].exists() && i < 4 * plan.samples(); ++i)
       store(before, plan.gains[table], i, samples.next_tame_float());
