@@ -1,5 +1,8 @@
-// Well-formed containers and records, each after the byte that chooses what is done with it.
+// Well-formed containers of every record, and some that ask for much; where the target's input
+// starts with a byte that chooses, after each of its usual values.
 
+#include "fuzz/demanding_images.h"
+#include "fuzz/image_parts.h"
 #include "fuzz/target.h"
 #include "writer/container_writer.h"
 #include "writer/records.h"
@@ -7,26 +10,27 @@
 namespace fuzz {
 namespace {
 
-input with_choice(int choice, const std::vector<uint8_t>& rest) {
-  return writer::bytes().u8(static_cast<uint8_t>(choice)).raw(rest.data(), rest.size()).vector();
+void add_each_way(std::vector<input>& all, const std::vector<uint8_t>& container) {
+  if (form.choices == 0) return all.push_back(joined({{}, {}, container}));
+  for (const uint8_t choice : {uint8_t{0}, uint8_t{1}, uint8_t{4}})
+    all.push_back(joined({{choice}, {}, container}));
 }
 
 }  // namespace
 
 std::vector<input> seeds() {
   std::vector<input> all;
-  for (int choice = 0; choice < 8; ++choice) all.push_back(with_choice(choice, {}));
+  add_each_way(all, {});
   std::vector<writer::named_record> records = writer::every_good_record();
   for (const writer::named_record& slotless : writer::every_slotless_record())
     records.push_back(slotless);
+  writer::container whole;
   for (const writer::named_record& record : records) {
-    const std::vector<uint8_t> image =
-        writer::container().add(record.content).add(writer::record_722()).image();
-    for (const int calibrated : {0, 4}) {
-      for (const int choice : {0, 1, 3}) all.push_back(with_choice(choice | calibrated, image));
-      all.push_back(with_choice(2 | calibrated, record.content.vector()));
-    }
+    add_each_way(all, writer::container().add(record.content).add(writer::record_722()).image());
+    whole.add(record.content);
   }
+  add_each_way(all, whole.image());
+  for (const image_parts& parts : demanding_images()) add_each_way(all, parts.container);
   return all;
 }
 

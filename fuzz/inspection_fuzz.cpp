@@ -1,5 +1,5 @@
 // Fuzz target of what is said about containers: any bytes are inspected, and what is said of them
-// must hold together. The first byte chooses as for the target of the parser:
+// must hold together. The first byte chooses:
 //
 //   bits 0-1   0: a container, its size and checksum made right    else: a container as it is
 //   bit 2      with a module calibration
@@ -12,11 +12,14 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/image_parts.h"
 #include "fuzz/target.h"
 #include "tests/kit/merging_module.h"
 #include "tests/tools/findings/consistency.h"
 #include "tools/findings/inspection.h"
 #include "writer/container_writer.h"
+
+const fuzz::input_form fuzz::form = {.choices = 1, .has_nvm = false};
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const std::vector<uint8_t> module = kit::module_image();

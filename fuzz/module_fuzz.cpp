@@ -1,13 +1,15 @@
 // Fuzz target of the parser with a module's NVM image: both images come from the input
-// (fuzz/image_pair.h). The container is parsed with the image and without it: the image decides on
+// (fuzz/image_parts.h). The container is parsed with the image and without it: the image decides on
 // the lens-shading tables and on record 30's, never on whether the container is taken.
 //
 // Leaks are not looked at, as in the target of the parser.
 
 #include "fuzz/held.h"
-#include "fuzz/image_pair.h"
+#include "fuzz/image_parts.h"
 #include "fuzz/target.h"
 #include "qo_cmc/parser.h"
+
+const fuzz::input_form fuzz::form = {.choices = 0, .has_nvm = true};
 
 namespace {
 
@@ -16,11 +18,11 @@ qo_blob view(const fuzz::exact_block& block, const std::vector<uint8_t>& image) 
 }
 
 /// Whether the container is taken. What the slots hold must not refer to either image.
-bool parsed(const fuzz::image_pair& pair, bool with_module) {
-  fuzz::exact_block container = fuzz::exact(pair.container);
-  fuzz::exact_block nvm = fuzz::exact(pair.nvm);
-  const qo_blob container_view = view(container, pair.container);
-  const qo_blob nvm_view = view(nvm, pair.nvm);
+bool parsed(const fuzz::image_parts& parts, bool with_module) {
+  fuzz::exact_block container = fuzz::exact(parts.container);
+  fuzz::exact_block nvm = fuzz::exact(parts.nvm);
+  const qo_blob container_view = view(container, parts.container);
+  const qo_blob nvm_view = view(nvm, parts.nvm);
   parsed_cmc* const cmc = qo_cmc_parser_init_v1(&container_view, with_module ? &nvm_view : nullptr);
   container.reset();
   nvm.reset();
@@ -33,7 +35,7 @@ bool parsed(const fuzz::image_pair& pair, bool with_module) {
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  const fuzz::image_pair pair = fuzz::split(data, size);
-  fuzz::require(parsed(pair, true) == parsed(pair, false));
+  const fuzz::image_parts parts = fuzz::split(data, size);
+  fuzz::require(parsed(parts, true) == parsed(parts, false));
   return 0;
 }

@@ -1,6 +1,6 @@
 // Runs a fuzz target without a fuzzer: over the files that are named and those of folders that are
-// named, or else over its seeds and changes to them that are the same each time. `--write FOLDER`
-// writes the seeds, for a fuzzer to start from.
+// named, or else over its seeds and changes to them that are the same each time, some of them the
+// target's own. `--write FOLDER` writes the seeds, for a fuzzer to start from.
 //
 // Files are read and written by the C library alone, whose every write the memory sanitizer knows.
 
@@ -16,11 +16,28 @@
 
 #include "fuzz/target.h"
 
+extern "C" {
+// The target's own changes, where it has some.
+__attribute__((weak)) size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t most,
+                                                     unsigned seed);
+__attribute__((weak)) size_t LLVMFuzzerCustomCrossOver(const uint8_t* a, size_t a_size,
+                                                       const uint8_t* b, size_t b_size,
+                                                       uint8_t* out, size_t most, unsigned seed);
+// What they ask of a fuzzer.
+size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t most);
+}
+
 namespace {
 
 using fuzz::input;
 
 constexpr int changes_to_each = 3;
+constexpr size_t most_growth = 1024;
+
+uint32_t next_number() {
+  static std::mt19937 numbers(20260101);
+  return static_cast<uint32_t>(numbers());
+}
 
 size_t run(const input& content) {
   LLVMFuzzerTestOneInput(content.data(), content.size());
@@ -28,23 +45,43 @@ size_t run(const input& content) {
 }
 
 /// Changes leave the first byte alone, which chooses the target's way in some formats.
-size_t run_with_changes(const input& content, std::mt19937& random) {
+size_t run_with_changes(const input& content) {
   size_t runs = run(content);
   if (content.size() < 2) return runs;
   for (int change = 0; change < changes_to_each; ++change) {
     input changed = content;
-    for (uint32_t bytes = random() % 4; bytes != 0; --bytes)
-      changed[1 + random() % (changed.size() - 1)] = static_cast<uint8_t>(random());
-    if (random() % 4 == 0) changed.resize(1 + random() % changed.size());
+    for (uint32_t bytes = next_number() % 4; bytes != 0; --bytes)
+      changed[1 + next_number() % (changed.size() - 1)] = static_cast<uint8_t>(next_number());
+    if (next_number() % 4 == 0) changed.resize(1 + next_number() % changed.size());
     runs += run(changed);
   }
   return runs;
 }
 
+/// The target's own, of which sizes and checksums are made right.
+size_t run_with_own_changes(const input& content, const input& other) {
+  if (LLVMFuzzerCustomMutator == nullptr) return 0;
+  const size_t most = content.size() + most_growth;
+  for (int change = 0; change < changes_to_each; ++change) {
+    input changed = content;
+    changed.resize(most);
+    changed.resize(LLVMFuzzerCustomMutator(changed.data(), content.size(), most, next_number()));
+    run(changed);
+  }
+  if (LLVMFuzzerCustomCrossOver == nullptr) return changes_to_each;
+  input crossed(most);
+  crossed.resize(LLVMFuzzerCustomCrossOver(content.data(), content.size(), other.data(),
+                                           other.size(), crossed.data(), most, next_number()));
+  return changes_to_each + run(crossed);
+}
+
 size_t run_seeds() {
-  std::mt19937 random(20260101);
   size_t runs = run({});
-  for (const input& seed : fuzz::seeds()) runs += run_with_changes(seed, random);
+  const std::vector<input> all = fuzz::seeds();
+  for (const input& seed : all) {
+    runs += run_with_changes(seed);
+    runs += run_with_own_changes(seed, all[next_number() % all.size()]);
+  }
   return runs;
 }
 
@@ -94,6 +131,17 @@ bool run_files(const std::string& name, size_t& runs) {
 }
 
 }  // namespace
+
+size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t most) {
+  if (next_number() % 4 == 0) {
+    const size_t changed = next_number() % (most + 1);
+    std::fill(data + std::min(size, changed), data + changed, static_cast<uint8_t>(next_number()));
+    size = changed;
+  }
+  for (uint32_t bytes = next_number() % 4; size != 0 && bytes != 0; --bytes)
+    data[next_number() % size] = static_cast<uint8_t>(next_number());
+  return size;
+}
 
 int main(int count, char** names) {
   if (count == 3 && std::strcmp(names[1], "--write") == 0) return write_seeds(names[2]) ? 0 : 1;

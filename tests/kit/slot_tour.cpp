@@ -305,6 +305,12 @@ bool slot_tour::owns(const void* block) const {
   return std::find(owned.begin(), owned.end(), block) != owned.end();
 }
 
+bool slot_tour::owns_each_once() const {
+  std::vector<const void*> blocks = owned;
+  std::sort(blocks.begin(), blocks.end());
+  return std::adjacent_find(blocks.begin(), blocks.end()) == blocks.end();
+}
+
 slot_tour tour_of(const parsed_cmc& cmc) {
   slot_tour tour;
   tourist t(tour);

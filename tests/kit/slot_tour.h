@@ -24,6 +24,8 @@ struct slot_tour {
   uint64_t digest = 14695981039346656037u;
 
   bool owns(const void* block) const;
+  /// Whether no block has two owners.
+  bool owns_each_once() const;
 };
 
 slot_tour tour_of(const parsed_cmc& cmc);
