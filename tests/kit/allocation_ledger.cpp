@@ -38,6 +38,7 @@ struct ledger_state {
   size_t failures = 0;
   size_t bad_releases = 0;
   size_t successes_left = allocation_ledger::never;
+  bool keeps_failing = false;
   std::vector<redirected_slot> slots;
 };
 
@@ -56,7 +57,7 @@ bool allocation_may_succeed() {
     --left;
     return true;
   }
-  left = allocation_ledger::never;
+  if (!open_ledger->keeps_failing) left = allocation_ledger::never;
   ++open_ledger->failures;
   return false;
 }
@@ -208,7 +209,14 @@ allocation_ledger::~allocation_ledger() {
   open_ledger = nullptr;
 }
 
-void allocation_ledger::fail_after(size_t successes) { open_ledger->successes_left = successes; }
+void allocation_ledger::fail_after(size_t successes) {
+  open_ledger->successes_left = successes;
+  open_ledger->keeps_failing = false;
+}
+void allocation_ledger::fail_from(size_t successes) {
+  open_ledger->successes_left = successes;
+  open_ledger->keeps_failing = true;
+}
 size_t allocation_ledger::live_blocks() const { return open_ledger->live.size(); }
 size_t allocation_ledger::live_bytes() const { return open_ledger->live_bytes; }
 size_t allocation_ledger::peak_bytes() const { return open_ledger->peak_bytes; }

@@ -32,6 +32,8 @@ class allocation_ledger {
 
   /// Lets the allocation fail that comes after `successes` more of them, and only that one.
   void fail_after(size_t successes);
+  /// The same with every allocation after that one, until fail_never().
+  void fail_from(size_t successes);
   /// Lets no allocation fail any more.
   void fail_never() { fail_after(never); }
 
@@ -39,7 +41,7 @@ class allocation_ledger {
   [[nodiscard]] size_t live_bytes() const;   ///< as requested, without the allocator's own overhead
   [[nodiscard]] size_t peak_bytes() const;   ///< largest live_bytes() since the ledger was opened
   [[nodiscard]] size_t allocations() const;  ///< successful ones since the ledger was opened
-  [[nodiscard]] size_t failures() const;  ///< refused by fail_after() since the ledger was opened
+  [[nodiscard]] size_t failures() const;     ///< refused since the ledger was opened
   /// Releases of a pointer that the library got neither from its heap nor from its caller's
   /// adopt(): a double release or a wild one. The pointer is then not passed on.
   [[nodiscard]] size_t bad_releases() const;

@@ -98,6 +98,26 @@ TEST(AllocationLedger, FailsOneAllocationAndNoOther) {
   for (void* const block : {first, third, fourth}) call_free(block);
 }
 
+TEST(AllocationLedger, FailsOneAllocationAndEveryLaterOne) {
+  allocation_ledger ledger(watched);
+  ledger.fail_from(1);
+  void* const first = call_malloc(1);
+  EXPECT_NE(nullptr, first);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(nullptr, call_calloc(1, 1));
+  EXPECT_EQ(3u, ledger.failures());
+  ledger.fail_never();
+  void* const second = call_malloc(1);
+  EXPECT_NE(nullptr, second);
+  // The one form takes the place of the other.
+  ledger.fail_from(0);
+  ledger.fail_after(0);
+  EXPECT_EQ(nullptr, call_malloc(1));
+  void* const third = call_malloc(1);
+  EXPECT_NE(nullptr, third);
+  EXPECT_EQ(4u, ledger.failures());
+  for (void* const block : {first, second, third}) call_free(block);
+}
+
 TEST(AllocationLedger, NotesADoubleReleaseAndAWildOneWithoutPassingThemOn) {
   allocation_ledger ledger(watched);
   void* const block = call_malloc(8);

@@ -1,0 +1,82 @@
+#include "tests/cmc_parser/allocation_faults.h"
+
+#include "cmc_parser/records/kinds.h"
+#include "qo_vexb_parser.h"
+#include "tests/kit/container_cycle.h"
+#include "tests/kit/contract_leaks.h"
+#include "tests/kit/reporting_library.h"
+
+namespace {
+
+/// Notes the number of the allocation that the copy of each record is, and whether the next one
+/// comes after it.
+class allocation_numbers final : public qo::parse_report {
+ public:
+  explicit allocation_numbers(const kit::allocation_ledger& ledger) : ledger_(ledger) {}
+
+  void container(const qo::container_verdict&) override { next_ = ledger_.allocations(); }
+  void nvm(const qo::nvm_verdict&) override {}
+  void record(const qo::record_view&, const qo::decode_result&, const parsed_cmc&) override {
+    copies.push_back(next_);
+    next_ = ledger_.allocations();
+  }
+  void walk(const qo::walk_end&) override {}
+  void merge(const qo::merge_result&) override {}
+  void derivation(const qo::derivation_result&) override {}
+
+  std::vector<size_t> copies;
+
+ private:
+  const kit::allocation_ledger& ledger_;
+  size_t next_ = 0;
+};
+
+/// What the container library of the stack says to a copy of its own.
+bool is_taken_by_stack(const writer::bytes& record) {
+  std::vector<uint8_t> copy = record.vector();
+  return qo_vexb_parse_record(copy.data()) == 0;
+}
+
+/// Structures that stay in their slot without an array that there was no memory for.
+bool may_lack_arrays(uint16_t kind) {
+  return kind == 1 || kind == 13 || kind == 25 || kit::counts_missing_arrays(kind);
+}
+
+}  // namespace
+
+size_t expect_exact_leaks(const std::vector<uint8_t>& image, const qo_blob* nvm,
+                          size_t most_tried) {
+  kit::leak_question asked = {kit::records_of(image), {}, is_taken_by_stack};
+  size_t allocations = 0;
+  {
+    kit::allocation_ledger ledger;
+    allocation_numbers numbers(ledger);
+    const qo_blob container = writer::blob_of(image);
+    qo_cmc_parser_deinit(kit::parse_container(&container, nvm, &numbers));
+    allocations = ledger.allocations();
+    asked.copies = numbers.copies;
+    ledger.release_all();
+  }
+  EXPECT_EQ(asked.records.size(), asked.copies.size()) << "another walk than the container's";
+  if (testing::Test::HasFailure()) return allocations;
+
+  const size_t step = allocations / most_tried + 1;
+  // With as many as the parse takes, none is refused.
+  for (size_t n = 0; n <= allocations; n += step) {
+    for (const bool all_later : {false, true}) {
+      SCOPED_TRACE(testing::Message() << "allocation " << n << " of " << allocations
+                                      << (all_later ? " and all later ones" : "") << " refused");
+      kit::allocation_ledger ledger;
+      all_later ? ledger.fail_from(n) : ledger.fail_after(n);
+      const kit::cycle cycle = kit::run_cycle(ledger, image, nvm);
+      EXPECT_EQ(n < allocations, ledger.failures() != 0);
+      EXPECT_EQ(n != 0, cycle.accepted);
+      const kit::left_copies expected = kit::contract_leaks(asked, {n, all_later});
+      EXPECT_EQ(expected.blocks, cycle.left_blocks);
+      EXPECT_EQ(expected.bytes, cycle.left_bytes);
+      for (const uint16_t kind : cycle.tour.incomplete) EXPECT_TRUE(may_lack_arrays(kind)) << kind;
+      if (testing::Test::HasFailure()) return allocations;
+    }
+  }
+  return allocations;
+}
