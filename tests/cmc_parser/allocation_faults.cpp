@@ -1,9 +1,7 @@
 #include "tests/cmc_parser/allocation_faults.h"
 
 #include "cmc_parser/records/kinds.h"
-#include "qo_vexb_parser.h"
-#include "tests/kit/container_cycle.h"
-#include "tests/kit/contract_leaks.h"
+#include "tests/kit/foretold_cycle.h"
 #include "tests/kit/reporting_library.h"
 
 namespace {
@@ -31,12 +29,6 @@ class allocation_numbers final : public qo::parse_report {
   size_t next_ = 0;
 };
 
-/// What the container library of the stack says to a copy of its own.
-bool is_taken_by_stack(const writer::bytes& record) {
-  std::vector<uint8_t> copy = record.vector();
-  return qo_vexb_parse_record(copy.data()) == 0;
-}
-
 /// Structures that stay in their slot without an array that there was no memory for.
 bool may_lack_arrays(uint16_t kind) {
   return kind == 1 || kind == 13 || kind == 25 || kit::counts_missing_arrays(kind);
@@ -46,7 +38,8 @@ bool may_lack_arrays(uint16_t kind) {
 
 size_t expect_exact_leaks(const std::vector<uint8_t>& image, const qo_blob* nvm,
                           size_t most_tried) {
-  kit::leak_question asked = {kit::records_of(image), {}, is_taken_by_stack};
+  const std::vector<writer::bytes> records = kit::records_of(image);
+  std::vector<size_t> copies;
   size_t allocations = 0;
   {
     kit::allocation_ledger ledger;
@@ -54,10 +47,10 @@ size_t expect_exact_leaks(const std::vector<uint8_t>& image, const qo_blob* nvm,
     const qo_blob container = writer::blob_of(image);
     qo_cmc_parser_deinit(kit::parse_container(&container, nvm, &numbers));
     allocations = ledger.allocations();
-    asked.copies = numbers.copies;
+    copies = numbers.copies;
     ledger.release_all();
   }
-  EXPECT_EQ(asked.records.size(), asked.copies.size()) << "another walk than the container's";
+  EXPECT_EQ(records.size(), copies.size()) << "another walk than the container's";
   if (testing::Test::HasFailure()) return allocations;
 
   const size_t step = allocations / most_tried + 1;
@@ -71,9 +64,8 @@ size_t expect_exact_leaks(const std::vector<uint8_t>& image, const qo_blob* nvm,
       const kit::cycle cycle = kit::run_cycle(ledger, image, nvm);
       EXPECT_EQ(n < allocations, ledger.failures() != 0);
       EXPECT_EQ(n != 0, cycle.accepted);
-      const kit::left_copies expected = kit::contract_leaks(asked, {n, all_later});
-      EXPECT_EQ(expected.blocks, cycle.left_blocks);
-      EXPECT_EQ(expected.bytes, cycle.left_bytes);
+      EXPECT_EQ(kit::contract_leaks(records, copies, kit::is_taken_by_stack, {n, all_later}),
+                kit::left_by(cycle));
       for (const uint16_t kind : cycle.tour.incomplete) EXPECT_TRUE(may_lack_arrays(kind)) << kind;
       if (testing::Test::HasFailure()) return allocations;
     }

@@ -1,6 +1,6 @@
 #include "tests/kit/contract_leaks.h"
 
-#include <algorithm>
+#include <limits>
 #include <optional>
 
 namespace kit {
@@ -107,7 +107,8 @@ size_t allocations_before_items(const bytes& record_22) {
   return entries != 0 ? 4 : 2;
 }
 
-left_copies contract_leaks(const leak_question& asked, const refusal& refused) {
+left_copies contract_leaks(const std::vector<bytes>& records, const std::vector<size_t>& copies,
+                           const stack_answer& takes_34, const refusal& refused) {
   left_copies left;
   const auto leave = [&](size_t size) {
     ++left.blocks;
@@ -115,13 +116,13 @@ left_copies contract_leaks(const leak_question& asked, const refusal& refused) {
   };
   if (refused.hits(0)) return left;  // there is no parsed CMC
   const bytes* last_34 = nullptr;
-  for (size_t i = 0; i < asked.records.size(); ++i) {
-    const bytes& record = asked.records[i];
+  for (size_t i = 0; i < records.size(); ++i) {
+    const bytes& record = records[i];
     const uint16_t kind = record.u16_at(6);
-    const auto is_refused = [&](size_t number) { return refused.hits(asked.copies[i] + number); };
+    const auto is_refused = [&](size_t number) { return refused.hits(copies[i] + number); };
     if (kind > 63 || is_refused(0)) continue;
     if (kind == 34) {
-      if (!asked.takes_34(record)) continue;
+      if (!takes_34(record)) continue;
       if (last_34 != nullptr) leave(last_34->size());
       last_34 = &record;
     } else if (kind == 22) {
@@ -135,6 +136,12 @@ left_copies contract_leaks(const leak_question& asked, const refusal& refused) {
     }
   }
   return left;
+}
+
+left_copies contract_leaks(const std::vector<uint8_t>& image, const stack_answer& takes_34) {
+  constexpr size_t never = std::numeric_limits<size_t>::max();
+  const std::vector<bytes> records = records_of(image);
+  return contract_leaks(records, std::vector<size_t>(records.size(), 1), takes_34, {never, false});
 }
 
 }  // namespace kit

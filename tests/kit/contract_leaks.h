@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <ostream>
 #include <vector>
 
 #include "writer/container_writer.h"
@@ -39,14 +40,20 @@ struct left_copies {
   friend bool operator==(const left_copies&, const left_copies&) = default;
 };
 
-/// What is left of a container after teardown.
-struct leak_question {
-  std::vector<writer::bytes> records;
-  /// Number of the allocation that each record's copy is; foreign ones have none, and any number.
-  std::vector<size_t> copies;
-  /// Whether the container library takes a record 34.
-  std::function<bool(const writer::bytes&)> takes_34;
-};
-[[nodiscard]] left_copies contract_leaks(const leak_question& asked, const refusal& refused);
+inline std::ostream& operator<<(std::ostream& out, const left_copies& left) {
+  return out << left.blocks << " blocks of " << left.bytes << " bytes";
+}
+
+/// Whether the container library of the stack takes a record 34.
+using stack_answer = std::function<bool(const writer::bytes&)>;
+
+/// What is left of these records after teardown. `copies` numbers the allocation that each one's
+/// copy is; foreign ones have none, and any number.
+[[nodiscard]] left_copies contract_leaks(const std::vector<writer::bytes>& records,
+                                         const std::vector<size_t>& copies,
+                                         const stack_answer& takes_34, const refusal& refused);
+/// The same of a container for which there is memory.
+[[nodiscard]] left_copies contract_leaks(const std::vector<uint8_t>& image,
+                                         const stack_answer& takes_34);
 
 }  // namespace kit
