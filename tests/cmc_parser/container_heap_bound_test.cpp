@@ -3,11 +3,13 @@
 #include <string>
 
 #include "cmc_parser/records/kinds.h"
+#include "tests/cmc_parser/module_grid.h"
 #include "tests/kit/container_cycle.h"
 #include "tests/kit/fake_platform.h"
 #include "tests/kit/heap_peaks.h"
 #include "tests/kit/module_calibration.h"
 #include "tests/kit/row_name.h"
+#include "writer/nvm_writer.h"
 #include "writer/records.h"
 
 namespace {
@@ -23,15 +25,19 @@ constexpr size_t most_blocks(size_t image_bytes) { return image_bytes * 3 / 4 + 
 constexpr size_t derived_bytes = 8 * 65535;
 constexpr size_t merge_bytes = 5 * 1024;
 
-size_t peak_of(const std::vector<uint8_t>& image) {
+constexpr uint8_t some_image[] = {1};
+constexpr qo_blob some_nvm = {some_image, sizeof some_image};
+
+size_t peak_of(const std::vector<uint8_t>& image, const qo_blob* nvm = nullptr) {
   kit::allocation_ledger ledger;
-  kit::run_cycle(ledger, image);
+  kit::run_cycle(ledger, image, nvm);
   return ledger.peak_bytes();
 }
 
-void expect_bounded(const std::vector<uint8_t>& image, size_t extra = 0) {
+void expect_bounded(const std::vector<uint8_t>& image, size_t extra = 0,
+                    const qo_blob* nvm = nullptr) {
   kit::allocation_ledger ledger;
-  kit::run_cycle(ledger, image);
+  kit::run_cycle(ledger, image, nvm);
   EXPECT_GE(bytes_per_byte * image.size() + fixed_bytes + extra, ledger.peak_bytes());
   const kit::heap_peaks peaks = kit::peaks_of(ledger.calls());
   EXPECT_GE(most_blocks(image.size()), peaks.blocks);
@@ -237,10 +243,8 @@ TEST_P(MergeHeapBound, HoldsWithTheMostSetsThatAModuleCanHave) {
                                          .add(writer::record_28(target))
                                          .add(writer::record_33(source))
                                          .image();
-  const uint8_t some_image[] = {1};
-  const qo_blob nvm = {some_image, 1};
   kit::allocation_ledger ledger;
-  kit::run_cycle(ledger, image, &nvm);
+  kit::run_cycle(ledger, image, &some_nvm);
   const size_t block = size_t{16} * c.width * c.height;
   size_t blocks = 0;
   for (const kit::heap_call& call : ledger.calls())
@@ -251,6 +255,9 @@ TEST_P(MergeHeapBound, HoldsWithTheMostSetsThatAModuleCanHave) {
   EXPECT_GE(bytes_per_byte * image.size() + fixed_bytes + merge_bytes + working,
             ledger.peak_bytes());
   EXPECT_GE(c.most_times * image.size() + fixed_bytes + merge_bytes + working, ledger.peak_bytes());
+  const kit::heap_peaks peaks = kit::peaks_of(ledger.calls());
+  EXPECT_GE(most_blocks(image.size()), peaks.blocks);
+  EXPECT_GE(served_per_byte * image.size() + fixed_bytes + merge_bytes + working, peaks.served);
 }
 
 // By hand, in units of one large plane: a light takes one or four units of the container, its
@@ -267,6 +274,46 @@ const merge_heap_case merge_heap_cases[] = {
     {"planes_of_four_samples", 2, 2, 200, 9, 7, true, true, 200, 11},
 };
 INSTANTIATE_TEST_SUITE_P(Table, MergeHeapBound, testing::ValuesIn(merge_heap_cases), kit::row_name);
+
+TEST(HeapBound, ACalibrationGridAddsItsSizeOnceHoweverManyRecords30TakeIt) {
+  for (const uint8_t side : std::initializer_list<uint8_t>{1, 16, 255}) {
+    module_grid with_values(side, side, 3, std::vector<uint32_t>(size_t{side} * side, 900));
+    module_grid without_values(side, side);
+    for (module_grid* const grid : {&with_values, &without_values}) {
+      kit::fake_platform platform;
+      platform.answer_images_with(&grid->module());
+      for (const uint8_t version : std::initializer_list<uint8_t>{100, 101, 102}) {
+        SCOPED_TRACE(testing::Message() << "side " << int{side} << ", version " << int{version});
+        const bytes record = writer::record_30({.items = 1,
+                                                .width = 1,
+                                                .height = 1,
+                                                .trailing_rows = 0,
+                                                .grid = {500},
+                                                .version = version});
+        container many;
+        for (int i = 0; i < 20; ++i) many.add(record);
+        const size_t grid_bytes = size_t{4} * side * side;
+        expect_bounded(container().add(record).image(), grid_bytes, &some_nvm);
+        expect_bounded(many.image(), grid_bytes, &some_nvm);
+        // From below: the grid is there.
+        EXPECT_LT(grid_bytes, peak_of(many.image(), &some_nvm));
+      }
+    }
+  }
+}
+
+TEST(HeapBound, EveryGoodRecordBesideAModuleStaysBelowTheMultiple) {
+  const bytes module = writer::nvm_image({.columns = 17, .rows = 13, .grid = writer::nvm_grid{}});
+  const qo_blob nvm = {module.data(), static_cast<uint32_t>(module.size())};
+  const size_t extra = 4 * 9 * 7 + merge_bytes + 136 * 17 * 13;
+  container all;
+  for (const writer::named_record& record : writer::every_good_record()) {
+    SCOPED_TRACE(record.name);
+    expect_bounded(container().add(record.content).image(), extra, &nvm);
+    all.add(record.content);
+  }
+  expect_bounded(all.image(), extra, &nvm);
+}
 
 TEST(HeapBound, TheOthersBlockNeverGrows) {
   for (const uint32_t count : {0u, 1u, 8u, 0xffffffffu}) {
