@@ -10,6 +10,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench/families.h"
@@ -20,6 +21,7 @@
 #include "qo_cmc/parser.h"
 #include "tests/kit/allocation_ledger.h"
 #include "writer/container_writer.h"
+#include "writer/nvm_writer.h"
 #include "writer/records.h"
 
 namespace bench {
@@ -144,6 +146,45 @@ void fill_parse(contest& race, const container_image& image) {
   race.onlooker("with private copies", least(least_work::blocks::all));
 }
 
+/// The shortest records whose one value is blended with a module's grid.
+writer::container blended_records(size_t count) {
+  const writer::bytes record = writer::record_30(
+      {.items = 1, .width = 1, .height = 1, .trailing_rows = 0, .grid = {500}, .version = 101});
+  writer::container made;
+  for (size_t i = 0; i < count; ++i) made.add(record);
+  return made;
+}
+
+/// The largest grid that a module can have, and no sets.
+writer::bytes module_with_largest_grid() {
+  return writer::nvm_image({.columns = 0,
+                            .rows = 0,
+                            .sets = {},
+                            .grid = writer::nvm_grid{.width = UINT8_MAX, .height = UINT8_MAX}});
+}
+constexpr size_t largest_grid_values = size_t{UINT8_MAX} * UINT8_MAX;
+
+/// From the container and the module's image to the released slots.
+void fill_blend(contest& race, const container_image& image, const container_image& module,
+                size_t count) {
+  race.ours([image, module] {
+    const qo_blob container = image.blob();
+    const qo_blob nvm = module.blob();
+    parsed_cmc* const cmc = qo_cmc_parser_init_v1(&container, &nvm);
+    keep(cmc);
+    qo_cmc_parser_deinit(cmc);
+  });
+  // Each record reads the grid, and writes one.
+  const plane from = with_noise(dense_plane(sample::u32, UINT8_MAX, UINT8_MAX));
+  const plane to = dense_plane(sample::u32, UINT8_MAX, UINT8_MAX);
+  race.bound_by_work([from, to, count] {
+    for (size_t i = 0; i < count; ++i) {
+      std::memcpy(to.as<char>(), from.as<char>(), sizeof(uint32_t) * largest_grid_values);
+      keep(to.as<char>());
+    }
+  });
+}
+
 uint32_t sum_of_words(const container_image& image, size_t first) {
   uint32_t sum = 0;
   for (size_t i = first; i + 4 <= image.size(); i += 4) {
@@ -208,6 +249,21 @@ void add_parser_rows(rows& all) {
            .rival = contest::work_name,
            .fill = [image, rule](contest& race) { fill_checksum(race, image, rule); }});
     }
+  // What takes longest for its size: only the last record's grid stays. No goal is set.
+  const std::pair<const char*, size_t> blends[] = {{"blend with 255 x 255 once", 1},
+                                                   {"blend with 255 x 255 in 64 KiB", 1637}};
+  for (const auto& [name, count] : blends) {
+    const container_image image(blended_records(count).image());
+    const container_image module(module_with_largest_grid().vector());
+    all.push_back({.name = name,
+                   .samples = largest_grid_values * count,
+                   .avx512 = {},
+                   .avx2 = {},
+                   .rival = contest::work_name,
+                   .fill = [image, module, times = count](contest& race) {
+                     fill_blend(race, image, module, times);
+                   }});
+  }
 }
 
 }  // namespace bench
