@@ -216,6 +216,26 @@ TEST_F(AllocationFaults, OfTheDerivedRecord) {
   }
 }
 
+TEST_F(AllocationFaults, WhileTheStackRefusesEverything) {
+  platform_.answer_records_with(1);
+  platform_.answer_images_with(nullptr, 1);
+  const std::vector<bytes> records = {writer::record_3(),  writer::record_9(),  writer::record_31(),
+                                      writer::record_34(), writer::record_34(), writer::record_22(),
+                                      writer::record_19()};
+  expect_exact_leaks(container().add(records).image(), &some_nvm);
+}
+
+TEST_F(AllocationFaults, WhileTheStackMakesEveryRecordEmpty) {
+  platform_.decode_records_with([](void* record) {
+    memset(record, 0, sizeof(uint32_t));
+    return uint32_t{0};
+  });
+  const std::vector<bytes> records = {writer::record_9(), writer::record_34({.blocks = {}}),
+                                      writer::record_34({.blocks = {}}), writer::record_32(),
+                                      writer::record_34({.blocks = {}})};
+  expect_exact_leaks(container().add(records).image());
+}
+
 TEST_F(AllocationFaults, OfTheOthersBlock) {
   const std::vector<uint8_t> image =
       container().add(writer::record_5()).add(writer::record_722()).image();
