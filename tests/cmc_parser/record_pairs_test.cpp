@@ -2,6 +2,8 @@
 // holds when its record is alone, but where two kinds share a slot, and where the derived record is
 // made of two.
 
+#include <algorithm>
+#include <cstring>
 #include <iterator>
 #include <map>
 #include <string>
