@@ -66,12 +66,15 @@ TEST(CHeap, CopiesTakeSourcesOfAnyAlignment) {
 }
 
 TEST(CHeap, SizesThatOverflowAreRefused) {
-  volatile size_t huge = SIZE_MAX / 2;  // known only at run time, or the compiler refuses it
-  const size_t count = huge;
   const uint32_t source = 1;
-  EXPECT_EQ(nullptr, qo::c_new_array<uint32_t>(count));
-  EXPECT_EQ(nullptr, qo::c_new_array_to_fill<uint32_t>(count));
-  EXPECT_EQ(nullptr, qo::c_copy_array<uint32_t>(&source, count));
+  // The second, times four, would wrap to the four bytes that there are.
+  for (const size_t wrapping : {SIZE_MAX / 2, SIZE_MAX / 4 + 2}) {
+    volatile size_t huge = wrapping;  // known only at run time, or the compiler refuses it
+    const size_t count = huge;
+    EXPECT_EQ(nullptr, qo::c_new_array<uint32_t>(count));
+    EXPECT_EQ(nullptr, qo::c_new_array_to_fill<uint32_t>(count));
+    EXPECT_EQ(nullptr, qo::c_copy_array<uint32_t>(&source, count));
+  }
 }
 
 TEST(CHeap, ReleasingEmptiesTheMember) {

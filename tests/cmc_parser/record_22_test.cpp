@@ -214,6 +214,14 @@ TEST(Record22, ListsThatDoNotFitLeaveTheirCountAlone) {
 
 TEST(Record22, ListEntriesWithMoreValuesThanTheRecordHoldsDoNotFit) {
   const writer::record_22_fields fields = {.list_counts = {1, 1}};
+  writer::bytes listless = writer::record_22(fields);
+  listless.patch_i32(record_22_places(fields).list + 4, -1);
+  size_t without_list = 0;
+  {
+    kit::decoder_fixture decoder;
+    (void)decoder.decode(listless);
+    without_list = decoder.ledger().allocations();
+  }
   for (const size_t entry : kit::size_list{0, 1})
     for (const uint32_t count : {3u, 13u, 0x10000u, 0x40000001u, 0xffffffffu}) {
       writer::bytes record = writer::record_22(fields);
@@ -222,6 +230,8 @@ TEST(Record22, ListEntriesWithMoreValuesThanTheRecordHoldsDoNotFit) {
       (void)decoder.decode(record);
       expect_parts(decoder, record, fields,
                    {.counts = true, .items = true, .block = true, .list_count = 2});
+      // Without memory for so many values a list that is tried would be missing as well.
+      EXPECT_EQ(without_list, decoder.ledger().allocations()) << count;
     }
 }
 
