@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 
 #include "qo_cmc/lsc.h"
@@ -254,6 +255,20 @@ TEST(LuDecompositionM, OfANullSourceFactorisesZeros) {
   EXPECT_TRUE(std::isnan(dst[3]));
   EXPECT_TRUE(std::isnan(dst[8]));
   EXPECT_EQ(index[2], 2);
+}
+
+TEST(LuDecompositionM, OfANullSourceFactorisesZerosIntoSpacedElementsToo) {
+  float dst[16];
+  std::fill(std::begin(dst), std::end(dst), 7.0f);
+  int32_t index[2] = {7, 7};
+  ASSERT_EQ(lu_decomposition_m(nullptr, 8, 4, index, dst, 32, 8, 2), 0u);
+  EXPECT_EQ(0.0f, dst[0]);
+  EXPECT_EQ(0.0f, dst[2]);
+  EXPECT_TRUE(std::isnan(dst[8]));
+  EXPECT_TRUE(std::isnan(dst[10]));
+  EXPECT_EQ(7.0f, dst[1]);
+  EXPECT_EQ(7.0f, dst[9]);
+  EXPECT_EQ(1, index[1]);
 }
 
 TEST(LuDecompositionM, WithSourceStridesThatLeaveTheContiguousCopyIsRefused) {
