@@ -71,12 +71,10 @@ uint32_t lu_decomposition(float* design, float* design_t, float* lu, int32_t* ds
   const int32_t samples = static_cast<int32_t>(uint32_t{width} * height);
   const int32_t terms = term_count;
   if (transpose_m(design, terms * element, element, terms, samples, design_t, samples * element,
-                  element) != QO_CMC_OK)
-    return QO_CMC_STEP_FAILED;
-  if (mul_mm(design_t, samples * element, element, samples, terms, design, terms * element, element,
-             terms, samples, normal.get(), terms * element, element) != QO_CMC_OK)
-    return QO_CMC_STEP_FAILED;
-  if (lu_decomposition_m(normal.get(), terms * element, element, dst_index, lu, terms * element,
+                  element) != QO_CMC_OK ||
+      mul_mm(design_t, samples * element, element, samples, terms, design, terms * element, element,
+             terms, samples, normal.get(), terms * element, element) != QO_CMC_OK ||
+      lu_decomposition_m(normal.get(), terms * element, element, dst_index, lu, terms * element,
                          element, terms) != QO_CMC_OK)
     return QO_CMC_STEP_FAILED;
   return QO_CMC_OK;

@@ -62,12 +62,12 @@ const row_table* find_rows(instruction_set set) {
 #if defined(QO_ROWS_HAVE_AVX2)
       if (has_avx2()) return &rows_avx2::table;
 #endif
-      return nullptr;
+      break;
     case instruction_set::avx512:
 #if defined(QO_ROWS_HAVE_AVX512)
       if (has_avx512()) return &rows_avx512::table;
 #endif
-      return nullptr;
+      break;
   }
   return nullptr;
 }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -55,6 +56,16 @@ TEST(RowTable, ANamedTableIsUsedUntilAnotherIsNamed) {
 }
 
 #if defined(__x86_64__) && defined(QO_ROWS_ALL)
+TEST(RowTable, AnEmulatedProcessorGetsTheBestTableThatItCanRun) {
+  const char* const best = getenv("QO_BEST_ROWS");
+  if (best == nullptr) GTEST_SKIP() << "not emulated";
+  const std::string name = best;
+  const qo::row_table* const avx2 = qo::find_rows(qo::instruction_set::avx2);
+  ASSERT_EQ(name == "avx2", avx2 != nullptr);
+  EXPECT_EQ(nullptr, qo::find_rows(qo::instruction_set::avx512));
+  EXPECT_EQ(name == "avx2" ? avx2 : qo::find_rows(qo::instruction_set::base), &qo::rows());
+}
+
 TEST(RowTable, ASetIsFoundExactlyWhereTheSystemListsItsFeatures) {
   EXPECT_EQ(system_lists({"avx2"}), qo::find_rows(qo::instruction_set::avx2) != nullptr);
   EXPECT_EQ(system_lists({"avx2", "avx512f", "avx512bw", "avx512dq", "avx512vl", "avx512vbmi"}),
