@@ -156,6 +156,19 @@ TEST(AreaDownscale, LargeSizesHaveTheReferenceBits) {
   }
 }
 
+TEST(AreaDownscale, SingleRowsOfColumnsOfManyTapsHaveTheReferenceBits) {
+  // The last band is the plane's last row alone, whose taps may end with the plane.
+  guarded_downscale downscaler(161 * 5, 32 * 4);
+  for (int in = 15; in <= 160; ++in)
+    for (const int taps : {5, 6, 9}) {
+      const int out = in / taps;
+      if (out < 3) continue;
+      const region corner{1, 1, in, 4};
+      ASSERT_TRUE(downscaler.matches({in + 1, 5, out, 4}, guard_side::before, &corner));
+      ASSERT_TRUE(downscaler.matches({in + 1, 5, out, 4}, guard_side::behind, &corner));
+    }
+}
+
 TEST(AreaDownscale, HalfOfEverySizeTo280HasTheReferenceBits) {
   guarded_downscale downscaler(281 * 7, 140 * 3);
   for (int out = 3; out <= 140; ++out) {

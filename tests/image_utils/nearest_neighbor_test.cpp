@@ -180,6 +180,20 @@ TEST(NearestNeighborMaximum, OfAStripsFirstBlockCountsAllItsColumns) {
   }
 }
 
+TEST(NearestNeighborMaximum, OfABlockWiderThanAStripCountsTheColumnPastTheRow) {
+  // Seven times the rounded seventh of these widths is rounded up: the last block ends one column
+  // past the row, with the first sample of the next one.
+  for (const int64_t width : {int64_t{28673}, int64_t{28680}, int64_t{28687}, int64_t{28701}}) {
+    const sizes s{width, 3, 7, 2};
+    std::vector<int32_t> src(static_cast<size_t>(3 * width));
+    src[static_cast<size_t>(2 * width)] = 9;
+    std::vector<uint32_t> dst(14);
+    ASSERT_EQ(uint32_t{QO_CMC_OK}, downscale(src.data(), dst.data(), s, 1));
+    EXPECT_EQ(1, std::count(dst.begin(), dst.end(), 9u)) << width;
+    EXPECT_TRUE(same_bits(maximum_reference(src.data(), s), dst.data(), 7)) << width;
+  }
+}
+
 TEST(NearestNeighbor, AnyNumberOfEqualRowsHasTheReferenceBits) {
   every_scaler scalers(40 * 5, 40 * 1100);
   for (const int64_t height :
