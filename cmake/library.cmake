@@ -3,6 +3,16 @@
 # The objects stand apart from the shared library so that tests can link the functions it hides.
 set(qo_library_flags -fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
     -fvisibility-inlines-hidden -fstack-protector-strong)
+if(QO_COVERAGE)
+  # Not optimised: what compilers merge or drop could not be told apart.
+  set(qo_coverage_flags -O0 --coverage -fprofile-abs-path)
+  # Each object counts its own copy of what headers hold: the linker would take one for all. GCC
+  # warns that constants are copied too.
+  list(APPEND qo_library_flags ${qo_coverage_flags} -fno-weak -w)
+  # Nor are kernels inlined, so that a branch is counted once, not once more for each use.
+  list(APPEND qo_library_flags -Dalways_inline=)
+  add_link_options(--coverage)
+endif()
 add_library(qo_cmc_objects OBJECT)
 add_subdirectory(${PROJECT_SOURCE_DIR}/cmc_parser)
 add_subdirectory(${PROJECT_SOURCE_DIR}/lsc)

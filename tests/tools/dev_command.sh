@@ -44,6 +44,8 @@ refuses 'a preset and a regular expression, no more' test release a b
 refuses "no fuzz target is named 'resize'; there are: " fuzz resize
 refuses "no fuzz target is named 'resize'; there are: " corpus resize
 refuses "a number of seconds, not 'long'" fuzz all long
+refuses 'coverage takes no argument' coverage all
+refuses 'defects takes one regular expression' defects a b
 [[ ! -e build ]] || report 'wrong arguments make a build folder'
 refuses "'cmake' is missing" demo
 
