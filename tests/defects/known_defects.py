@@ -81,7 +81,7 @@ DEFECTS = [
         find="name_length = record.string_length(name_offset);",
         replace="""name_length(extent(static_cast<uint32_t>(
       strlen(reinterpret_cast<const char*>(record.at(name_offset))))));""",
-        tests="^general_test$|^parser_fuzz_replay$",
+        tests=r"^general_test$|^parser_fuzz_replay\.",
         build="asan",
     ),
     Defect(
@@ -91,7 +91,7 @@ DEFECTS = [
         find="length = record.string_length(offset);",
         replace="""length(extent(static_cast<uint32_t>(
         strlen(reinterpret_cast<const char*>(record.at(offset))))));""",
-        tests="^general_test$|^parser_fuzz_replay$",
+        tests=r"^general_test$|^parser_fuzz_replay\.",
         build="asan",
     ),
     Defect(
@@ -205,7 +205,7 @@ DEFECTS = [
         file="cmc_parser/records/record_30.cpp",
         find="content.grid = c_new_array<uint32_t>(values.value());",
         replace="content.grid = c_new_array<uint32_t>(record_values.value());",
-        tests="^record_30_test$|^module_fuzz_replay$",
+        tests=r"^record_30_test$|^module_fuzz_replay\.",
         build="asan",
     ),
     Defect(
