@@ -74,7 +74,8 @@ std::vector<reading> readings_of(const std::vector<uint8_t>& input) {
     writer::seal(image);
     readings.push_back({std::move(image), std::move(nvm)});
   };
-  for (size_t choices = 0; choices < std::min<size_t>(input.size(), 2); ++choices) {
+  for (const size_t choices : {size_t{0}, size_t{1}, size_t{4}}) {
+    if (choices > input.size()) break;
     const std::vector<uint8_t> rest(input.begin() + static_cast<ptrdiff_t>(choices), input.end());
     add(rest, {});
     if (rest.size() < 4) continue;
