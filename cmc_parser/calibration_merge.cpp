@@ -70,8 +70,8 @@ merge_result merge_calibration(parsed_cmc& cmc, const calibration& module) {
                               sets_that_scale(target, source, cfa_layout));
   if (gains.get() == nullptr) return {reason::gains_not_computed};
   // A correction that stops half-way leaves the lights before that corrected, on purpose.
-  const correction_result corrected =
-      correct_samples(&target, &source, gains.get(), cfa_layout, plane_order);
+  const correction_result corrected = correct_samples(
+      &target, &source, gains.get(), cfa_layout, plane_order, averaged_greens::of_scaled_sites);
   return {reason_of(corrected.fault), corrected.lights};
 }
 

@@ -115,7 +115,7 @@ void correct_tables(const colour_cell& cell, const colour_planes& planes,
 
 correction_result correct_samples(lens_shading_set* target, const lens_shading_set* source,
                                   computed_upscale_lsc_tables* gains, uint32_t cfa_layout,
-                                  uint32_t plane_order) {
+                                  uint32_t plane_order, averaged_greens greens) {
   constexpr correction_result missing = {QO_CMC_INVALID_SIZE, correction_fault::missing_argument};
   if (target == nullptr || source == nullptr || gains == nullptr) return missing;
   if (target->light_count == 0) return {};
@@ -140,7 +140,9 @@ correction_result correct_samples(lens_shading_set* target, const lens_shading_s
     const colour_planes planes(table, numbers, samples);
     // Contract: in place, for each light. A table that serves two lights is averaged twice, which
     // changes nothing more.
-    if (cell.side == 4) rows().gains.average(planes[colour::G1], planes[colour::G2], samples);
+    if (cell.side == 4 &&
+        (greens == averaged_greens::of_every_light || has_scaled_site(cell, from, to)))
+      rows().gains.average(planes[colour::G1], planes[colour::G2], samples);
     copy_leading_fields(from, to);
     correct_tables(cell, planes, from, to, samples);
   }
@@ -164,5 +166,7 @@ uint64_t ratio_based_sample_to_sample_correction(lens_shading_set* target,
                                                  const lens_shading_set* source,
                                                  computed_upscale_lsc_tables* gains,
                                                  uint32_t cfa_layout, uint32_t plane_order) {
-  return qo::correct_samples(target, source, gains, cfa_layout, plane_order).code;
+  return qo::correct_samples(target, source, gains, cfa_layout, plane_order,
+                             qo::averaged_greens::of_every_light)
+      .code;
 }

@@ -85,8 +85,7 @@ parsed_cmc* qo_cmc_parser_init(const qo_blob* container);
  * Time. In proportion to the container's size, but for what is made of an NVM image: every record
  * 30, though only the last one stays, takes a grid as large as the calibration grid, 255 x 255 at
  * most, and in version 101 blends it, so that a container of 64 KiB may do it 1637 times; and the
- * rebuild works on four planes of width x height samples for each calibration set, and, with a cell
- * of 4 x 4 sites, on two for each light.
+ * rebuild works on four planes of width x height samples for each calibration set.
  */
 parsed_cmc* qo_cmc_parser_init_v1(const qo_blob* container, const qo_blob* nvm);
 

@@ -451,8 +451,7 @@ TEST(CalibrationMerge, IsStoppedByASetThatNoLightNames) {
 }
 
 TEST(CalibrationMerge, OfALightWithoutTablesAveragesTheGreensOfNobody) {
-  // A large cell averages greens for every light, in the block that the others share too: the
-  // target has no tables, so no set is kept.
+  // The target has no tables, so no set is kept, and its lights name the block of the others.
   constexpr uint16_t lights = 6;
   writer::mapped_grid_fields ext = grid_of(ext_sample);
   ext.lights = lights;
