@@ -107,6 +107,16 @@ image module_with_grid(uint8_t width, uint8_t height) {
       .vector();
 }
 
+/// A module whose grid is the largest, and has no values.
+image module_with_grid_of_nothing() {
+  return writer::nvm_image(
+             {.columns = 0,
+              .rows = 0,
+              .sets = {},
+              .grid = writer::nvm_grid{.width = 255, .height = 255, .has_values = false}})
+      .vector();
+}
+
 /// A container that is merged, with lens-shading records of its own.
 image merging_container(const bytes& record_28, const bytes& record_33) {
   return container_of({writer::record_2(), writer::record_17(), record_28, record_33});
@@ -140,6 +150,7 @@ std::vector<image_parts> demanding_images() {
     add(module_with_grid(90, 90), container_of_repeated(record, 31000));
     add(module_with_grid(255, 32), container_of_repeated(record, 31000));
     add(module_with_grid(5, 5), container_of_repeated(record, 63000));
+    add(module_with_grid_of_nothing(), container_of_repeated(record, 63000));
   }
   // Every set is built for the largest grid that a plane backs.
   for (const uint16_t layout : {uint16_t{0}, uint16_t{256}}) {
@@ -158,6 +169,15 @@ std::vector<image_parts> demanding_images() {
   add(module_of_many_sets(),
       merging_container(writer::record_28({.width = 110, .height = 110, .channel_map = no_planes}),
                         writer::record_33({.channel_map = no_planes})));
+  // A large cell, and lights of either form that have no table, each with a grid as large as such a
+  // record may have.
+  const writer::mapped_grid_fields lights = {
+      .lights = 1350, .width = 120, .height = 120, .channel_map = no_planes};
+  writer::mapped_grid_fields sources = lights;
+  sources.heads.assign(lights.lights, {});  // every one names the first set
+  add(kit::module_image(1),
+      container_of({writer::record_2({.cfa_layout = 256}), writer::record_17(),
+                    writer::record_28(lights), writer::record_33(sources)}));
   return all;
 }
 
