@@ -24,7 +24,7 @@
 #include "fuzz/target.h"
 #include "qo_cmc/parser.h"
 #include "qo_nvm.h"
-#include "tests/kit/merging_module.h"
+#include "writer/nvm_writer.h"
 
 namespace {
 
@@ -68,7 +68,9 @@ void parse(const writer::bytes& record, parsed_cmc& cmc, const calibration* modu
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const std::vector<uint8_t> image = kit::module_image();
+  // Of a module's calibration a record is shown the grid alone.
+  static const std::vector<uint8_t> image =
+      writer::nvm_image({.columns = 7, .rows = 6, .grid = writer::nvm_grid{}}).vector();
   const fuzz::record_input input = fuzz::record_input_of(data, size);
   const qo_blob nvm = writer::blob_of(image);
   calibration* module = nullptr;
