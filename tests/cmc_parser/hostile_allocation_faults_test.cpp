@@ -8,6 +8,7 @@
 #include <iterator>
 #include <random>
 
+#include "fuzz/record_input.h"
 #include "tests/cmc_parser/allocation_faults.h"
 #include "tests/kit/container_cycle.h"
 #include "tests/kit/fake_platform.h"
@@ -42,14 +43,17 @@ std::vector<uint8_t> altered_container(uint32_t n) {
   return altered.image();
 }
 
+std::vector<uint8_t> module_with_grid() {
+  return writer::nvm_image({.columns = 7, .rows = 6, .grid = writer::nvm_grid{}}).vector();
+}
+
 class HostileAllocationFaults : public testing::TestWithParam<uint32_t> {
  protected:
   const kit::fake_platform quiet_;
 };
 
 TEST_P(HostileAllocationFaults, OfAlteredRecords) {
-  const std::vector<uint8_t> module =
-      writer::nvm_image({.columns = 7, .rows = 6, .grid = writer::nvm_grid{}}).vector();
+  const std::vector<uint8_t> module = module_with_grid();
   const qo_blob nvm = writer::blob_of(module);
   for (uint32_t n = 0; n < 400; ++n) {
     SCOPED_TRACE(GetParam() + n);
@@ -67,6 +71,15 @@ struct reading {
   std::vector<uint8_t> nvm;
 };
 
+/// Single records, and pairs of them, that the target of these holds.
+reading reading_of_records(const std::vector<uint8_t>& input) {
+  const fuzz::record_input records = fuzz::record_input_of(input.data(), input.size());
+  container image;
+  image.add(records.first);
+  if (records.second) image.add(*records.second);
+  return {image.image(), records.calibrated ? module_with_grid() : std::vector<uint8_t>{}};
+}
+
 std::vector<reading> readings_of(const std::vector<uint8_t>& input) {
   std::vector<reading> readings;
   const auto add = [&](std::vector<uint8_t> image, std::vector<uint8_t> nvm) {
@@ -74,7 +87,7 @@ std::vector<reading> readings_of(const std::vector<uint8_t>& input) {
     writer::seal(image);
     readings.push_back({std::move(image), std::move(nvm)});
   };
-  for (const size_t choices : {size_t{0}, size_t{1}, size_t{4}}) {
+  for (const size_t choices : {size_t{0}, size_t{1}, size_t{4}, size_t{26}}) {
     if (choices > input.size()) break;
     const std::vector<uint8_t> rest(input.begin() + static_cast<ptrdiff_t>(choices), input.end());
     add(rest, {});
@@ -95,7 +108,10 @@ TEST(CorpusAllocationFaults, OfEveryInputOfTheFuzzTargets) {
     SCOPED_TRACE(entry.path());
     std::ifstream file(entry.path(), std::ios::binary);
     const std::vector<uint8_t> input(std::istreambuf_iterator<char>(file), {});
-    for (const reading& each : readings_of(input)) {
+    std::vector<reading> readings = readings_of(input);
+    if (entry.path().parent_path().filename() == "record_fuzz")
+      readings = {reading_of_records(input)};
+    for (const reading& each : readings) {
       const qo_blob nvm = writer::blob_of(each.nvm);
       expect_exact_leaks(each.image, &nvm, most_tried);
       if (testing::Test::HasFailure()) return;
