@@ -52,7 +52,7 @@ fuzzer() {
 fuzz_target() {
   local target=$3 work=build/fuzz/corpus/$3 found=build/fuzz/findings/$3 seeds=build/fuzz/seeds/$3
   local log=build/log/$3.log input
-  rm -rf "$seeds"
+  rm -rf "$seeds" "$log"  # of an earlier run the table would show figures as if they were this one's
   mkdir -p "$work" "$found" "$seeds" "fuzz/corpus/$target" build/log
   "build/fuzz/bin/${target}_replay" --write "$seeds" >/dev/null
   # Of earlier findings those remain that still are.
@@ -66,10 +66,17 @@ fuzz_target() {
       "$target" "$found" "$log" >&2
     return 1
   }
+  # An earlier finding that still is one need not have been found again.
+  for input in "$found"/*; do
+    if [[ -f $input ]]; then
+      printf '%s still fails with %s\n' "$target" "$input" >&2
+      return 1
+    fi
+  done
 }
 
 # last_number LOG PATTERN: the number that PATTERN marks in the last line that has it
-last_number() { sed -n "s/$2/\\1/p" "$1" | tail -n 1; }
+last_number() { if [[ -f $1 ]]; then sed -n "s/$2/\\1/p" "$1" | tail -n 1; fi; }
 
 # fuzz_table TARGET...: edges are those that any input has reached, of the library, of the
 # target and, in targets of the tool, of the tool.
@@ -114,7 +121,8 @@ run_fuzz() {
 }
 
 # run_corpus [TARGET|all]: of what fuzzers found, the fewest inputs that reach all its edges; none
-# above 4 KiB, for the repository's sake, and because seeds are what asks for much.
+# above 4 KiB, for the repository's sake, and because seeds are what asks for much. A file with a
+# name of its own, and not libFuzzer's, is a finding.
 run_corpus() {
   local targets target kept small
   targets=$(fuzz_targets_named "${1-all}")
@@ -127,6 +135,9 @@ run_corpus() {
     mkdir -p "$kept" "$small" "build/fuzz/corpus/$target" "fuzz/corpus/$target"
     find "fuzz/corpus/$target" "build/fuzz/corpus/$target" -type f -size -9 -exec cp -t "$small" {} +
     quietly fuzzer "$target" -set_cover_merge=1 -use_counters=0 "$kept" "$small"
+    # What was found once keeps its name, and stays though others reach as much.
+    find "fuzz/corpus/$target" -type f -regextype posix-extended \
+      ! -regex '.*/[0-9a-f]{40}' -exec cp -t "$kept" {} +
     rm -rf "fuzz/corpus/$target"
     cp -r "$kept" "fuzz/corpus/$target"
     printf '%-20s %5s inputs, %s bytes\n' "$target" "$(find "$kept" -type f | wc -l)" \
