@@ -1,4 +1,4 @@
-# libqo_cmc_parser.so: its objects, its link, its installation.
+# libqo_cmc_parser.so: its objects and its link.
 
 # The objects stand apart from the shared library so that tests can link the functions it hides.
 set(qo_library_flags -fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
@@ -32,6 +32,7 @@ target_include_directories(qo_cmc_parser PUBLIC
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_libraries(qo_cmc_parser PRIVATE qo_log qo_vexb_parser qo_nvm)
+add_library(qo::cmc_parser ALIAS qo_cmc_parser)
 
 # Linked by the C driver and with only what is needed: the C++ runtime is never loaded.
 set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
@@ -58,12 +59,3 @@ if(QO_PLATFORM_ROOT)
 else()
   target_link_libraries(qo_cmc_internal PUBLIC qo_vexb_parser_static qo_nvm_static)
 endif()
-
-install(TARGETS qo_cmc_parser LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(CODE "file(RPATH_REMOVE FILE
-  \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libqo_cmc_parser.so\")")
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qo_cmc DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-configure_file(${PROJECT_SOURCE_DIR}/cmake/qo_cmc_parser.pc.in
-               ${PROJECT_BINARY_DIR}/qo_cmc_parser.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/qo_cmc_parser.pc
-        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

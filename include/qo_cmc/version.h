@@ -1,0 +1,13 @@
+/**
+ * @file
+ * The version of the library whose interface these headers describe, by the rules of Semantic
+ * Versioning 2.0.0. The library itself states none: which one runs is a matter of what is installed.
+ */
+#ifndef QO_CMC_VERSION_H
+#define QO_CMC_VERSION_H
+
+#define QO_CMC_VERSION_MAJOR 0 /**< grows when clients have to be changed */
+#define QO_CMC_VERSION_MINOR 1 /**< grows with what is added */
+#define QO_CMC_VERSION_PATCH 0 /**< grows with what is mended */
+
+#endif
