@@ -36,13 +36,14 @@ add_library(qo::cmc_parser ALIAS qo_cmc_parser)
 
 # Linked by the C driver and with only what is needed: the C++ runtime is never loaded.
 set(exports ${PROJECT_SOURCE_DIR}/cmake/exports.map)
-set_target_properties(qo_cmc_parser PROPERTIES
-  LINKER_LANGUAGE C
-  LINK_DEPENDS ${exports}
+set_target_properties(qo_cmc_parser PROPERTIES LINKER_LANGUAGE C LINK_DEPENDS ${exports})
+if(PROJECT_IS_TOP_LEVEL)
   # The stand-ins are found beside a built library, never beside an installed one. CMake's own
   # switch of run paths would pad this one with an empty element: the current directory.
-  BUILD_WITH_INSTALL_RPATH ON
-  INSTALL_RPATH "$ORIGIN/platform")
+  set_target_properties(qo_cmc_parser PROPERTIES
+    BUILD_WITH_INSTALL_RPATH ON
+    INSTALL_RPATH "$ORIGIN/platform")
+endif()
 target_link_options(qo_cmc_parser PRIVATE
   -static-libgcc -Wl,--as-needed -Wl,--version-script=${exports} -Wl,--no-undefined
   -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack ${qo_from_executable})

@@ -1,0 +1,2 @@
+// The same in C++.
+#include "client.c"
