@@ -22,7 +22,7 @@
 const fuzz::input_form fuzz::form = {.choices = 1, .has_nvm = false};
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const std::vector<uint8_t> module = kit::module_image();
+  static const std::vector<uint8_t> module = kit::module_image(2, writer::nvm_grid{});
   if (size == 0) return 0;
   std::vector<uint8_t> image(data + 1, data + size);
   const bool sealed = (data[0] & 3) == 0;

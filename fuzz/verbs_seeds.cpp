@@ -11,7 +11,7 @@ namespace fuzz {
 std::vector<input> seeds() {
   constexpr uint32_t verbs = 7;
   constexpr uint32_t ways = 32;
-  const std::vector<uint8_t> module = kit::module_image();
+  const std::vector<uint8_t> module = kit::module_image(2, writer::nvm_grid{});
   const std::vector<uint8_t> merged = writer::container().add(kit::merged_records()).image();
   std::vector<input> all;
   for (uint32_t verb = 0; verb < verbs; ++verb)

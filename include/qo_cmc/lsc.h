@@ -280,7 +280,7 @@ void do_polynomial_upscale(float* destination, const float* coefficients, uint16
  * surface may dip to 0.
  *
  * @param[in] out_width, out_height  size of the gain planes; the low 16 bits count
- * @param[in] module       the module's calibration; only read
+ * @param[in] module       the module's calibration; only read. Grids of u16 stand at even addresses
  * @param[in] orientation  how the grids are mirrored: 0 as stored, 1 left to right, 2 top to
  *                         bottom, 3 both. With any other code the grids stay zero and the call
  *                         fails when there is a set
@@ -315,7 +315,7 @@ computed_upscale_lsc_tables* compute_upscaled_lsc_tables_polynom4th(uint32_t out
  * multiple of 256 converts nothing: 256 x 256 succeeds, and every sample is 0.
  *
  * @param[in] out_width, out_height  size of the gain planes; the low 16 bits count
- * @param[in] module       the module's calibration; only read
+ * @param[in] module       the module's calibration; only read. Grids of u16 stand at even addresses
  * @param[in] orientation  how the output is mirrored: 0 not at all, 1 left to right, 2 top to
  *                         bottom, 3 both. With any other code every sample is 0
  * @return the tables, one block for each calibration set, which the caller releases with

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
+#include <utility>
 #include <vector>
 
 #include "writer/container_writer.h"
@@ -11,12 +13,14 @@
 
 namespace kit {
 
-/// An image of a module with as many sets, good for a merge.
-inline std::vector<uint8_t> module_image(uint8_t sets = 2) {
+/// An image of a module with as many sets, good for a merge, and perhaps a grid for record 30.
+inline std::vector<uint8_t> module_image(uint8_t sets = 2,
+                                         std::optional<writer::nvm_grid> grid = {}) {
   const auto slope = [](size_t, size_t index) { return static_cast<uint16_t>(100 + 3 * index); };
   return writer::nvm_image({.columns = 7,
                             .rows = 6,
-                            .sets = std::vector<writer::nvm_set>(sets, {.element = slope})})
+                            .sets = std::vector<writer::nvm_set>(sets, {.element = slope}),
+                            .grid = std::move(grid)})
       .vector();
 }
 

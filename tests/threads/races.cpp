@@ -33,7 +33,7 @@ constexpr int32_t side = 15;
 /// What all threads read, and none writes.
 struct shared_input {
   std::vector<uint8_t> container;
-  std::vector<uint8_t> nvm = kit::module_image();
+  std::vector<uint8_t> nvm = kit::module_image(2, writer::nvm_grid{});
   std::vector<uint16_t> words = std::vector<uint16_t>(in_w * in_h);
   std::vector<uint32_t> longs = std::vector<uint32_t>(in_w * in_h);
   std::vector<float> floats = std::vector<float>(in_w * in_h);
