@@ -124,7 +124,7 @@ run_fuzz() {
 # above 4 KiB, for the repository's sake, and because seeds are what asks for much. A file with a
 # name of its own, and not libFuzzer's, is a finding.
 run_corpus() {
-  local targets target kept small
+  local targets target folder kept small
   targets=$(fuzz_targets_named "${1-all}")
   mapfile -t targets <<<"$targets"
   build_fuzzers "${targets[@]}"
@@ -133,7 +133,10 @@ run_corpus() {
     kept=build/fuzz/kept/$target small=build/fuzz/small/$target
     rm -rf "$kept" "$small"
     mkdir -p "$kept" "$small" "build/fuzz/corpus/$target" "fuzz/corpus/$target"
-    find "fuzz/corpus/$target" "build/fuzz/corpus/$target" -type f -size -9 -exec cp -t "$small" {} +
+    # One after the other: cp refuses to write twice what both folders hold.
+    for folder in "fuzz/corpus/$target" "build/fuzz/corpus/$target"; do
+      find "$folder" -type f -size -9 -exec cp -t "$small" {} +
+    done
     quietly fuzzer "$target" -set_cover_merge=1 -use_counters=0 "$kept" "$small"
     # What was found once keeps its name, and stays though others reach as much.
     find "fuzz/corpus/$target" -type f -regextype posix-extended \
