@@ -1,7 +1,8 @@
 /**
  * @file
  * The version of the library whose interface these headers describe, by the rules of Semantic
- * Versioning 2.0.0. The library itself states none: which one runs is a matter of what is installed.
+ * Versioning 2.0.0. The library itself states none: which one runs is a matter of what is
+ * installed.
  */
 #ifndef QO_CMC_VERSION_H
 #define QO_CMC_VERSION_H

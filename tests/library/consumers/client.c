@@ -1,4 +1,5 @@
-/* A client in C: parses the container that the first argument names, and multiplies two matrices. */
+/* A client in C: parses the container that the first argument names, and multiplies two matrices.
+ */
 #include <qo_cmc/lsc.h>
 #include <qo_cmc/parser.h>
 #include <qo_cmc/version.h>
