@@ -1,5 +1,5 @@
 # What is installed, by component: runtime (the library), development (headers, CMake package,
-# pkg-config file), tools, docs, and standins, which a plain installation leaves out.
+# pkg-config file), tools, and standins, which a plain installation leaves out.
 
 include(CMakePackageConfigHelpers)
 
