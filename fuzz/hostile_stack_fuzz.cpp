@@ -18,10 +18,11 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <array>
 #include <iterator>
-#include <map>
 #include <random>
+#include <vector>
 
 #include "fuzz/held.h"
 #include "fuzz/image_parts.h"
@@ -105,6 +106,7 @@ void set_size(void* record, uint32_t size) { memcpy(record, &size, sizeof size);
 
 /// Records that the stack took, and how long they are, whatever their headers say then.
 struct taken_record {
+  const void* address;
   uint32_t size;
   bool decoded;  ///< what stands where a decoded record has addresses are addresses
 };
@@ -118,8 +120,8 @@ class decoder {
     const uint8_t way = choices_[decoder_choices + calls_++ % (all_choices - decoder_choices)];
     const uint32_t size = size_at(record);
     const uint32_t rest = way >> 3;
-    taken_record& taken = taken_[record];
-    taken = {.size = size, .decoded = true};
+    taken_record& taken = taken_.emplace_back();
+    taken = {.address = record, .size = size, .decoded = true};
     if ((way & 7) == 2) return 1 + rest;
     if ((way & 7) == 6)
       memset(static_cast<record_header*>(record) + 1, 0, size - sizeof(record_header));
@@ -135,11 +137,14 @@ class decoder {
   void prepare(parsed_cmc& cmc) const {
     for (record_header** const slot :
          {&cmc.record_9, &cmc.record_31, &cmc.record_32, &cmc.record_34}) {
-      const auto taken = taken_.find(*slot);
-      if (taken == taken_.end()) continue;
-      set_size(*slot, taken->second.size);
+      // The last one, because an address that was freed is used again.
+      const auto taken =
+          std::find_if(taken_.rbegin(), taken_.rend(),
+                       [&](const taken_record& each) { return each.address == *slot; });
+      if (taken == taken_.rend()) continue;
+      set_size(*slot, taken->size);
       const bool has_addresses = slot == &cmc.record_31 || slot == &cmc.record_34;
-      if (has_addresses && !taken->second.decoded) *slot = nullptr;
+      if (has_addresses && !taken->decoded) *slot = nullptr;
     }
   }
 
@@ -153,7 +158,7 @@ class decoder {
 
   const choice_bytes& choices_;
   size_t calls_ = 0;
-  std::map<const void*, taken_record> taken_;
+  std::vector<taken_record> taken_;
 };
 
 }  // namespace
