@@ -51,11 +51,13 @@ void copy_strip(const Sample* src, const plane_size& source, Sample* dst, const 
   constexpr size_t most_rows = 127;
   for (uint64_t top = 0; top < output.height; top += most_rows) {
     const size_t height = std::min<uint64_t>(most_rows, output.height - top);
-    // And of the row after these, which will be read next.
+    // And of the row after these, which will be read next. Past the last row of all there is none:
+    // of tall sources its index would start over at 0.
+    const size_t listed = std::min<uint64_t>(height + 1, output.height - top);
     uint32_t indices[most_rows + 1];
-    list_indices(rows_from, top, height + 1, indices);
+    list_indices(rows_from, top, listed, indices);
     const auto start_of = [&](size_t y) {
-      return std::min<uint64_t>(indices[y], source.height - 1) * source.width;
+      return std::min<uint64_t>(indices[std::min(y, listed - 1)], source.height - 1) * source.width;
     };
     for (size_t y = 0; y < height;) {
       const uint64_t start = start_of(y);

@@ -8,7 +8,7 @@ namespace qo {
 
 /// The samples of a plane in reading order, from `start` on: sample i is
 /// plane[min(start + i, samples - 1)], where samples >= 1 and start < samples. The row that will be
-/// asked for next starts at `next`.
+/// asked for next starts at `next`, which is not before `start`.
 template <typename Sample>
 struct plane_row {
   const Sample* plane;

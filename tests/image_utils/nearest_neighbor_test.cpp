@@ -126,11 +126,12 @@ TEST(NearestNeighbor, EveryOutputSizeUpToFortyHasTheReferenceBits) {
 
 TEST(NearestNeighbor, LargeSizesHaveTheReferenceBits) {
   every_scaler scalers(1 << 18, 1 << 18);
-  for (const sizes& s : {sizes{640, 400, 320, 200}, sizes{333, 257, 401, 513},
-                         sizes{64, 64, 2049, 100}, sizes{64, 64, 100, 2049}, sizes{1, 1, 257, 257},
-                         sizes{2, 3, 4099, 21}, sizes{3, 2, 21, 4099}, sizes{65535, 2, 1000, 3},
-                         sizes{2, 65535, 3, 1000}, sizes{3, 2, 65535, 4}, sizes{2, 3, 4, 65535},
-                         sizes{65535, 2, 65534, 2}, sizes{2, 65535, 2, 65535}}) {
+  for (const sizes& s :
+       {sizes{640, 400, 320, 200}, sizes{333, 257, 401, 513}, sizes{64, 64, 2049, 100},
+        sizes{64, 64, 100, 2049}, sizes{1, 1, 257, 257}, sizes{2, 3, 4099, 21},
+        sizes{3, 2, 21, 4099}, sizes{65535, 2, 1000, 3}, sizes{2, 65535, 3, 1000},
+        sizes{3, 2, 65535, 4}, sizes{2, 3, 4, 65535}, sizes{65535, 2, 65534, 2},
+        sizes{2, 65535, 2, 65535}, sizes{4, 65535, 17, 1000}}) {
     ASSERT_TRUE(scalers.matches(s, guard_side::before));
     ASSERT_TRUE(scalers.matches(s, guard_side::behind));
   }
