@@ -28,7 +28,8 @@ namespace {
 constexpr int thread_count = 16;
 constexpr uint16_t in_w = 17, in_h = 13, out_w = 65, out_h = 49;
 constexpr uint16_t small_w = 9, small_h = 7;
-constexpr int32_t side = 15;
+constexpr int32_t side = 14;
+static_assert(side * side < in_w * in_h, "the matrix begins at the second of the floats");
 
 /// What all threads read, and none writes.
 struct shared_input {
@@ -99,6 +100,16 @@ void resample(const shared_input& input, digest& seen) {
   seen.add(
       bicubic_resize_u16_to_u16(input.words.data(), in_h, in_w, 8, words.data(), out_h, out_w));
   seen.add(words);
+  std::vector<uint32_t> maxima(size_t{small_w} * small_h);
+  seen.add(
+      image_downscale_nearest_neighbor_int32(reinterpret_cast<const int32_t*>(input.longs.data()),
+                                             maxima.data(), in_w, in_h, small_w, small_h, 1));
+  seen.add(maxima);
+  // Every second element stays as it is.
+  std::vector<uint16_t> spread(2 * words.size());
+  seen.add(
+      resize_2d_array_uint16_v1(input.words.data(), in_w, in_h, spread.data(), out_w, out_h, 2));
+  seen.add(spread);
   const uint16_t* const source[] = {input.words.data()};
   float* const enlarged[] = {floats.data()};
   seen.add(image_bicubic_upscale_uint16_to_float(source, enlarged, in_w, in_h, out_w, out_h, 1));
@@ -111,14 +122,19 @@ void resample(const shared_input& input, digest& seen) {
 }
 
 void multiply(const shared_input& input, digest& seen) {
+  constexpr int32_t element = sizeof(float);
+  constexpr int32_t row = side * element;
   const float* const a = input.floats.data() + 1;
   std::vector<float> product(size_t{side} * side);
-  seen.add(mul_mm(a, 1, side, side, side, a, 1, side, side, side, product.data(), 1, side));
+  seen.add(transpose_m(a, row, element, side, side, product.data(), row, element));
+  seen.add(product);
+  seen.add(mul_mm(a, row, element, side, side, a, row, element, side, side, product.data(), row,
+                  element));
   seen.add(product);
   std::vector<int32_t> index(side);
   std::vector<float> factors(product.size());
-  seen.add(
-      lu_decomposition_m(product.data(), 1, side, index.data(), factors.data(), 1, side, side));
+  seen.add(lu_decomposition_m(product.data(), row, element, index.data(), factors.data(), row,
+                              element, side));
   seen.add(factors);
 }
 
