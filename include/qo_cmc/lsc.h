@@ -91,7 +91,8 @@ uint32_t transpose_m(const float* src, int32_t src_stride1, int32_t src_stride2,
  *         - QO_CMC_INVALID_SIZE (32): a pointer is null; nothing is written
  *         - QO_CMC_OK (0): done
  *
- * With src1_width below 1 every element of a product that is not empty is 0. Allocates nothing.
+ * With src1_width below 1 every element of a product that is not empty is 0. Allocates nothing, and
+ * takes src1_height src2_width src1_width products.
  */
 uint32_t mul_mm(const float* src1, int32_t src1_stride1, int32_t src1_stride2, int32_t src1_width,
                 int32_t src1_height, const float* src2, int32_t src2_stride1, int32_t src2_stride2,
@@ -118,7 +119,8 @@ uint32_t mul_mm(const float* src1, int32_t src1_stride1, int32_t src1_stride2, i
  *         - QO_CMC_INVALID_SIZE (32): a pointer is null; nothing is written
  *         - QO_CMC_OK (0): done
  *
- * With src1_width below 1 every element of a product that is not empty is 0. Allocates nothing.
+ * With src1_width below 1 every element of a product that is not empty is 0. Allocates nothing, and
+ * takes src1_height src1_width products.
  */
 uint32_t mul_mv(const float* src1, int32_t src1_stride1, int32_t src1_stride2, int32_t src1_width,
                 int32_t src1_height, const float* src2, int32_t src2_stride, int32_t src2_length,
@@ -187,8 +189,8 @@ uint32_t lu_decomposition_m(const float* src, int32_t src_stride1, int32_t src_s
  *         - QO_CMC_OK (0): done; a singular normal matrix (fewer than five columns or rows) is not
  *           detected
  *
- * Takes 8 term_count term_count bytes of working memory, and as many products as the grid has
- * samples times term_count term_count.
+ * Takes 8 term_count term_count bytes of working memory; as many products as the grid has samples
+ * times term_count term_count; and, also with an empty grid, term_count^3 / 3 for the factors.
  */
 uint32_t lu_decomposition(float* design, float* design_t, float* lu, int32_t* dst_index,
                           uint16_t width, uint16_t height, uint16_t term_count);
@@ -220,7 +222,7 @@ uint32_t lu_decomposition(float* design, float* design_t, float* lu, int32_t* ds
  *         - QO_CMC_OK (0): done; a singular fit is not detected and leaves infinities and NaNs
  *
  * Takes 24 max(term_count, 15) bytes of working memory, and time in proportion to the planes'
- * samples and to term_count times those of the grids.
+ * samples, to term_count times those of the grids, and to term_count term_count.
  */
 uint32_t lsc_polynomial_upscale_float(const float* design_t, const float* lu,
                                       const int32_t* dst_index, const float* const source[4],
@@ -401,7 +403,9 @@ void deinit_computed_upscale_lsc_tables(computed_upscale_lsc_tables* tables);
  *           touched
  *         - QO_CMC_OK (0): done
  *
- * Allocates nothing.
+ * Allocates nothing. Time in proportion to the samples that are rewritten; with a cell of 4 x 4
+ * sites also to lights times samples of a table, since greens are averaged for each light, with
+ * tables or without.
  */
 uint64_t ratio_based_sample_to_sample_correction(lens_shading_set* target,
                                                  const lens_shading_set* source,
