@@ -2,8 +2,9 @@
 // planes of exactly their sizes, against the plain rules.
 //
 //      0  u8    member: 0 u32, 1 u16, 2 i32; others modulo 3
-//      1  u8    bits 0, 1: source, destination is null; 4-7: in_w, in_h, out_w, out_h are negative,
-//               where they are signed
+//      1  u8    bits 0, 1: source, destination is null; 2: the source may be large; 4-7: in_w,
+//      in_h,
+//               out_w, out_h are negative, where they are signed
 //      2  u8    use_max
 //      3  u16   in_w, in_h, out_w, out_h (fuzz/plane_sides.h)
 //     11  -     samples (fuzz/sample_stream.h)
@@ -26,6 +27,9 @@ namespace {
 
 using fuzz::require;
 using nearest_reference::sizes;
+
+/// Of a large source: four columns of the most rows.
+constexpr uint32_t most_large_samples = 4 * UINT16_MAX;
 
 struct nearest_call {
   fuzz::plane_sides in, out;
@@ -106,7 +110,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   nearest_call call = {};
   call.flags = fields.u8();
   call.use_max = fields.u8();
-  call.in = fuzz::read_plane_sides(fields);
+  call.in = fuzz::read_plane_sides(fields, call.has(2) ? most_large_samples : fuzz::most_samples);
   call.out = fuzz::read_plane_sides(fields);
   const fuzz::sample_stream samples(fields.rest());
   if (member == 0)
@@ -153,6 +157,9 @@ std::vector<fuzz::input> fuzz::seeds() {
                           .vector());
       }
     }
+    // A row after the last one would be the source's 65601st.
+    for (const uint8_t use_max : std::initializer_list<uint8_t>{0, 1})
+      all.push_back(seed(member, 4, use_max, {4, UINT16_MAX, 17, 1000}).vector());
     for (const uint8_t flags : std::initializer_list<uint8_t>{1, 2, 3, 16, 32, 64, 128})
       all.push_back(seed(member, flags, 255, {6, 7, 8, 9}).vector());
   }
