@@ -3,8 +3,7 @@
 //
 //      0  u8    member: 0 u32, 1 u16, 2 i32; others modulo 3
 //      1  u8    bits 0, 1: source, destination is null; 2: the source may be large; 4-7: in_w,
-//      in_h,
-//               out_w, out_h are negative, where they are signed
+//               in_h, out_w, out_h are negative (where they have a sign)
 //      2  u8    use_max
 //      3  u16   in_w, in_h, out_w, out_h (fuzz/plane_sides.h)
 //     11  -     samples (fuzz/sample_stream.h)
