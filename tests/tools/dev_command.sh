@@ -7,8 +7,9 @@ root=$1
 
 work=$(realpath "$(mktemp -d)")
 trap 'rm -rf -- "$work"' EXIT
-mkdir -p "$work/checkout/fuzz" "$work/bin"
+mkdir -p "$work/checkout"/{docs,fuzz} "$work/bin"
 cp "$root/dev" "$root/CMakePresets.json" "$root/debian-packages.txt" "$work/checkout"
+cp "$root"/docs/commands.bash "$work/checkout/docs"
 cp "$root"/fuzz/commands.bash "$root"/fuzz/*_fuzz.cpp "$work/checkout/fuzz"
 cd -- "$work/checkout"
 
@@ -45,6 +46,7 @@ refuses "no fuzz target is named 'resize'; there are: " fuzz resize
 refuses "no fuzz target is named 'resize'; there are: " corpus resize
 refuses "a number of seconds, not 'long'" fuzz all long
 refuses 'coverage takes no argument' coverage all
+refuses 'docs takes no argument' docs html
 refuses 'defects takes one regular expression' defects a b
 [[ ! -e build ]] || report 'wrong arguments make a build folder'
 refuses "'cmake' is missing" demo
