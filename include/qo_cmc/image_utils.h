@@ -8,6 +8,9 @@
  * at once, and gives the same bits on every processor (the sign and payload of a NaN excepted).
  *
  * A function that returns a value returns one of the status codes of status.h.
+ *
+ * How far results are from the formulas is said under "Accuracy"; docs/accuracy.md of the source
+ * has the measurements.
  */
 #ifndef QO_CMC_IMAGE_UTILS_H
 #define QO_CMC_IMAGE_UTILS_H
@@ -74,6 +77,9 @@ void interpolate_gain_value(float* cell, uint16_t stride, uint32_t mode);
  * R_m = ((a[m][0] + a[m][1] tx) + a[m][2] tx^2) + a[m][3] tx^3, and the value is
  * ((R_0 + R_1 ty) + R_2 ty^2) + R_3 ty^3, with t^2 = t t and t^3 = t^2 t.
  *
+ * Accuracy: noise over the whole range errs by up to 0.0004 from 33 x 25 to 640 x 480 samples, by
+ * up to 0.008 from 320 x 240.
+ *
  * @param[in]  src_planes    `n_planes` planes of in_h x in_w samples
  * @param[out] dst_planes    `n_planes` planes of out_h x out_w floats, in units of the source, none
  *                           overlapping a source
@@ -100,6 +106,9 @@ uint32_t image_bicubic_upscale_uint8_to_float(const uint8_t* const* src_planes,
  * order of image_bicubic_upscale_uint8_to_float(), corner-aligned, single precision, clamped to
  * -255 ... 65535. Where the surface leaves that range, as beside steep edges, it is cut off there.
  * Integer samples cannot give a NaN.
+ *
+ * Accuracy: noise over the whole range errs by up to 0.1 from 33 x 25 to 640 x 480 samples, by up
+ * to 2 from 320 x 240: positions are rounded, the more the farther from the first sample.
  *
  * @param[in]  src_planes    `n_planes` planes of in_h x in_w samples
  * @param[out] dst_planes    `n_planes` planes of out_h x out_w floats, in units of the source, none
@@ -169,6 +178,10 @@ void create_extrapolated_buffer_for_bicubic_u16(const uint16_t* src, float* buff
  * Contract: the product 1024 S is truncated toward zero to a signed 32-bit value; beyond its range
  * it saturates, and a NaN gives 0. There is no clamp to 16 bits: -1 becomes 65535, 65536 becomes 0.
  *
+ * Accuracy: truncation leaves means half an LSB low, and at equal sizes 2 to 5 % of the outputs one
+ * LSB below their source. Add 0.5 / 1024 to the source, and results are rounded half up. Do not
+ * reduce with it: what lies between the points that are taken is lost; take an area mean.
+ *
  * @param[in]  src           in_h x in_w floats; 1.0 gives 1024
  * @param[in]  in_h, in_w    rows and columns of `src`, each 1 to 65532: rows come first. With a
  *                           side of 1, border cells that are read before they are written count
@@ -190,6 +203,8 @@ uint32_t bicubic_resize_32f_to_u16p10(const float* src, uint16_t in_h, uint16_t 
  * Resizes a plane of 16-bit samples with any number of fractional bits to 16-bit samples with 10:
  * the result of bicubic_resize_32f_to_u16p10() for the plane src / 2^in_frac_bits, except that an
  * output side of 1 is refused. The low 16 bits of the truncated value are stored, without a clamp.
+ *
+ * Accuracy: as there. Where half an LSB matters convert to float, and add 0.5 / 1024.
  *
  * @param[in]  src           in_h x in_w samples
  * @param[in]  in_h, in_w    rows and columns of `src`, each 1 to 65532: rows come first. With a
@@ -228,6 +243,10 @@ uint32_t bicubic_resize_u16_to_u16(const uint16_t* src, uint16_t in_h, uint16_t 
  * last is the last; a column past the end of its row is the next row's, and after the plane its
  * last sample. All is formed in 64 bits: sides of 32768 and more are exact.
  *
+ * Accuracy: from smaller widths to 640 columns 0.1 % of the outputs take the sample after theirs,
+ * to 4000 columns 1.4 %; the last column is the next row's first in 0.5 % and 3 % of the pairs of
+ * widths. Where that matters in an enlargement, write the last column from the source's last.
+ *
  * @param[in]  src           in_h x in_w samples
  * @param[in]  in_w, in_h    columns and rows of `src`, each at least 1
  * @param[out] dst           out_h x out_w samples, not overlapping `src`
@@ -251,6 +270,11 @@ uint32_t image_nearest_neighbor_scale_uint32(const uint32_t* src, int32_t in_w, 
  * Contract: despite the name the output may be smaller. Where k s is rounded up past the source (3
  * to 21 samples, say), a row past the last is the last; a column past the end of its row is the
  * next row's first, and after the plane its last sample.
+ *
+ * Accuracy: the last column is the next row's first at 5 % of all pairs of widths up to 4096, and
+ * at 53 % of those with a factor of 7; factors of 2 to 6, 8 and 10 are free of it up to 640 source
+ * columns. It is so where out_w (in_w / out_w) in single precision is above in_w. Write the last
+ * column once more then, from the source's last one.
  *
  * @param[in]  src           in_h x in_w samples
  * @param[out] dst           out_h x out_w samples, not overlapping `src`
@@ -278,6 +302,9 @@ uint32_t image_upscale_nearest_neighbor_uint16(const uint16_t* src, uint16_t* ds
  * Larger outputs are accepted too. Where k s is rounded up past the source, a row past the last is
  * the last; a column past the end of its row is the next row's first, and after the plane its last
  * sample.
+ *
+ * Accuracy: the last column is so at 5 % of all pairs of widths; see
+ * image_upscale_nearest_neighbor_uint16().
  *
  * Contract: row 0 and column 0 of the source are in no maximum, since every block begins one past
  * the index before it, the first ones one past 0. A block that is empty, or has only negative
@@ -318,6 +345,11 @@ uint32_t image_downscale_nearest_neighbor_int32(const int32_t* src, uint32_t* ds
  * Contract: a position on a sample is the far end of the cell before it, so nothing after the last
  * sample is read. Contract: with 2^24 + 1 samples to a side and more the step wraps.
  *
+ * Accuracy: the last output falls short of the last source sample by ((in - 1) 2^F mod (out - 1)) /
+ * 2^F source samples, up to (out - 2) / 2^F: 0 from 17 to 65 or 33 to 129, 1 from 17 to 640, 2 from
+ * 33 to 640. On lens-shading gains that makes 3 % from 33 x 25 to 128 x 96 samples, and 19 % to
+ * 640 x 480. Where the remainder is not 0 convert to float and take resize_2d_array_float().
+ *
  * @param[in]  src           in_h x in_w samples, dense row-major
  * @param[in]  in_w, in_h    columns and rows of `src`, each above 1 as a signed value
  * @param[out] dst           out_h x out_w samples, dense row-major, not overlapping `src`
@@ -336,6 +368,8 @@ uint32_t resize_2d_array_uint16(const uint16_t* src, uint32_t in_w, int32_t in_h
  * Resizes an array of 8-bit samples by bilinear interpolation in fixed point: the formula of
  * resize_2d_array_uint16(), with F = 8 fractional bits, corner-aligned, rounding half up.
  * Contract: with 2^24 + 1 samples to a side and more the step wraps.
+ *
+ * Accuracy: as there, up to (out - 2) / 256 source samples are lost at the far edge.
  *
  * @param[in]  src           in_h x in_w samples, dense row-major
  * @param[in]  in_w, in_h    columns and rows of `src`, each above 1 as a signed value
@@ -359,6 +393,8 @@ uint32_t resize_2d_array_uint8(const uint8_t* src, uint32_t in_w, int32_t in_h, 
  * samples below 256, and wrap with larger ones. The step wraps with 2^20 + 1 samples to a side and
  * more.
  *
+ * Accuracy: up to (out - 2) / 4096 source samples are lost at the far edge.
+ *
  * @param[in]  src           in_h x in_w samples, dense row-major
  * @param[in]  in_w, in_h    columns and rows of `src`, each above 1 as a signed value
  * @param[out] dst           out_h x out_w samples, dense row-major, not overlapping `src`
@@ -378,6 +414,8 @@ uint32_t resize_2d_array_uint32(const uint32_t* src, uint32_t in_w, int32_t in_h
  * resize_2d_array_uint16() with F = 8 fractional bits. Output (y, x) is written to
  * dst[(y out_w + x) dst_step]; what lies between stays untouched.
  * Contract: with 2^24 + 1 samples to a side and more the step of the source positions wraps.
+ *
+ * Accuracy: as there, up to (out - 2) / 256 source samples are lost at the far edge.
  *
  * @param[in]  src           in_h x in_w samples, dense row-major
  * @param[in]  in_w, in_h    columns and rows of `src`, each above 1 as a signed value
@@ -399,6 +437,8 @@ uint32_t resize_2d_array_uint16_v1(const uint16_t* src, uint32_t in_w, int32_t i
  * resize_2d_array_uint16() with F = 8 fractional bits. Output (y, x) is written to
  * dst[(y out_w + x) dst_step]; what lies between stays untouched.
  * Contract: with 2^24 + 1 samples to a side and more the step of the source positions wraps.
+ *
+ * Accuracy: as there, up to (out - 2) / 256 source samples are lost at the far edge.
  *
  * @param[in]  src           in_h x in_w samples, dense row-major
  * @param[in]  in_w, in_h    columns and rows of `src`, each above 1 as a signed value
@@ -427,6 +467,9 @@ uint32_t resize_2d_array_uint8_v1(const uint8_t* src, uint32_t in_w, int32_t in_
  * Products run from left to right. trunc saturates as a signed 32-bit value. Contract: of the
  * widths only the low 16 bits count, also as row lengths; with more than 65536 source rows the row
  * index starts over while fy keeps the whole distance.
+ *
+ * Accuracy: positions are rounded; noise from 0 to 1 errs by up to 0.000003 from 64 x 48 to 640 x
+ * 480 samples, by up to 0.00006 from 640 x 480, by up to 0.001 from 16000 columns.
  *
  * @param[in]  src           in_h x in_w floats, dense row-major, in_w modulo 65536
  * @param[in]  in_w, in_h    columns (low 16 bits at least 2) and rows (at least 2) of `src`
@@ -458,6 +501,10 @@ uint32_t resize_2d_array_float(const float* src, uint32_t in_w, int32_t in_h, fl
  * exceed the array, or are negative, are not refused, they wrap. Where either leads past the array,
  * source sample (r, c) is still the one at r in_w + c, and after the array its last sample.
  * Without margins the result is that of resize_2d_array_uint16().
+ *
+ * Accuracy: from 65 columns cut by 16 on both sides, columns 16 to 48 are meant; 65 outputs sample
+ * columns 8 to 40, 17 outputs columns 32 to 64. Unless region and output are equally large, copy
+ * the region into an array of its own and resize that.
  *
  * @param[in]  src           in_h x in_w samples, dense row-major
  * @param[in]  in_w, in_h    columns and rows of `src`, each at least 1
@@ -500,6 +547,10 @@ uint32_t crop_resize_2d_array_uint16(const uint16_t* src, uint32_t in_w, uint32_
  * samples, say). There a row past the plane's last is the last; a column past the end of its row is
  * the next row's, and after the plane its last sample.
  *
+ * Accuracy: the sum loses digits as it grows. Up to 10,000 samples an output, constants from 1.1 to
+ * 2.9 come out right; at 22,500 the constant 1.7 is 0.8 LSB low, at 1.8 million 30 LSB high. Reduce
+ * in two steps where an output would cover more than some thousand samples.
+ *
  * @param[in]  src_planes    `n_planes` planes of in_h x in_w floats; 1.0 gives 1024
  * @param[out] dst_planes    `n_planes` planes of out_h x out_w samples, none overlapping a source
  * @param[in]  in_w, in_h    columns and rows of a source plane
@@ -537,6 +588,11 @@ uint32_t image_downscale_32f_to_u16p10(const float* const* src_planes, uint16_t*
  * the side of the whole plane, also in a region, so rounding can lead past the region's far edge.
  * There a row past the plane's last is the last; a column past the end of its row is the next
  * row's, and after the plane its last sample.
+ *
+ * Accuracy: means are off by 2^(out_frac_bits - 11) - 0.5 LSB: -0.4 with 8 bits, +1.5 with 12, +7.5
+ * with 14. Where fewer than 10 bits are wanted ask for 10 and round those; where more are wanted
+ * subtract 2^(out_frac_bits - 11), which leaves the truncated mean. The sum loses digits as in
+ * image_downscale_32f_to_u16p10().
  *
  * @param[in]  src_planes     `n_planes` planes of in_h x in_w samples
  * @param[out] dst_planes     `n_planes` planes of out_h x out_w samples, none overlapping a source
