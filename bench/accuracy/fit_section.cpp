@@ -259,7 +259,9 @@ void print_fit_section() {
       "all "
       "four planes at once. The last columns say how far the fit in double precision itself is "
       "from "
-      "the surface that the grid samples: what the quartic cannot follow.");
+      "the surface that the grid samples: what the quartic cannot follow. A large error hardly "
+      "ever "
+      "makes a call null.");
   print_ranges();
   print_sizes();
   paragraph(
@@ -267,8 +269,8 @@ void print_fit_section() {
       "surface that the grid samples.");
   print_undetermined();
   paragraph(
-      "A constant grid comes out nearly as 1, not as 1: four calls with four values each, from 1.0 "
-      "to about 2.0.");
+      "A constant grid comes out as 1 on 5 x 5 samples, nearly so on others: four calls with four "
+      "values each, from 1.0 to about 2.0.");
   print_constant();
   paragraph(
       "What to do: fit grids of 5 to 10 samples a side. A larger one is thinned first, or its gain "
