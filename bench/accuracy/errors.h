@@ -1,4 +1,4 @@
-/// Errors gathered: the largest, the mean with its sign, the middle one.
+/// Errors gathered: the largest, the mean with its sign; and the middle one of a list.
 #pragma once
 
 #include <algorithm>
@@ -17,7 +17,6 @@ class errors {
     if (!(std::fabs(error) <= worst_)) worst_ = std::fabs(error);
   }
 
-  [[nodiscard]] size_t count() const { return count_; }
   [[nodiscard]] double worst() const { return worst_; }
   [[nodiscard]] double mean() const { return sum_ / static_cast<double>(count_); }
 
