@@ -11,6 +11,7 @@ mkdir -p "$work/checkout"/{docs,fuzz} "$work/bin"
 cp "$root/dev" "$root/CMakePresets.json" "$root/debian-packages.txt" "$work/checkout"
 cp "$root"/docs/commands.bash "$work/checkout/docs"
 cp "$root"/fuzz/commands.bash "$root"/fuzz/*_fuzz.cpp "$work/checkout/fuzz"
+cp "$root/tests/bits/commands.bash" "$work/checkout/tests/bits"
 cd -- "$work/checkout"
 
 # A machine with little on it, and no packages to install.
@@ -47,6 +48,7 @@ refuses "no fuzz target is named 'resize'; there are: " corpus resize
 refuses "a number of seconds, not 'long'" fuzz all long
 refuses 'coverage takes no argument' coverage all
 refuses 'docs takes no argument' docs html
+refuses 'bits takes the word renew, or nothing' bits all
 refuses 'defects takes one regular expression' defects a b
 [[ ! -e build ]] || report 'wrong arguments make a build folder'
 refuses "'cmake' is missing" demo
