@@ -22,16 +22,17 @@ enum class nature : uint8_t {
               ///< one in sixteen, because one NaN makes a whole sum of it
   at_limits,  ///< floats at powers of two from 2^-11 to 2^32, where conversions end and wrap
   tiny,       ///< floats: denormals, and numbers whose products are
+  zeros,      ///< floats: zeros of both signs, mostly negative, so that sums of them are as well
 };
 
 constexpr std::string_view name_of(nature kind) {
-  constexpr std::array<std::string_view, 5> names = {"tame", "any_bits", "extreme", "at_limits",
-                                                     "tiny"};
+  constexpr std::array<std::string_view, 6> names = {"tame",      "any_bits", "extreme",
+                                                     "at_limits", "tiny",     "zeros"};
   return names[static_cast<size_t>(kind)];
 }
 
-inline constexpr nature float_natures[] = {nature::tame, nature::any_bits, nature::extreme,
-                                           nature::at_limits, nature::tiny};
+inline constexpr nature float_natures[] = {nature::tame,      nature::any_bits, nature::extreme,
+                                           nature::at_limits, nature::tiny,     nature::zeros};
 inline constexpr nature integer_natures[] = {nature::tame, nature::any_bits, nature::extreme};
 
 class noise {
@@ -121,6 +122,8 @@ class noise {
         const uint32_t exponent = word() >> 31 != 0 ? below(4) : from_to(50, 66);
         return (word() & (sign | fraction)) | exponent * exponent_step;
       }
+      case nature::zeros:
+        return below(16) != 0 ? sign : 0;
     }
     return 0;
   }

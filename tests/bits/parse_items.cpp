@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "qo_cmc/parser.h"
 #include "qo_nvm.h"
@@ -45,7 +46,7 @@ void records(results& all) {
   }
 }
 
-/// Every good record at once, with and without a module's grid for record 30.
+/// Every good record at once, without a module and with one.
 void containers(results& all) {
   writer::container whole;
   for (const writer::named_record& record : writer::every_good_record()) whole.add(record.content);
@@ -54,11 +55,27 @@ void containers(results& all) {
   parsed_cmc* const cmc = qo_cmc_parser_init(&blob);
   note(all.add("qo_cmc_parser_init.every_record"), cmc);
   qo_cmc_parser_deinit(cmc);
+  const image nvm = kit::module_image(2, writer::nvm_grid{});
+  parse(all.add("qo_cmc_parser_init_v1.every_record"), container, &nvm);
+}
 
-  digest& seen = all.add("qo_cmc_parser_init_v1.every_record");
-  for (uint8_t shift = 0; shift < 34; ++shift) {
-    const image nvm = kit::module_image(2, writer::nvm_grid{.shift = shift});
-    parse(seen, container, &nvm);
+/// Every form of record 30, into which a module's grid is blended: values near 1 at every shift up
+/// to one past 32, and any values.
+void blends(results& all) {
+  const std::string name = "qo_cmc_parser_init_v1.blended";
+  digest& seen = all.add(name);
+  noise random(name);
+  for (const writer::named_record& record : writer::every_good_record()) {
+    if (record.content.u16_at(6) != 30) continue;
+    const image container = writer::container().add(record.content).image();
+    for (uint8_t shift = 0; shift < 34; ++shift) {
+      std::vector<uint32_t> values = random.plane<uint32_t>(size_t{9} * 7, nature::any_bits);
+      if (random.below(4) != 0)
+        for (uint32_t& value : values) value = (1u << shift % 32) + value % 256;
+      const image nvm =
+          kit::module_image(2, writer::nvm_grid{.shift = shift, .values = std::move(values)});
+      parse(seen, container, &nvm);
+    }
   }
 }
 
@@ -127,6 +144,7 @@ void others(results& all) {
 void parse_items(results& all) {
   records(all);
   containers(all);
+  blends(all);
   merges(all, "bytes", 7);
   merges(all, "words", 10);
   sample(all);

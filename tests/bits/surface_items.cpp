@@ -86,7 +86,8 @@ void surfaces(results& all, nature kind) {
 void surface_items(results& all) {
   fits(all);
   // One NaN in a grid is in all of its plane, so that any bits would be NaNs only.
-  for (const nature kind : {nature::tame, nature::at_limits, nature::extreme, nature::tiny})
+  for (const nature kind :
+       {nature::tame, nature::at_limits, nature::extreme, nature::tiny, nature::zeros})
     upscales(all, kind);
   for (const nature kind : float_natures) surfaces(all, kind);
 }
