@@ -7,11 +7,11 @@ root=$1
 
 work=$(realpath "$(mktemp -d)")
 trap 'rm -rf -- "$work"' EXIT
-mkdir -p "$work/checkout"/{docs,fuzz} "$work/bin"
+mkdir -p "$work/checkout/fuzz" "$work/bin"
 cp "$root/dev" "$root/CMakePresets.json" "$root/debian-packages.txt" "$work/checkout"
-cp "$root"/docs/commands.bash "$work/checkout/docs"
-cp "$root"/fuzz/commands.bash "$root"/fuzz/*_fuzz.cpp "$work/checkout/fuzz"
-cp "$root/tests/bits/commands.bash" "$work/checkout/tests/bits"
+cp "$root"/fuzz/*_fuzz.cpp "$work/checkout/fuzz"
+(cd -- "$root" && find . -path ./build -prune -o -name commands.bash -print0 |
+  xargs -0 cp --parents -t "$work/checkout")
 cd -- "$work/checkout"
 
 # A machine with little on it, and no packages to install.
