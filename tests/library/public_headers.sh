@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# public_headers.sh ROOT C_COMPILER CXX_COMPILER: every public header compiles by itself, as C11 and as
-# C++20, without a warning.
+# public_headers.sh ROOT C_COMPILER CXX_COMPILER: every public header compiles by itself, in each
+# language that clients are written in, without a warning.
 set -euo pipefail
 
 root=$1
@@ -11,14 +11,18 @@ cd -- "$root"
 headers=(include/qo_cmc/*.h platform/include/*.h)
 ((${#headers[@]} >= 8))
 
+# A language, and what its clients may switch off.
+languages=(c11 c17 c++17 c++20 'c++20 -fno-exceptions -fno-rtti')
+
 failures=0
 for header in "${headers[@]}"; do
   # Included as a client includes it; generating code finds more than checking syntax does.
-  for language in c11 c++20; do
-    if [[ $language == c11 ]]; then compile=("$cc" -x c); else compile=("$cxx" -x c++); fi
+  for language in "${languages[@]}"; do
+    read -ra options <<<"-std=$language"
+    if [[ $language == c++* ]]; then compile=("$cxx" -x c++); else compile=("$cc" -x c); fi
     # With a declaration after it: C has no empty translation units, and one header only has macros.
     if ! printf '#include "%s"\nint unit_is_not_empty;\n' "${header#*include/}" |
-      "${compile[@]}" -std="$language" -Wall -Wextra -pedantic -Werror -c -o /dev/null \
+      "${compile[@]}" "${options[@]}" -Wall -Wextra -pedantic-errors -Werror -c -o /dev/null \
         -Iinclude -Iplatform/include -; then
       printf '%s does not stand alone as %s\n' "$header" "$language"
       failures=$((failures + 1))
