@@ -51,11 +51,11 @@ template <size_t A, size_t B, size_t C, size_t D, typename Words>
 #define QO_AT(i, quad) static_cast<int>((i) % 4 + 4 * (quad) + (i) / 4 * n)
 #define QO_QUAD(quad) QO_AT(A, quad), QO_AT(B, quad), QO_AT(C, quad), QO_AT(D, quad)
   if constexpr (n == 4)
-    return __builtin_shufflevector(a, b, QO_QUAD(0));
+    return shuffled<QO_QUAD(0)>(a, b);
   else if constexpr (n == 8)
-    return __builtin_shufflevector(a, b, QO_QUAD(0), QO_QUAD(1));
+    return shuffled<QO_QUAD(0), QO_QUAD(1)>(a, b);
   else
-    return __builtin_shufflevector(a, b, QO_QUAD(0), QO_QUAD(1), QO_QUAD(2), QO_QUAD(3));
+    return shuffled<QO_QUAD(0), QO_QUAD(1), QO_QUAD(2), QO_QUAD(3)>(a, b);
 #undef QO_QUAD
 #undef QO_AT
 }

@@ -33,11 +33,13 @@ template <size_t Lanes, typename Sample>
   if constexpr (Lanes == 4) {
     return load_vector<words<4>>(row + starts[0]);
   } else if constexpr (Lanes == 8) {
-    return __builtin_shufflevector(load_quads<4>(row, starts), load_quads<4>(row, starts + 4), 0, 1,
-                                   2, 3, 4, 5, 6, 7);
+    const auto low = load_quads<4>(row, starts);
+    const auto high = load_quads<4>(row, starts + 4);
+    return shuffled<0, 1, 2, 3, 4, 5, 6, 7>(low, high);
   } else {
-    return __builtin_shufflevector(load_quads<8>(row, starts), load_quads<8>(row, starts + 8), 0, 1,
-                                   2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    const auto low = load_quads<8>(row, starts);
+    const auto high = load_quads<8>(row, starts + 8);
+    return shuffled<0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15>(low, high);
   }
 }
 

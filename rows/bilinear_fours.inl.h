@@ -52,8 +52,8 @@ template <typename Element>
   if constexpr (sizeof(Element) == 4) {
     const auto first = same_bits<four_numbers>(two_samples{pair_at(0), pair_at(1)});
     const auto second = same_bits<four_numbers>(two_samples{pair_at(2), pair_at(3)});
-    near = __builtin_shufflevector(first, second, 0, 2, 4, 6);
-    far = __builtin_shufflevector(first, second, 1, 3, 5, 7);
+    near = shuffled<0, 2, 4, 6>(first, second);
+    far = shuffled<1, 3, 5, 7>(first, second);
   } else {
     const vector_n<bilinear_value<Element>, 4> pairs = {pair_at(0), pair_at(1), pair_at(2),
                                                         pair_at(3)};
@@ -82,8 +82,8 @@ inline __attribute__((always_inline)) void store_eight(const four_numbers& first
     store_vector(dst + 4, second);
   } else {
     using words = vector_n<uint16_t, 8>;
-    const words low_halves = __builtin_shufflevector(
-        same_bits<words>(first), same_bits<words>(second), 0, 2, 4, 6, 8, 10, 12, 14);
+    const words low_halves =
+        shuffled<0, 2, 4, 6, 8, 10, 12, 14>(same_bits<words>(first), same_bits<words>(second));
     store_vector(dst, __builtin_convertvector(low_halves, vector_n<Number, 8>));
   }
 }

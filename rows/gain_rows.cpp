@@ -44,12 +44,12 @@ template <size_t Lanes>
   const auto a = same_bits<vector<uint16_t>>(low);
   const auto b = same_bits<vector<uint16_t>>(high);
 #if QO_VECTOR_BYTES == 64
-  return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30,
-                                 32, 34, 36, 38, 40, 42, 44, 46, 48, 50, 52, 54, 56, 58, 60, 62);
+  return shuffled<0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30, 32, 34, 36, 38, 40, 42,
+                  44, 46, 48, 50, 52, 54, 56, 58, 60, 62>(a, b);
 #elif QO_VECTOR_BYTES == 32
-  return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
+  return shuffled<0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30>(a, b);
 #else
-  return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
+  return shuffled<0, 2, 4, 6, 8, 10, 12, 14>(a, b);
 #endif
 }
 

@@ -65,6 +65,19 @@ template <typename To, typename From>
   return load_vector<To>(&from);
 }
 
+/// The lanes of two vectors, one after the other, that the indices name.
+template <int... Index, typename Vector>
+[[nodiscard]] inline __attribute__((always_inline)) auto shuffled(Vector a, Vector b) {
+#if __has_builtin(__builtin_shufflevector)
+  return __builtin_shufflevector(a, b, Index...);
+#else  // GCC before 12, which makes the same instruction of it
+  typedef __typeof__(Vector{}[0]) value;
+  constexpr int lanes = sizeof(Vector) / sizeof(value);
+  return vector_n<value, sizeof...(Index)>{
+      (Index < lanes ? a[Index % lanes] : b[Index % lanes])...};
+#endif
+}
+
 /// Lane by lane what truncate_to_i32() of base/float_to_int.h gives: toward zero, saturating, 0 for
 /// a NaN. The conversion itself never sees a value out of range.
 template <size_t Lanes>

@@ -17,29 +17,29 @@ using tile_row = vector_n<float, tile>;
 // lower or upper pair as a whole.
 
 inline __attribute__((always_inline)) quad lower_floats(quad a, quad b) {
-  return __builtin_shufflevector(a, b, 0, 4, 1, 5);
+  return shuffled<0, 4, 1, 5>(a, b);
 }
 inline __attribute__((always_inline)) quad upper_floats(quad a, quad b) {
-  return __builtin_shufflevector(a, b, 2, 6, 3, 7);
+  return shuffled<2, 6, 3, 7>(a, b);
 }
 inline __attribute__((always_inline)) quad lower_pairs(quad a, quad b) {
-  return __builtin_shufflevector(a, b, 0, 1, 4, 5);
+  return shuffled<0, 1, 4, 5>(a, b);
 }
 inline __attribute__((always_inline)) quad upper_pairs(quad a, quad b) {
-  return __builtin_shufflevector(a, b, 2, 3, 6, 7);
+  return shuffled<2, 3, 6, 7>(a, b);
 }
 
 inline __attribute__((always_inline)) two_quads lower_floats(two_quads a, two_quads b) {
-  return __builtin_shufflevector(a, b, 0, 8, 1, 9, 4, 12, 5, 13);
+  return shuffled<0, 8, 1, 9, 4, 12, 5, 13>(a, b);
 }
 inline __attribute__((always_inline)) two_quads upper_floats(two_quads a, two_quads b) {
-  return __builtin_shufflevector(a, b, 2, 10, 3, 11, 6, 14, 7, 15);
+  return shuffled<2, 10, 3, 11, 6, 14, 7, 15>(a, b);
 }
 inline __attribute__((always_inline)) two_quads lower_pairs(two_quads a, two_quads b) {
-  return __builtin_shufflevector(a, b, 0, 1, 8, 9, 4, 5, 12, 13);
+  return shuffled<0, 1, 8, 9, 4, 5, 12, 13>(a, b);
 }
 inline __attribute__((always_inline)) two_quads upper_pairs(two_quads a, two_quads b) {
-  return __builtin_shufflevector(a, b, 2, 3, 10, 11, 6, 7, 14, 15);
+  return shuffled<2, 3, 10, 11, 6, 7, 14, 15>(a, b);
 }
 
 /// Four floats at `base`, and beside them, in a wider vector, those four rows on.
@@ -57,7 +57,7 @@ template <typename Row>
         _mm256_insertf128_ps(_mm256_castps128_ps256(same_bits<__m128>(upper)), lower, 1));
 #else
     const quad lower = load_vector<quad>(base + 4 * row);
-    return __builtin_shufflevector(upper, lower, 0, 1, 2, 3, 4, 5, 6, 7);
+    return shuffled<0, 1, 2, 3, 4, 5, 6, 7>(upper, lower);
 #endif
   }
 }

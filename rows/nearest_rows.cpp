@@ -92,7 +92,7 @@ void copy_from_windows(const plane_row<Sample>& src, const Sample* columns, Samp
 template <typename Lanes, size_t... I>
 [[nodiscard]] inline __attribute__((always_inline)) Lanes even_lanes(const Lanes& a, const Lanes& b,
                                                                      std::index_sequence<I...>) {
-  return __builtin_shufflevector(a, b, static_cast<int>(2 * I)...);
+  return shuffled<static_cast<int>(2 * I)...>(a, b);
 }
 
 /// Every second sample.

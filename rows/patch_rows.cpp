@@ -308,14 +308,14 @@ static_assert(lanes == 4);
 
 /// Rows become columns.
 inline __attribute__((always_inline)) void transpose(floats (&v)[4]) {
-  const floats low01 = __builtin_shufflevector(v[0], v[1], 0, 4, 1, 5);
-  const floats high01 = __builtin_shufflevector(v[0], v[1], 2, 6, 3, 7);
-  const floats low23 = __builtin_shufflevector(v[2], v[3], 0, 4, 1, 5);
-  const floats high23 = __builtin_shufflevector(v[2], v[3], 2, 6, 3, 7);
-  v[0] = __builtin_shufflevector(low01, low23, 0, 1, 4, 5);
-  v[1] = __builtin_shufflevector(low01, low23, 2, 3, 6, 7);
-  v[2] = __builtin_shufflevector(high01, high23, 0, 1, 4, 5);
-  v[3] = __builtin_shufflevector(high01, high23, 2, 3, 6, 7);
+  const floats low01 = shuffled<0, 4, 1, 5>(v[0], v[1]);
+  const floats high01 = shuffled<2, 6, 3, 7>(v[0], v[1]);
+  const floats low23 = shuffled<0, 4, 1, 5>(v[2], v[3]);
+  const floats high23 = shuffled<2, 6, 3, 7>(v[2], v[3]);
+  v[0] = shuffled<0, 1, 4, 5>(low01, low23);
+  v[1] = shuffled<2, 3, 6, 7>(low01, low23);
+  v[2] = shuffled<0, 1, 4, 5>(high01, high23);
+  v[3] = shuffled<2, 3, 6, 7>(high01, high23);
 }
 
 /// One column after the other, lane m being of the coefficients of ty^m: no permutation by a

@@ -93,14 +93,12 @@ struct taps {
   const floats_of_row x1 = load_vector<floats_of_row>(row + cells[1]);
   const floats_of_row x2 = load_vector<floats_of_row>(row + cells[2]);
   const floats_of_row x3 = load_vector<floats_of_row>(row + cells[3]);
-  const floats_of_row low01 = __builtin_shufflevector(x0, x1, 0, 4, 1, 5);   // p0 p0 p1 p1
-  const floats_of_row high01 = __builtin_shufflevector(x0, x1, 2, 6, 3, 7);  // p2 p2 p3 p3
-  const floats_of_row low23 = __builtin_shufflevector(x2, x3, 0, 4, 1, 5);
-  const floats_of_row high23 = __builtin_shufflevector(x2, x3, 2, 6, 3, 7);
-  return {{__builtin_shufflevector(low01, low23, 0, 1, 4, 5),
-           __builtin_shufflevector(low01, low23, 2, 3, 6, 7),
-           __builtin_shufflevector(high01, high23, 0, 1, 4, 5),
-           __builtin_shufflevector(high01, high23, 2, 3, 6, 7)}};
+  const floats_of_row low01 = shuffled<0, 4, 1, 5>(x0, x1);   // p0 p0 p1 p1
+  const floats_of_row high01 = shuffled<2, 6, 3, 7>(x0, x1);  // p2 p2 p3 p3
+  const floats_of_row low23 = shuffled<0, 4, 1, 5>(x2, x3);
+  const floats_of_row high23 = shuffled<2, 6, 3, 7>(x2, x3);
+  return {{shuffled<0, 1, 4, 5>(low01, low23), shuffled<2, 3, 6, 7>(low01, low23),
+           shuffled<0, 1, 4, 5>(high01, high23), shuffled<2, 3, 6, 7>(high01, high23)}};
 #endif
 }
 
@@ -217,9 +215,9 @@ using results = vector_n<uint16_t, sets * lanes>;
   const results a = reinterpret_cast<results>(of[0]);
   const results b = reinterpret_cast<results>(of[1]);
 #if QO_VECTOR_BYTES == 64
-  return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
+  return shuffled<0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30>(a, b);
 #else
-  return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
+  return shuffled<0, 2, 4, 6, 8, 10, 12, 14>(a, b);
 #endif
 #elif defined(__SSE2__)
   // What fits 16 bits with its sign is packed without a loss.
