@@ -49,6 +49,7 @@ refuses "a number of seconds, not 'long'" fuzz all long
 refuses 'coverage takes no argument' coverage all
 refuses 'docs takes no argument' docs html
 refuses 'bits takes the word renew, or nothing' bits all
+refuses 'abi-baseline takes no argument' abi-baseline all
 refuses 'defects takes one regular expression' defects a b
 [[ ! -e build ]] || report 'wrong arguments make a build folder'
 refuses "'cmake' is missing" demo
