@@ -18,7 +18,7 @@ static_assert(sizeof(void*) == 8);
 #define QO_ASSERT_SIZE(size, structure) static_assert(sizeof(structure) == (size))
 #define QO_ASSERT_AT(offset, structure, member, type)     \
   static_assert(offsetof(structure, member) == (offset)); \
-  static_assert(std::is_same_v<decltype(std::declval<structure&>().member), type>)
+  static_assert(std::is_same_v<decltype(std::declval<structure>().member), type>)
 // Slot k of the parsed CMC is at byte 8 (k - 1).
 #define QO_ASSERT_SLOT(number, member, type) \
   QO_ASSERT_AT(8 * ((number)-1), parsed_cmc, member, type)
