@@ -70,11 +70,15 @@ template <int... Index, typename Vector>
 [[nodiscard]] inline __attribute__((always_inline)) auto shuffled(Vector a, Vector b) {
 #if __has_builtin(__builtin_shufflevector)
   return __builtin_shufflevector(a, b, Index...);
-#else  // GCC before 12, which makes the same instruction of it
+#else  // GCC 11, whose own builtin gives as many lanes as it takes
   typedef __typeof__(Vector{}[0]) value;
   constexpr int lanes = sizeof(Vector) / sizeof(value);
-  return vector_n<value, sizeof...(Index)>{
-      (Index < lanes ? a[Index % lanes] : b[Index % lanes])...};
+  if constexpr (sizeof...(Index) == lanes) {
+    return __builtin_shuffle(a, b, decltype(a == b){Index...});
+  } else {
+    return vector_n<value, sizeof...(Index)>{
+        (Index < lanes ? a[Index % lanes] : b[Index % lanes])...};
+  }
 #endif
 }
 
