@@ -50,6 +50,8 @@ refuses 'coverage takes no argument' coverage all
 refuses 'docs takes no argument' docs html
 refuses 'bits takes the word renew, or nothing' bits all
 refuses 'abi-baseline takes no argument' abi-baseline all
+refuses 'compilers takes one regular expression' compilers a b
+refuses "no compiler, and no way to build, is named 'resize'" compilers resize
 refuses 'defects takes one regular expression' defects a b
 [[ ! -e build ]] || report 'wrong arguments make a build folder'
 refuses "'cmake' is missing" demo
