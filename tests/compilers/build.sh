@@ -54,4 +54,4 @@ printf '\0\0\0\0\30\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\30\0\0\0' >"$tree/empty.vexb"
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$tree/CMakeCache.txt")
 prints "$version 12" "$compiler" "$looks/consumers/client.c" "$tree/empty.vexb"
 prints "$version 12" "$cxx" "$looks/consumers/client.cpp" "$tree/empty.vexb"
-prints '0 f1cd1afb3aaeeee3' "$compiler" tests/compilers/numbers.c
+prints '0 4974f4a231376ca8' "$compiler" tests/compilers/numbers.c

@@ -55,6 +55,19 @@ int main(void) {
   add(words_out, sizeof words_out);
   do_polynomial_upscale(numbers_out, numbers, width, height, out_width, out_height);
   add(numbers_out, sizeof numbers_out);
+  static float planes[4 * height * width];
+  for (size_t i = 0; i < sizeof planes / sizeof *planes; ++i) planes[i] = (float)drawn() / 65536.0f;
+  float* tables[1] = {planes};
+  computed_upscale_lsc_tables gains = {1, tables};
+  lens_shading_light target_light = {.tables = {{words_out}}};
+  lens_shading_light_ext source_light = {.tables = {{words}}, .aux = 1};
+  lens_shading_set target = {.light_count = 1, .width = width, .height = height};
+  lens_shading_set source = target;
+  target.lights = &target_light;
+  source.lights_ext = &source_light;
+  failed |= (uint32_t)ratio_based_sample_to_sample_correction(&target, &source, &gains, 257, 0);
+  add(words_out, sizeof words);
+  add(planes, sizeof planes);
   /* A matrix by its own transpose. */
   failed |= mul_mm(numbers, 4 * width, 4, width, height, numbers, 4, 4 * width, height, width,
                    numbers_out, 4 * height, 4);
