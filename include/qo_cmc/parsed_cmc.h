@@ -20,9 +20,9 @@
  * Layout: little-endian, 64-bit pointers. A copy starts at an address that is aligned for every
  * type, but a pointer into it is aligned only as its offset is. Such a pointer is one to bytes,
  * except in the tables of records 31 and 34, and its comment says how far it is aligned. Where that
- * is less than an element needs, the element is copied into a variable with memcpy, as
- * examples/parse_container.c does; it is not read through the pointer. Blocks that a slot owns are
- * aligned for their type.
+ * can be less than an element needs, the element is not read through the pointer, but with a
+ * function of unaligned.h, as the slot's comment says. Blocks that a slot owns are aligned for
+ * their type.
  *
  * Members whose meaning is not fixed are named for their place: `value_12` is the value at byte 12
  * of the record or entry, `bytes_18` the bytes from byte 18 on, unless the comment gives another
@@ -64,8 +64,9 @@ typedef struct module_properties_record {
   uint16_t value_12;    /**< record byte 12, u16 */
   uint16_t cfa_layout;  /**< colour-filter arrangement of the sensor: 0 to 3, or 256 to 263 */
   uint16_t value_16;    /**< record byte 16, u16, from version 101 */
-  uint8_t bytes_18[16]; /**< record bytes 18 to 33, from version 102; aligned to 2 bytes */
-  uint16_t value_34;    /**< record byte 34, u16, from version 103 */
+  /** Record bytes 18 to 33, from version 102; aligned to 2 bytes, see unaligned.h. */
+  uint8_t bytes_18[16];
+  uint16_t value_34; /**< record byte 34, u16, from version 103 */
 } module_properties_record;
 
 /** One entry of the sub-table of record 15. */
@@ -130,7 +131,7 @@ typedef struct record_22_content {
 typedef struct record_24_entry {
   uint16_t value_0;    /**< entry byte 0, u16 */
   uint16_t count;      /**< number of values; entry byte 2 */
-  uint8_t bytes_4[12]; /**< entry bytes 4 to 15; aligned to 4 bytes */
+  uint8_t bytes_4[12]; /**< entry bytes 4 to 15; aligned to 4 bytes, see unaligned.h */
   uint32_t* values;    /**< `count` values, owned */
 } record_24_entry;
 
@@ -141,7 +142,7 @@ typedef struct record_24_content {
   record_24_entry* entries; /**< `count` entries; null when there are none */
 } record_24_content;
 
-/** One entry of record 25; its addresses are into the copy. */
+/** One entry of record 25; its addresses are into the copy, and unaligned.h reads what is there. */
 typedef struct record_25_entry {
   const uint8_t* start;     /**< the entry: 20 bytes, from version 101 24; aligned to 4 bytes */
   uint8_t block_first[16];  /**< the 16 bytes after those of `start` */
@@ -177,7 +178,10 @@ typedef struct record_27_entry {
 typedef struct record_27_content {
   record_header* record;    /**< the copy, owned; its u16 at byte 24 is the number of entries */
   record_27_entry* entries; /**< as many as that number says, owned */
-  /** Into the copy: 16 bytes an entry, from version 101, else null; aligned to 2 bytes. */
+  /**
+   * Into the copy: 16 bytes an entry, from version 101, else null; aligned to 2 bytes, unaligned.h
+   * reads them.
+   */
   const uint8_t* tail;
 } record_27_content;
 
@@ -197,15 +201,16 @@ typedef struct record_29_content {
 typedef struct record_30_content {
   uint8_t head[16];          /**< record bytes 0 to 15, header included */
   uint16_t item_count;       /**< number of items; record byte 16 */
-  uint8_t bytes_18[4];       /**< record bytes 18 to 21; aligned to 2 bytes */
+  uint8_t bytes_18[4];       /**< record bytes 18 to 21; aligned to 2 bytes, see unaligned.h */
   uint16_t grid_width;       /**< columns of the grid; record byte 22 */
   uint16_t grid_height;      /**< rows of the grid; record byte 24 */
   uint16_t trailing_rows;    /**< record byte 26 */
   uint16_t trailing_columns; /**< record byte 28 */
   uint8_t padding_30[2];     /**< 0 */
-  uint8_t* items;            /**< item_count x 6 bytes, or null; an item is aligned to 2 bytes */
-  uint32_t* grid;            /**< grid_width x grid_height values at least, or null */
-  uint32_t* trailing;        /**< trailing_rows x trailing_columns values, or null */
+  /** item_count x 6 bytes, or null; an item is aligned to 2 bytes, and unaligned.h reads it. */
+  uint8_t* items;
+  uint32_t* grid;     /**< grid_width x grid_height values at least, or null */
+  uint32_t* trailing; /**< trailing_rows x trailing_columns values, or null */
 } record_30_content;
 
 /** Record 35 in the order of its first reader: arrays A, B and C. All are owned. */
@@ -230,15 +235,16 @@ typedef struct record_35_second {
   uint32_t* array_d;    /**< count values */
 } record_35_second;
 
-/** Record 31 once decoded: what `record_31` points to. */
+/** Record 31 once decoded: what `record_31` points to; qo_cmc_read_record_31() copies it. */
 typedef struct record_31_table {
   record_header header; /**< record bytes 0 to 7 */
   uint32_t count;       /**< number of entries; record byte 8 */
   uint32_t padding_12;  /**< record byte 12, u32; 0 when built from record 3 */
   /**
    * `count` entries, inside the record's own block: wherever the record has them, at any address
-   * when the container library decoded it. Built from record 3 an entry is its first word
-   * unchanged, the second as a number, then at 2, 3, 6 and 7 four gains; the rest is 0.
+   * when the container library decoded it: qo_cmc_read_record_31_entry() reads one. Built from
+   * record 3 an entry is its first word unchanged, the second as a number, then at 2, 3, 6 and 7
+   * four gains; the rest is 0.
    */
   const float (*entries)[18];
 } record_31_table;
@@ -261,7 +267,9 @@ typedef struct record_34_short_entry {
 /**
  * One block of record 34; an address is null when its array is absent. In a record that the
  * container library decoded the arrays stand wherever the record has them, at any address; in a
- * synthesised one they are aligned.
+ * synthesised one they are aligned. qo_cmc_read_record_34_block() copies the block,
+ * qo_cmc_read_record_34_long_entry() and qo_cmc_read_record_34_short_entry() an entry, and
+ * qo_cmc_read_u16() reads a value of the tail.
  */
 typedef struct record_34_block {
   uint32_t kind;    /**< synthesised: 0 from record 19, 1 from record 20 */
@@ -273,7 +281,10 @@ typedef struct record_34_block {
   uint16_t* tail;                       /**< four values, at any address once decoded, or null */
 } record_34_block;
 
-/** Record 34 once decoded: what `record_34` points to. Everything is inside the record's block. */
+/**
+ * Record 34 once decoded: what `record_34` points to; qo_cmc_read_record_34() copies it. Everything
+ * is inside the record's block.
+ */
 typedef struct record_34_table {
   record_header header;    /**< record bytes 0 to 7 */
   uint32_t block_count;    /**< at most 4 */
@@ -286,7 +297,7 @@ typedef struct record_34_table {
 typedef struct record_36_content {
   record_header header;  /**< record bytes 0 to 7 */
   uint8_t value_8;       /**< record byte 8, u8 */
-  uint8_t bytes_9[4];    /**< record bytes 9 to 12; at an odd address */
+  uint8_t bytes_9[4];    /**< record bytes 9 to 12; at an odd address, see unaligned.h */
   uint8_t count;         /**< record byte 13 */
   uint8_t padding_14[2]; /**< 0 */
   uint16_t* array_16;    /**< `count` values, owned */
@@ -335,12 +346,18 @@ typedef struct parsed_cmc {
     uint16_t* values;   /**< as many as the record's u16 at byte 70, owned; null without memory */
     uint16_t params[4]; /**< 0, 1, 250 and 1000 where the record has none, or is malformed */
   } record_13;
-  /** Record 14: u16 first, last and step at bytes 8, 10 and 12, then items of 8 bytes. */
+  /**
+   * Record 14: u16 first, last and step at bytes 8, 10 and 12, then items of 8 bytes, which
+   * unaligned.h reads.
+   */
   struct {
     record_header* record;  /**< the copy */
     const uint8_t* payload; /**< copy + 14: the items; aligned to 2 bytes */
   } record_14;
-  /** Record 15: u16 a and b at bytes 8 and 10, three sections of a items and one of b. */
+  /**
+   * Record 15: u16 a and b at bytes 8 and 10, three sections of a items and one of b, which
+   * unaligned.h reads.
+   */
   struct {
     record_header* record;          /**< the copy */
     const uint8_t* body;            /**< copy + 12: a items of 8 bytes; aligned to 4 bytes */
@@ -356,25 +373,32 @@ typedef struct parsed_cmc {
     } counts;           /**< 0 when `record` is null */
   } record_15;
   /**
-   * Record 16: a u16 count at byte 12, then that many items of 4 bytes. Contract: `payload` is also
-   * set when the record failed its size check and `record` is null.
+   * Record 16: a u16 count at byte 12, then that many items of 4 bytes, which qo_cmc_read_u32()
+   * reads. Contract: `payload` is also set when the record failed its size check and `record` is
+   * null.
    */
   struct {
     record_header* record;  /**< the copy */
     const uint8_t* payload; /**< copy + 14: the items; aligned to 2 bytes */
   } record_16;
-  /** Record 17: u16 `plane_order` and `orientation` of the module's grids at bytes 10 and 12. */
+  /**
+   * Record 17: u16 `plane_order` and `orientation` of the module's grids at bytes 10 and 12.
+   * unaligned.h reads the payload.
+   */
   struct {
     record_header* record;  /**< the copy */
     const uint8_t* payload; /**< copy + 14 from version 101 on, else null; aligned to 2 bytes */
   } record_17;
-  /** Record 18: a u16 count at byte 8, then that many entries. */
+  /** Record 18: a u16 count at byte 8, then that many entries, which unaligned.h reads. */
   struct {
     record_header* record;  /**< the copy */
     const uint8_t* entries; /**< copy + 10: 84 bytes an entry; aligned to 2 bytes */
     const uint8_t* tail;    /**< after the entries, from version 101, or null; aligned to 2 bytes */
   } record_18;
-  /** Record 19: a u16 at byte 8, u16 counts of the entries and of the tail at bytes 12 and 14. */
+  /**
+   * Record 19: a u16 at byte 8, u16 counts of the entries and of the tail at bytes 12 and 14.
+   * unaligned.h reads both.
+   */
   struct {
     record_header* record;  /**< the copy */
     const uint8_t* entries; /**< copy + 16: 28 bytes an entry; aligned to 4 bytes */
@@ -383,7 +407,7 @@ typedef struct parsed_cmc {
   /**
    * Record 20: u16 at bytes 8 and 10, u8 at 12 and 13, from version 102 a u16 form of the list (1:
    * entries) at byte 14 and their u16 count at byte 16. In versions up to 100 byte 13 of the copy
-   * is 8, whatever the record holds there.
+   * is 8, whatever the record holds there. unaligned.h reads payload and tail.
    */
   struct {
     record_header* record; /**< the copy */
@@ -397,7 +421,10 @@ typedef struct parsed_cmc {
   record_header* record_23;     /**< the copy, of 24 bytes at least */
   record_24_content* record_24; /**< record 24, converted */
   record_header* record_21;     /**< the copy, of 16 bytes at least */
-  /** Record 25: u16 number of entries at byte 8 and j, of items in each, at byte 10. */
+  /**
+   * Record 25: u16 number of entries at byte 8 and j, of items in each, at byte 10. unaligned.h
+   * reads the payload.
+   */
   struct {
     record_header* record;    /**< the copy */
     const uint8_t* payload;   /**< copy + 12: j values of 4 bytes; aligned to 4 bytes */
