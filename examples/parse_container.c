@@ -1,23 +1,10 @@
 /* Parses a tuning container and prints what it says of the camera module. */
 #include <qo_cmc/parser.h>
+#include <qo_cmc/unaligned.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 
 enum { largest_file = 64 << 20 };
-
-/* Pointers into a record need not be aligned for what they point at: its bytes are copied out. */
-static uint16_t u16_at(const void* record, size_t offset) {
-  uint16_t value;
-  memcpy(&value, (const uint8_t*)record + offset, sizeof value);
-  return value;
-}
-
-static uint32_t u32_at(const void* record, size_t offset) {
-  uint32_t value;
-  memcpy(&value, (const uint8_t*)record + offset, sizeof value);
-  return value;
-}
 
 int main(int argc, char** argv) {
   FILE* const file = argc == 2 ? fopen(argv[1], "rb") : NULL;
@@ -45,10 +32,11 @@ int main(int argc, char** argv) {
     printf("lens shading: %u lights, %u x %u\n", shading->light_count, shading->width,
            shading->height);
   if (cmc->record_16.record != NULL) {
-    /* A u16 count at byte 12 of the record; the 4-byte items start at its byte 14. */
-    const uint16_t count = u16_at(cmc->record_16.record, 12);
+    /* A u16 count at byte 12 of the record. The items of 4 bytes that follow are aligned to 2. */
+    const uint16_t count = qo_cmc_read_u16(cmc->record_16.record, 12);
     for (size_t i = 0; i < count; ++i)
-      printf("record 16, item %zu: 0x%08x\n", i, (unsigned)u32_at(cmc->record_16.payload, 4 * i));
+      printf("record 16, item %zu: 0x%08x\n", i,
+             (unsigned)qo_cmc_read_u32(cmc->record_16.payload, 4 * i));
   }
 
   qo_cmc_parser_deinit(cmc);
