@@ -1,6 +1,6 @@
 // The readers for elements at unaligned addresses: in containers that stand at any address, and in
-// records that the container library decoded where they stand. The address and alignment
-// sanitizers see what is read past an element's bytes, or through a pointer of its type.
+// records that the container library decoded where they stand. The sanitizers see what is read past
+// an element's bytes, and a number that is read through a pointer of its type.
 #include "qo_cmc/unaligned.h"
 
 #include <gtest/gtest.h>
