@@ -41,9 +41,10 @@ allow writer "writer/$name|qo_cmc/$name|cmc_parser/records/kinds\.h"
 allow tools \
   "tools/[a-z_]+/$name|writer/$name|cmc_parser/(records/)?$name|lsc/colour_cells\.h|base/$name|qo_cmc/$name|qo_(log|nvm)\.h"
 
-# The library's headers of the interface stay among themselves too.
+# The library's headers of the interface stay among themselves too. One has functions in it, which
+# copy bytes.
 if grep -nE '#[[:space:]]*include[[:space:]]*<' include/qo_cmc/*.h platform/include/*.h |
-  grep -vE '<std(int|def)\.h>'; then
+  grep -vE '<std(int|def)\.h>|^include/qo_cmc/unaligned\.h:[0-9]+:#include <string\.h>'; then
   echo 'a public header includes more than <stdint.h> and <stddef.h>'
   failures=$((failures + 1))
 fi
