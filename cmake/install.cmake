@@ -1,5 +1,5 @@
 # What is installed, by component: runtime (the library), development (headers, CMake package,
-# pkg-config file), tools, and standins, which a plain installation leaves out.
+# pkg-config file), docs, tools, and standins, which a plain installation leaves out.
 
 include(CMakePackageConfigHelpers)
 
@@ -46,6 +46,12 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/qo_cmc_parser.pc.in
                ${PROJECT_BINARY_DIR}/qo_cmc_parser.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/qo_cmc_parser.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# As in the checkout, where the pages lead to each other and to the examples.
+file(GLOB qo_pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/*.md)
+install(FILES ${qo_pages} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples
+        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
 
 # For machines without the stack: what a client needs to link and to run.
 if(NOT QO_PLATFORM_ROOT)

@@ -27,6 +27,10 @@ library=$(find "$work/system" -name libqo_cmc_parser.so)
 ! readelf --dynamic "$library" | grep -E 'RPATH|RUNPATH' || fail 'the installed library has a run path'
 diff -r "$root/include/qo_cmc" "$(dirname "$(find "$work/system" -name parser.h)")" ||
   fail 'the installed headers are others'
+pages=$(dirname "$(find "$work/system" -name CONTRIBUTING.md)")
+for folder in docs examples; do
+  diff -r "$root/$folder" "$pages/$folder" || fail "other $folder are installed"
+done
 
 flags=(-std=c11 -Wall -Wextra -pedantic -Werror "-Wl,-rpath-link,$stack")
 example=$root/examples/parse_container.c
