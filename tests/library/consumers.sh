@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# consumers.sh ROOT BUILD CMAKE C_COMPILER CXX_COMPILER VERSION: clients in C11 and C++20 that find the
-# installed library by CMake's package and by pkg-config, and a project of which it is a part. All
-# paths hold a space, and the prefix is one that the build was not configured with.
+# consumers.sh ROOT BUILD CMAKE C_COMPILER CXX_COMPILER VERSION [TOOLCHAIN EMULATOR...]: clients in C11
+# and C++20 that find the installed library by CMake's package and by pkg-config, and a project of
+# which it is a part. All paths hold a space, and the prefix is one that the build was not configured
+# with. With a toolchain file they are cross-built, and run under the emulator.
 set -euo pipefail
 
 root=$1
@@ -10,6 +11,8 @@ cmake=$3
 cc=$4
 cxx=$5
 version=$6
+settings=(-DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" ${7+-DCMAKE_TOOLCHAIN_FILE="$7"})
+emulator=("${@:8}")
 
 work=$(mktemp -d)
 trap 'rm -rf -- "$work"' EXIT
@@ -32,7 +35,7 @@ quietly() { "$@" >"$work/log" 2>&1 || fail "$(cat "$work/log")"; }
 # expect_run PROGRAM: what each client prints
 expect_run() {
   local said
-  said=$("$1" "$work/empty.vexb") || fail "$1 ends with $?: $said"
+  said=$("${emulator[@]}" "$1" "$work/empty.vexb") || fail "$1 ends with $?: $said"
   [[ $said == "$version 12" ]] || fail "$1 prints: $said"
 }
 
@@ -42,8 +45,8 @@ if grep -rlF -e "$build" -e "$root" "$prefix" | grep -v '\.so$'; then
 fi
 [[ ! -e $(find "$prefix" -name 'qo_nvm.h') ]] || fail 'the stand-ins are installed unasked'
 
-configure=("$cmake" -S "$sources/package" -B "$work/package" -DCMAKE_C_COMPILER="$cc"
-  -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="$version")
+configure=("$cmake" -S "$sources/package" -B "$work/package" "${settings[@]}"
+  -DCMAKE_PREFIX_PATH="$prefix" -DWANTED_VERSION="$version")
 if "${configure[@]}" >"$work/log" 2>&1; then fail 'a component that is not installed is found'; fi
 quietly "$cmake" --install "$build" --prefix "$prefix" --component standins
 quietly "${configure[@]}"
@@ -63,7 +66,7 @@ LD_LIBRARY_PATH=$library:$standins expect_run "$work/by_name"
 
 # One set of row kernels: what is looked at here is not the library.
 quietly "$cmake" -S "$sources/parent" -B "$work/parent" -DLIBRARY_SOURCE="$work/the library" \
-  -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" -DQO_ROWS=base
+  "${settings[@]}" -DQO_ROWS=base
 quietly "$cmake" --build "$work/parent" --parallel 2
 for client in client_c client_cpp; do expect_run "$work/parent/products/$client"; done
 DESTDIR=$work/of_parent quietly "$cmake" --install "$work/parent"
