@@ -3,6 +3,13 @@
 # The objects stand apart from the shared library so that tests can link the functions it hides.
 set(qo_library_flags -fno-exceptions -fno-rtti -fno-threadsafe-statics -fvisibility=hidden
     -fvisibility-inlines-hidden -fstack-protector-strong)
+if(CMAKE_BUILD_TYPE STREQUAL "Release")
+  # Symbols, where -g asks for them, name no folder of the machine. The build's folder may lie in the
+  # sources', and the last one that fits counts. Other build types keep the paths, by which debuggers
+  # find sources.
+  list(APPEND qo_library_flags "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=."
+       "-ffile-prefix-map=${PROJECT_BINARY_DIR}=./build")
+endif()
 if(QO_COVERAGE)
   # Not optimised: what compilers merge or drop could not be told apart.
   set(qo_coverage_flags -O0 --coverage -fprofile-abs-path)
