@@ -1,4 +1,4 @@
-# The command of ./dev that makes Debian packages; sourced by it.
+# The commands of ./dev for those who hand the library on; sourced by it.
 
 # In a build tree of their own, because the folders that things are installed in belong to a
 # configuration, and with symbols.
@@ -29,4 +29,42 @@ run_packages() {
   bash tests/packaging/throw_away_root.sh "$PWD" "$output" "$PWD/build/debian/lib/platform" \
     "${CC:-cc}" "$version"
   echo "installed, run, and removed: version $version"
+}
+
+# What looks at the tree, in the order of how soon it ends; each is a command of ./dev.
+release_checks=(check demo docs test asan 'test aarch64' packages bits compilers msan tsan valgrind
+  coverage defects 'fuzz all 600')
+
+# release_words VERSION: what says which version this is says the same
+release_words() {
+  local version=$1 recipe=packaging/yocto/meta-qo-cmc-parser/recipes-multimedia/qo-cmc-parser
+  [[ -z $(git status --porcelain) ]] || fail "something here is not committed"
+  [[ -z $(git tag --list "v$version") ]] || fail "version $version is tagged already"
+  grep -qE "^## \\[$version\\] - [0-9]{4}-[0-9]{2}-[0-9]{2}$" CHANGELOG.md ||
+    fail "CHANGELOG.md has no heading '## [$version] - DATE'"
+  [[ -f $recipe/qo-cmc-parser_$version.bb ]] || fail "no recipe is named for version $version"
+}
+
+# Nothing is left out after a failure: all that has to be mended is told at once.
+run_release-check() {
+  local version check log begun failed=0
+  need git
+  version=$(sed -n 's/^#define QO_CMC_VERSION_[A-Z]* \([0-9]*\).*/\1/p' include/qo_cmc/version.h |
+    paste -sd .)
+  heading "Version $version"
+  release_words "$version"
+  mkdir -p build/log
+  for check in "${release_checks[@]}"; do
+    log=build/log/release-${check// /-}.log begun=$SECONDS
+    # shellcheck disable=SC2086  # a command and its arguments
+    if ./dev $check >"$log" 2>&1; then
+      printf 'passed %6d s  ./dev %s\n' $((SECONDS - begun)) "$check"
+    else
+      printf 'FAILED %6d s  ./dev %s: %s\n' $((SECONDS - begun)) "$check" "$log"
+      failed=1
+    fi
+  done
+  [[ -z $(git status --porcelain) ]] || fail "the commands changed files of the checkout"
+  ((failed == 0)) || fail "version $version is not ready"
+  printf 'Version %s may be tagged\n' "$version"
 }

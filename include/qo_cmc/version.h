@@ -7,8 +7,8 @@
 #ifndef QO_CMC_VERSION_H
 #define QO_CMC_VERSION_H
 
-#define QO_CMC_VERSION_MAJOR 0 /**< grows when clients have to be changed */
-#define QO_CMC_VERSION_MINOR 1 /**< grows with what is added */
+#define QO_CMC_VERSION_MAJOR 1 /**< grows when clients have to be changed */
+#define QO_CMC_VERSION_MINOR 0 /**< grows with what is added */
 #define QO_CMC_VERSION_PATCH 0 /**< grows with what is mended */
 
 #endif
