@@ -59,7 +59,8 @@ inline std::vector<uint32_t> maximum_reference(const int32_t* src, const sizes& 
       const int64_t bottom = std::min(ceiling_index(y, s.in_h, s.out_h), s.in_h - 1);
       const int64_t right = ceiling_index(x, s.in_w, s.out_w);
       int32_t maximum = 0;
-      for (int64_t r = top + 1; r <= bottom; ++r)
+      // Most blocks of an enlarged side are empty: their many rows need no look.
+      for (int64_t r = top + 1; left < right && r <= bottom; ++r)
         for (int64_t c = left + 1; c <= right; ++c)
           if (src[held_index(s, r, c)] > maximum) maximum = src[held_index(s, r, c)];
       dst.push_back(static_cast<uint32_t>(maximum));
