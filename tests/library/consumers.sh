@@ -69,6 +69,10 @@ quietly "$cmake" -S "$sources/parent" -B "$work/parent" -DLIBRARY_SOURCE="$work/
   "${settings[@]}" -DQO_ROWS=base
 quietly "$cmake" --build "$work/parent" --parallel 2
 for client in client_c client_cpp; do expect_run "$work/parent/products/$client"; done
+# What ./dev compilers expects of each compiler.
+numbers=$(sed -n "s/^prints '\([^']*\)' .* tests\/compilers\/numbers\.c$/\1/p" "$root/tests/compilers/build.sh")
+said=$("${emulator[@]}" "$work/parent/products/numbers") || fail "numbers ends with $?: $said"
+[[ -n $numbers && $said == "$numbers" ]] || fail "the parent's flags change bits: $said, not $numbers"
 DESTDIR=$work/of_parent quietly "$cmake" --install "$work/parent"
 [[ $(find "$work/of_parent" -type f -printf '%f ') == 'client_c ' ]] ||
   fail "the parent installs: $(find "$work/of_parent" -type f)"
