@@ -15,6 +15,16 @@ install(CODE "
   file(RPATH_REMOVE FILE \"\$ENV{DESTDIR}\${folder}/libqo_cmc_parser.so\")"
   COMPONENT runtime)
 
+# From an absolute folder of libraries the headers are found where they were said to be, not where
+# another prefix takes them.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}" AND NOT IS_ABSOLUTE "${CMAKE_INSTALL_INCLUDEDIR}")
+  install(CODE "
+    if(NOT CMAKE_INSTALL_PREFIX STREQUAL [[${CMAKE_INSTALL_PREFIX}]])
+      message(FATAL_ERROR [[CMAKE_INSTALL_LIBDIR is absolute, and the prefix was ${CMAKE_INSTALL_PREFIX}. \
+Configure the build for another prefix, or for a relative folder of libraries]])
+    endif()"
+    COMPONENT development)
+endif()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/qo_cmc
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 # Deliberate: no exported targets. CMake would ask for the stack's libraries among them, which are

@@ -58,3 +58,17 @@ for program in by_pkg_config by_plain_flags; do
   fi
   grep -q 'not a valid container' "$work/message" || fail "$program says: $(cat "$work/message")"
 done
+
+# With an absolute folder of libraries the files for packages name one prefix for the headers. Nothing
+# has to be built to see that no other is taken.
+said=$work/said
+"$cmake" -S "$root" -B "$work/absolute" -DCMAKE_C_COMPILER="$cc" -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_INSTALL_PREFIX="$work/the prefix" -DCMAKE_INSTALL_LIBDIR="$work/libraries" >"$said" 2>&1 ||
+  fail "$(cat "$said")"
+install=("$cmake" --install "$work/absolute" --component development)
+if "${install[@]}" --prefix "$work/another" >"$said" 2>&1; then fail 'another prefix is taken'; fi
+grep -q 'CMAKE_INSTALL_LIBDIR is absolute' "$said" || fail "refused with: $(cat "$said")"
+"${install[@]}" >"$said" 2>&1 || fail "$(cat "$said")"
+unset PKG_CONFIG_SYSROOT_DIR
+headers=$(PKG_CONFIG_LIBDIR=$work/libraries/pkgconfig pkg-config --variable=includedir qo_cmc_parser)
+[[ -f $headers/qo_cmc/parser.h ]] || fail "pkg-config finds no headers in '$headers'"
