@@ -17,6 +17,9 @@ if [[ -n $cxx ]]; then languages+=(c++17 c++20 'c++20 -fno-exceptions -fno-rtti'
 
 failures=0
 for header in "${headers[@]}"; do
+  # What is installed must not need what is not.
+  folders=(-Iinclude)
+  if [[ $header == platform/* ]]; then folders+=(-Iplatform/include); fi
   # Included as a client includes it; generating code finds more than checking syntax does.
   for language in "${languages[@]}"; do
     read -ra options <<<"-std=$language"
@@ -24,7 +27,7 @@ for header in "${headers[@]}"; do
     # With a declaration after it: C has no empty translation units, and one header only has macros.
     if ! printf '#include "%s"\nint unit_is_not_empty;\n' "${header#*include/}" |
       "${compile[@]}" "${options[@]}" -Wall -Wextra -pedantic-errors -Werror -c -o /dev/null \
-        -Iinclude -Iplatform/include -; then
+        "${folders[@]}" -; then
       printf '%s does not stand alone as %s\n' "$header" "$language"
       failures=$((failures + 1))
     fi
