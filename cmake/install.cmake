@@ -60,8 +60,10 @@ install(FILES ${PROJECT_BINARY_DIR}/qo_cmc_parser.pc
 # As in the checkout, where the pages lead to each other and to the examples.
 file(GLOB qo_pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/*.md)
 install(FILES ${qo_pages} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples
-        DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
+# What the site is made with is for a checkout.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs
+        FILES_MATCHING PATTERN *.md PATTERN *.svg PATTERN *.png)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT docs)
 
 # For machines without the stack: what a client needs to link and to run.
 if(NOT QO_PLATFORM_ROOT)

@@ -28,9 +28,10 @@ library=$(find "$work/system" -name libqo_cmc_parser.so)
 diff -r "$root/include/qo_cmc" "$(dirname "$(find "$work/system" -name parser.h)")" ||
   fail 'the installed headers are others'
 pages=$(dirname "$(find "$work/system" -name CONTRIBUTING.md)")
-for folder in docs examples; do
-  diff -r "$root/$folder" "$pages/$folder" || fail "other $folder are installed"
-done
+diff -r "$root/examples" "$pages/examples" || fail 'other examples are installed'
+mkdir "$work/docs"
+cp "$root"/docs/*.{md,png,svg} "$work/docs"
+diff -r "$work/docs" "$pages/docs" || fail 'other pages are installed'
 
 flags=(-std=c11 -Wall -Wextra -pedantic -Werror "-Wl,-rpath-link,$stack")
 example=$root/examples/parse_container.c
