@@ -68,6 +68,10 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOC
 # For machines without the stack: what a client needs to link and to run.
 if(NOT QO_PLATFORM_ROOT)
   foreach(name qo_log qo_vexb_parser qo_nvm)
+    get_target_property(folder ${name} SOURCE_DIR)
+    if(NOT folder STREQUAL "${PROJECT_SOURCE_DIR}/platform")
+      continue()  # the parent's, which installs it or not
+    endif()
     install(FILES $<TARGET_FILE:${name}> DESTINATION ${qo_standin_folder}
             PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
                         WORLD_READ WORLD_EXECUTE

@@ -76,3 +76,14 @@ said=$("${emulator[@]}" "$work/parent/products/numbers") || fail "numbers ends w
 DESTDIR=$work/of_parent quietly "$cmake" --install "$work/parent"
 [[ $(find "$work/of_parent" -type f -printf '%f ') == 'client_c ' ]] ||
   fail "the parent installs: $(find "$work/of_parent" -type f)"
+quietly "$cmake" -DQO_INSTALL=ON "$work/parent"
+DESTDIR=$work/of_standins quietly "$cmake" --install "$work/parent" --component standins
+[[ $(find "$work/of_standins" -name '*.so' -printf '%f\n' | sort | paste -sd ' ') == 'libqo_nvm.so libqo_vexb_parser.so' ]] ||
+  fail "not the stand-ins alone: $(find "$work/of_standins" -name '*.so')"
+for part in TESTS FUZZ BENCH BITS; do
+  if "$cmake" -DQO_BUILD_"$part"=ON "$work/parent" >"$work/log" 2>&1; then
+    fail "a part of another project has tests: QO_BUILD_$part"
+  fi
+  grep -F "QO_BUILD_$part: targets of tests" "$work/log" >/dev/null || fail "$(cat "$work/log")"
+  quietly "$cmake" -DQO_BUILD_"$part"=OFF "$work/parent"
+done
