@@ -47,6 +47,9 @@ refuses "no fuzz target is named 'resize'; there are: " fuzz resize
 refuses "no fuzz target is named 'resize'; there are: " corpus resize
 refuses "a number of seconds, not 'long'" fuzz all long
 refuses 'coverage takes no argument' coverage all
+refuses 'accuracy takes no argument' accuracy all
+refuses 'packages takes no argument' packages all
+refuses 'release-check takes no argument' release-check all
 refuses 'docs takes no argument' docs html
 refuses 'bits takes the word renew, or nothing' bits all
 refuses 'abi-baseline takes no argument' abi-baseline all
