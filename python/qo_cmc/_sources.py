@@ -5,7 +5,7 @@ from __future__ import annotations
 import errno
 import os
 import stat
-from typing import Union
+from typing import NoReturn, Union
 
 # Whatever has the buffer protocol: Python gives it no name before 3.12.
 Buffer = Union[bytes, bytearray, memoryview]
@@ -17,11 +17,17 @@ _LARGEST = 2**32 - 1
 _PIECE = 2**20
 
 
+def _refuse_as_too_large(path: str | os.PathLike[str]) -> NoReturn:
+    raise OSError(errno.EFBIG, os.strerror(errno.EFBIG), os.fspath(path))
+
+
 def _content_of_file(path: str | os.PathLike[str]) -> bytes:
+    what = os.stat(path)
     # A device is not even opened: reading it may never end, or change something.
-    mode = os.stat(path).st_mode
-    if stat.S_ISCHR(mode) or stat.S_ISBLK(mode):
+    if stat.S_ISCHR(what.st_mode) or stat.S_ISBLK(what.st_mode):
         raise OSError(errno.EINVAL, "Is a device", os.fspath(path))
+    if what.st_size > _LARGEST:
+        _refuse_as_too_large(path)
     pieces = []
     size = 0
     with open(path, "rb") as file:
@@ -29,7 +35,7 @@ def _content_of_file(path: str | os.PathLike[str]) -> bytes:
             pieces.append(piece)
             size += len(piece)
             if size > _LARGEST:
-                raise OSError(errno.EFBIG, os.strerror(errno.EFBIG), os.fspath(path))
+                _refuse_as_too_large(path)
     return b"".join(pieces)
 
 
