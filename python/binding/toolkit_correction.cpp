@@ -256,9 +256,12 @@ py::tuple python_correction(const py::object& target, const py::object& source,
   make_dense("source.lights_ext", from, false);
   gains_argument tables(gains, to.size, layout >= first_large_cell);
 
+  // One more than there are, so that a set without lights is not one without an array.
   std::vector<lens_shading_light> lights;
+  lights.reserve(to.lights.size() + 1);
   for (const light& one : to.lights) lights.push_back(light_structure<lens_shading_light>(one));
   std::vector<lens_shading_light_ext> source_lights;
+  source_lights.reserve(from.lights.size() + 1);
   for (const light& one : from.lights) {
     source_lights.push_back(light_structure<lens_shading_light_ext>(one));
     source_lights.back().aux = one.aux;
