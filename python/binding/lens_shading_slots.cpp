@@ -92,7 +92,7 @@ Examples
 >>> import qo_cmc
 >>> cmc = qo_cmc.parse(qo_cmc.sample_container())
 >>> {name: table.shape for name, table in cmc.lens_shading.lights[0].channels().items()}
-{'C1': (13, 17), 'G1': (13, 17), 'G2': (13, 17), 'C2': (13, 17)}
+{'C1': (49, 65), 'G1': (49, 65), 'G2': (49, 65), 'C2': (49, 65)}
 )";
 
 constexpr const char* channel_sites_doc = R"(The site, (row, column), of each table of `channels`.

@@ -44,7 +44,7 @@ class ParsedCmc(_parsing.Slots):
     >>> import qo_cmc
     >>> with qo_cmc.parse(qo_cmc.sample_container(), nvm=qo_cmc.sample_nvm()) as cmc:
     ...     print(cmc.general.name, cmc.merged, cmc.lens_shading.width, cmc.lens_shading.height)
-    SAMPLE-MODULE True 17 13
+    sample module True 65 49
     """
 
     # Looked up once: they do not change, and stay when the slots are released.
@@ -80,7 +80,7 @@ class ParsedCmc(_parsing.Slots):
         --------
         >>> import qo_cmc
         >>> qo_cmc.parse(qo_cmc.sample_container()).to_dict()["general"]["name"]
-        'SAMPLE-MODULE'
+        'sample module'
         """
         return self._to_dict()
 
@@ -176,7 +176,7 @@ def parse(source: Source, nvm: Source | None = None) -> ParsedCmc:
     >>> import qo_cmc
     >>> cmc = qo_cmc.parse(qo_cmc.sample_container())
     >>> cmc.lens_shading.lights[0].tables[0, 0].shape
-    (13, 17)
+    (49, 65)
     >>> cmc.record_26.groups[0].values.dtype
     dtype('float32')
     """
@@ -240,6 +240,7 @@ def pack(slots: Mapping[str, Any], checksum: int = 1) -> bytes:
     >>> import qo_cmc
     >>> slots = qo_cmc.parse(qo_cmc.sample_container()).to_dict()
     >>> slots["general"]["name"] = "OTHER"
+    >>> slots["general"]["record"]["size"] = None  # worked out anew
     >>> qo_cmc.parse(qo_cmc.pack(slots)).general.name
     'OTHER'
     """

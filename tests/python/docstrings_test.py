@@ -11,8 +11,8 @@ import pytest
 
 import qo_cmc
 
-# Public functions and classes without an example, by their names in the module.
-WITHOUT_EXAMPLE: set[str] = set()
+# What others give, or what gives bytes that stand in everybody's examples.
+WITHOUT_EXAMPLE = {"RecordReference", "RecordRow", "Report", "sample_container", "sample_nvm"}
 
 
 def modules():
