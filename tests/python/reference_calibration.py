@@ -148,7 +148,7 @@ LAYOUTS = tuple(_CELLS)
 
 
 def corrected_tables(target, source, gains, layout, order):
-    """The tables of one light; greens of `gains` (4, h, w) are averaged in place with 4 x 4 cells."""
+    """The tables of one light; a cell of 4 x 4 averages the greens of `gains` in place."""
     planes = {colour: i for i, colour in enumerate(_CELLS[order].split())}
     cell = _CELLS[layout].split()
     side = 2 if layout < 256 else 4

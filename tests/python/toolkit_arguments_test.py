@@ -104,8 +104,7 @@ def test_an_array_has_its_dtype_and_its_dimensions(name, key, shape, dtype):
     if np.dtype(dtype).itemsize > 1:
         swapped = np.dtype(dtype).newbyteorder()
         given[key] = zeros(shape, swapped)
-        refusal(TypeError, f"{key} is {swapped.str}, expected {kind}", name,
-                **given)
+        refusal(TypeError, f"{key} is {swapped.str}, expected {kind}", name, **given)
     given[key] = zeros((*shape, 1), dtype)
     found = ", ".join(str(side) for side in (*shape, 1))
     plural = "dimension" if len(shape) == 1 else "dimensions"
@@ -424,7 +423,8 @@ def correction(target=(), source=(), **changes):
 
 TABLE = {(0, 0): zeros((2, 3), f32)}
 CORRECTIONS = [
-    (dict(target=None), TypeError, "target is NoneType, expected an object with the attribute height"),
+    (dict(target=None), TypeError,
+     "target is NoneType, expected an object with the attribute height"),
     (dict(source=SimpleNamespace(width=3, height=2, lights=[])), TypeError,
      "source is types.SimpleNamespace, expected an object with the attribute lights_ext"),
     (dict(target=SimpleNamespace(width=65536, height=2, lights=[])), ValueError,
