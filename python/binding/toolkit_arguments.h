@@ -1,11 +1,10 @@
-// What Python handed over, checked before any of it reaches the library: dtype, dimensions, layout
-// and sizes. Every message begins with the function's name, and says which argument, what was found
-// and what was expected. A wrong type or dtype is a TypeError, all else a ValueError.
-//
-// Integers are read before arrays: reading one can run Python code, which could change an array
-// that was looked at already.
-#ifndef QO_CMC_PYTHON_TOOLKIT_ARGUMENTS_H
-#define QO_CMC_PYTHON_TOOLKIT_ARGUMENTS_H
+/// What Python handed over, checked before any of it reaches the library: dtype, dimensions, layout
+/// and sizes. Every message begins with the function's name, and says which argument, what was
+/// found and what was expected. A wrong type or dtype is a TypeError, all else a ValueError.
+///
+/// Integers are read before arrays: reading one can run Python code, which could change an array
+/// that was looked at already.
+#pragma once
 
 #include <pybind11/pybind11.h>
 
@@ -171,5 +170,3 @@ template <size_t Count>
 }
 
 }  // namespace qo_python
-
-#endif

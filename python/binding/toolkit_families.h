@@ -1,6 +1,5 @@
-// The families of functions that make up the module, one file each.
-#ifndef QO_CMC_PYTHON_TOOLKIT_FAMILIES_H
-#define QO_CMC_PYTHON_TOOLKIT_FAMILIES_H
+/// The families of functions that make up the module, one file each.
+#pragma once
 
 #include <pybind11/pybind11.h>
 
@@ -16,5 +15,3 @@ void define_resize_2d(pybind11::module_& module);
 void define_downscale(pybind11::module_& module);
 
 }  // namespace qo_python
-
-#endif

@@ -1,6 +1,5 @@
-// ComputedUpscaleLscTables: gain tables of the builders, which the views of them keep.
-#ifndef QO_CMC_PYTHON_TOOLKIT_GAIN_TABLES_H
-#define QO_CMC_PYTHON_TOOLKIT_GAIN_TABLES_H
+/// ComputedUpscaleLscTables: gain tables of the builders, which the views of them keep.
+#pragma once
 
 #include <memory>
 
@@ -31,5 +30,3 @@ class gain_tables {
 };
 
 }  // namespace qo_python
-
-#endif

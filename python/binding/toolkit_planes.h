@@ -1,6 +1,5 @@
-// Several planes of one size: an array (n, rows, columns), or a sequence of planes.
-#ifndef QO_CMC_PYTHON_TOOLKIT_PLANES_H
-#define QO_CMC_PYTHON_TOOLKIT_PLANES_H
+/// Several planes of one size: an array (n, rows, columns), or a sequence of planes.
+#pragma once
 
 #include <vector>
 
@@ -72,5 +71,3 @@ template <typename Element>
 }
 
 }  // namespace qo_python
-
-#endif

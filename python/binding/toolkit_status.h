@@ -1,6 +1,5 @@
-// The statuses of the library's functions as exceptions.
-#ifndef QO_CMC_PYTHON_TOOLKIT_STATUS_H
-#define QO_CMC_PYTHON_TOOLKIT_STATUS_H
+/// The statuses of the library's functions as exceptions.
+#pragma once
 
 #include <pybind11/pybind11.h>
 
@@ -26,5 +25,3 @@ void call_unlocked(const char* function, const Call& call) {
 }
 
 }  // namespace qo_python
-
-#endif
