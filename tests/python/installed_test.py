@@ -140,6 +140,12 @@ def test_a_module_exports_only_what_is_asked_for(prefix, module):
     assert exported == {f"PyInit_{module}"} | ({"qo_log"} if module == "_parsing" else set())
 
 
+def test_a_built_module_looks_for_libraries_beside_itself_only():
+    (toolkit,) = (BUILD / "python/qo_cmc").glob("_toolkit.*.so")
+    (run_path,) = run_path_of(toolkit)
+    assert run_path.split(":") == ["$ORIGIN/../../lib", "$ORIGIN/../../lib/platform"]
+
+
 def test_a_built_tree_can_be_moved(tmp_path):
     shutil.copytree(BUILD / "python/qo_cmc", tmp_path / "built/python/qo_cmc")
     shutil.copytree(BUILD / "lib", tmp_path / "built/lib")
