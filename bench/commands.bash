@@ -20,19 +20,36 @@ the table's vectors, whichever takes longer.
 END
 }
 
+# time_calls_through_python [REGEX]
+time_calls_through_python() {
+  local python
+  python=$(sed -n 's/^QO_PYTHON:[A-Z]*=//p' build/release/CMakeCache.txt)
+  PYTHONPATH=build/release/python:build/release/bench/python \
+    "$python" -B bench/python/overhead.py "$@"
+}
+
 run_bench() {
-  local tables=("${QO_ROWS-}") program=build/release/bin/qo_bench
+  local tables=("${QO_ROWS-}") program=build/release/bin/qo_bench page=docs/performance.md
+  local routines=build/release/performance.txt through_python=build/release/performance_python.txt
   need_compilers release
   heading "Build"
-  configure release -DQO_BUILD_BENCH=ON
-  build release qo_bench
+  configure release -DQO_BUILD_BENCH=ON -DQO_BUILD_PYTHON=ON
+  build release qo_bench qo_python_c_calls
   if [[ -z ${QO_ROWS-} ]]; then mapfile -t tables < <("$program" --tables); fi
   heading "Times"
   for table in "${tables[@]}"; do
     QO_ROWS=$table "$program" "${1-}"
-  done | tee build/release/performance.txt
-  # A part of the rows, or of the tables, is no reason to throw the rest away.
-  if [[ -z ${1-} && -z ${QO_ROWS-} ]]; then
-    { performance_heading && cat build/release/performance.txt; } >docs/performance.md
-  fi
+  done | tee "$routines"
+  if [[ -n ${QO_ROWS-} ]]; then return; fi  # Python has the table that the library chooses
+  time_calls_through_python "${1-}" | tee "$through_python"
+  [[ -s $routines || -s $through_python ]] || fail "no row's name matches '${1-}'"
+  # A part of the rows, or of the tables, is no reason to throw the rest away; but a whole part of the
+  # page can be renewed alone: it is the last one, and says when it was measured.
+  case ${1-} in
+    '') { performance_heading && cat "$routines" "$through_python"; } >"$page" ;;
+    python)
+      sed '/^## Through Python$/,$d' "$page" | cat - "$through_python" >build/release/performance.md
+      cp build/release/performance.md "$page"
+      ;;
+  esac
 }
