@@ -1,5 +1,5 @@
-# Debian packages, by CPack: the library, its development files, the inspector, and the symbols of
-# both binaries. `cmake --preset debian` is the build tree that they are made from.
+# Debian packages, by CPack: the library, its development files, the inspector, the Python package, and
+# the symbols of all binaries. `cmake --preset debian` is the build tree that they are made from.
 
 set(qo_packaging ${PROJECT_SOURCE_DIR}/packaging/debian)
 set(qo_library_package libqo-cmc-parser)  # Debian's rule for a SONAME without a number
@@ -92,6 +92,12 @@ if(QO_BUILD_TOOLS)
   qo_debian_package(tools_symbols qo-cmc-dbg debug)
   qo_debian_symbols(tools_symbols qo-cmc)
 endif()
+if(QO_BUILD_PYTHON)
+  qo_debian_package(python python3-qo-cmc python python)
+  qo_debian_package(python_symbols python3-qo-cmc-dbg debug)
+  qo_debian_symbols(python_symbols qo_python_parsing)
+  qo_debian_symbols(python_symbols qo_python_toolkit)
+endif()
 
 # Deliberate: the stack's three libraries are required, though no archive of Debian has them. The
 # loader refuses the library without them, and its packages are the stack's maker's: who installs on
@@ -108,4 +114,21 @@ set(CPACK_DEBIAN_RUNTIME_SYMBOLS_PACKAGE_DEPENDS "${qo_library_package} (= ${qo_
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${qo_library_package} (= ${qo_revision})")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_TOOLS_SYMBOLS_PACKAGE_DEPENDS "qo-cmc (= ${qo_revision})")
+if(QO_BUILD_PYTHON)
+  # The modules are for one minor version of the interpreter; the folder that they are in is for all.
+  # Which package the library is in dpkg-shlibdeps cannot know yet, but it has to find it.
+  math(EXPR qo_next_minor "${qo_python_minor} + 1")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.${qo_python_minor}), \
+python3 (<< 3.${qo_next_minor}), python3-numpy, python3-numpy-abi${qo_numpy_abi}, \
+${qo_library_package} (= ${qo_revision})")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-matplotlib, python3-tqdm")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS python3-distributed)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+      ${PROJECT_BINARY_DIR}/lib ${PROJECT_BINARY_DIR}/lib/platform)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+      ${qo_packaging}/python3-qo-cmc/postinst ${qo_packaging}/python3-qo-cmc/prerm)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+  set(CPACK_DEBIAN_PYTHON_SYMBOLS_PACKAGE_DEPENDS "python3-qo-cmc (= ${qo_revision})")
+endif()
 include(CPack)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # throw_away_root.sh ROOT PACKAGES STANDINS C_COMPILER VERSION: installs the Debian packages of the
 # folder PACKAGES with dpkg in a root of its own, which holds nothing but what they depend on, and
-# runs the inspector and a client there. The stack's packages are made here, from the stand-ins.
+# runs the inspector, a client and the Python package there. The stack's packages are made here, from the stand-ins.
 set -euo pipefail
 
 # dpkg and chroot want a user 0; nothing outside of the throw-away root is written.
@@ -46,15 +46,22 @@ symbols=$(package_of libqo-cmc-parser-dbg)
 development=$(package_of libqo-cmc-parser-dev)
 inspector=$(package_of qo-cmc)
 inspector_symbols=$(package_of qo-cmc-dbg)
-ours=("$library" "$symbols" "$development" "$inspector" "$inspector_symbols")
+python=$(package_of python3-qo-cmc)
+python_symbols=$(package_of python3-qo-cmc-dbg)
+ours=("$library" "$symbols" "$development" "$inspector" "$inspector_symbols" "$python"
+  "$python_symbols")
 
 # names_in: the packages that Depends fields name, of alternatives the first
 names_in() { tr ',' '\n' | sed 's/|.*//; s/(.*//; s/:any//; s/[[:space:]]//g; /^$/d'; }
 
-# What our packages depend on, with all that this depends on.
+# What our packages depend on, with all that this depends on; and what packages may take for granted,
+# as far as their scripts use it.
 mapfile -t wanted < <(
-  for package in "${ours[@]}"; do dpkg-deb --field "$package" Depends; done |
-    names_in | grep -v -e '^libqo-' -e '^qo-' | sort -u)
+  {
+    for package in "${ours[@]}"; do dpkg-deb --field "$package" Depends; done |
+      names_in | grep -v -e '^libqo-' -e '^qo-' -e '^python3-qo-'
+    printf '%s\n' dash findutils
+  } | sort -u)
 declare -A taken
 while ((${#wanted[@]})); do
   package=${wanted[0]}
@@ -69,8 +76,9 @@ while ((${#wanted[@]})); do
 done
 
 # They stand there as dpkg left them here.
-mkdir -p "$there"/{etc,tmp,usr/{bin,sbin,lib,lib64},var/lib/dpkg/{info,updates,triggers}}
+mkdir -p "$there"/{dev,etc,tmp,usr/{bin,sbin,lib,lib64},var/lib/dpkg/{info,updates,triggers}}
 for folder in bin sbin lib lib64; do ln -s "usr/$folder" "$there/$folder"; done
+touch "$there/dev/null"  # a file will do for what scripts write there
 mapfile -t dependencies < <(printf '%s\n' "${!taken[@]}" | sort)
 for package in "${dependencies[@]}"; do
   dpkg-query --status "$package" >"$work/stanza" 2>/dev/null || continue
@@ -83,6 +91,15 @@ done | grep -v -e '^/usr/share/\(doc\|man\|locale\)/' -e '^/\.$' -e '^diverted b
   while read -r file; do if [[ -f $file || -L $file ]]; then printf '%s\n' "$file"; fi; done |
   tar --create --directory=/ --no-recursion --files-from=- --file=- 2>"$work/tar" |
   tar --extract --directory="$there" --keep-directory-symlink --no-same-owner --file=-
+# Of packages that can replace each other one is there, and the link to its library in no package.
+for choice in /etc/alternatives/*.so.*; do
+  update-alternatives --query "${choice##*/}" >"$work/choice" 2>/dev/null || continue
+  while read -r library_there; do
+    if [[ -e $there$library_there ]]; then
+      ln -sf "$library_there" "$there$(sed -n 's/^Link: //p' "$work/choice")"
+    fi
+  done < <(sed -n 's/^Alternative: //p' "$work/choice")
+done
 
 # The stack's packages, each one of its libraries.
 for name in qo_log qo_nvm qo_vexb_parser; do
@@ -108,7 +125,7 @@ for package in "${ours[@]}"; do
   name=$(dpkg-deb --field "$package" Package)
   [[ $(state_of "$name") == "installed $version-"* ]] || fail "$name is: $(state_of "$name")"
 done
-quietly dpkg_there --verify libqo-cmc-parser libqo-cmc-parser-dev qo-cmc
+quietly dpkg_there --verify libqo-cmc-parser libqo-cmc-parser-dev qo-cmc python3-qo-cmc
 
 # The inspector writes the sample, and finds in it what it finds here.
 [[ $(in_root qo-cmc --version) == *"$version"* ]] || fail "qo-cmc is: $(in_root qo-cmc --version)"
@@ -130,25 +147,50 @@ quietly "$cc" -std=c11 "$there/usr/share/doc/libqo-cmc-parser-dev/examples/parse
 quietly in_root /tmp/client /tmp/sample/sample.vexb
 grep -q '^lens shading: [1-9]' "$work/log" || fail "the client says: $(cat "$work/log")"
 
+# The Python package does what its users do, and was compiled for all of them.
+cat >"$there/tmp/use.py" <<'END'
+import qo_cmc
+
+cmc = qo_cmc.parse("/tmp/sample/sample.vexb", nvm="/tmp/sample/sample.nvm")
+table = cmc.lens_shading.lights[0].tables[(0, 0)]
+print(qo_cmc.__version__, cmc.merged, qo_cmc.resize_2d_array_uint16(table, (13, 17)).shape)
+END
+quietly in_root python3 -W error /tmp/use.py
+[[ $(cat "$work/log") == "$version True (13, 17)" ]] || fail "in Python: $(cat "$work/log")"
+modules=$there/usr/lib/python3/dist-packages/qo_cmc
+for source in "$modules"/*.py; do
+  compiled=("$modules/__pycache__/$(basename "$source" .py)".*.pyc)
+  [[ -f ${compiled[0]} ]] || fail "$source is not compiled"
+done
+if [[ -e $modules/fleet || -e $modules/fleet.py ]]; then
+  quietly in_root python3 -W error -m qo_cmc.fleet --help
+fi
+
 # The C library that is asked for by hand is the one that is needed.
 asked=$(dpkg-deb --field "$library" Depends | sed -n 's/.*libc6 (>= \([0-9.]*\)).*/\1/p')
 needed=$(objdump --dynamic-syms "$there/usr/lib/$triplet/libqo_cmc_parser.so" |
   grep -o 'GLIBC_[0-9.]*' | sed 's/.*_//' | sort --version-sort | tail -n 1)
 dpkg --compare-versions "$needed" le "$asked" || fail "libc6 $needed is needed, $asked asked for"
 
-# Debuggers find the symbols by the build's number, and no folder of this machine in them.
-file=$there/usr/lib/$triplet/libqo_cmc_parser.so
-number=$(readelf --notes "$file" | sed -n 's/.*Build ID: //p')
-debug=$there/usr/lib/debug/.build-id/${number:0:2}/${number:2}.debug
-readelf --sections --wide "$file" | grep -q -e debug_info -e '\.symtab' && fail 'the library holds symbols'
-readelf --sections --wide "$debug" | grep -q '\.symtab' || fail 'the symbols are missing'
-# Compressed strings would be found by nobody.
-objcopy --decompress-debug-sections "$debug" "$work/debug"
-grep -q 'cmc_parser/parser\.cpp\|cmc_parser/container' "$work/debug" || fail 'no source is named'
-! grep -qF "$root" "$work/debug" || fail "the symbols name $root"
+# has_symbols_of FILE SOURCE: debuggers find FILE's symbols by the build's number, with the name of a
+# source that matches SOURCE, and no folder of this machine in them.
+has_symbols_of() {
+  local number debug
+  number=$(readelf --notes "$1" | sed -n 's/.*Build ID: //p')
+  debug=$there/usr/lib/debug/.build-id/${number:0:2}/${number:2}.debug
+  ! readelf --sections --wide "$1" | grep -e debug_info -e '\.symtab' || fail "$1 holds symbols"
+  readelf --sections --wide "$debug" | grep '\.symtab' >/dev/null || fail "$1: the symbols are missing"
+  # Compressed strings would be found by nobody.
+  objcopy --decompress-debug-sections "$debug" "$work/debug"
+  grep -q "$2" "$work/debug" || fail "$1: no source is named"
+  ! grep -qF "$root" "$work/debug" || fail "the symbols of $1 name $root"
+}
+has_symbols_of "$there/usr/lib/$triplet/libqo_cmc_parser.so" 'cmc_parser/parser\.cpp\|cmc_parser/container'
+has_symbols_of "$(echo "$modules"/_parsing.*.so)" 'python/binding/parsing_module\.cpp'
+has_symbols_of "$(echo "$modules"/_toolkit.*.so)" 'python/binding/toolkit_module\.cpp'
 
 # Gone without a trace.
 quietly dpkg_there --purge libqo-cmc-parser libqo-cmc-parser-dbg libqo-cmc-parser-dev \
-  qo-cmc qo-cmc-dbg
+  qo-cmc qo-cmc-dbg python3-qo-cmc python3-qo-cmc-dbg
 left=$(find "$there" -path "$there/tmp" -prune -o -name '*qo[-_]cmc*' -print)
 [[ -z $left ]] || fail "left after removal: $left"

@@ -26,7 +26,7 @@ EXTRA_OECMAKE:append:class-target = " -DQO_PLATFORM_ROOT=${STAGING_DIR_HOST}${pr
 EXTRA_OECMAKE += "-DQO_WERROR=OFF"
 
 # The inspector looks into containers where they are made: it is built for the build machine, not
-# for the target.
+# for the target. The Python package is not built at all: it is for desks, and wants NumPy there.
 PACKAGECONFIG ??= ""
 PACKAGECONFIG:class-native ??= "tools"
 PACKAGECONFIG[tools] = "-DQO_BUILD_TOOLS=ON,-DQO_BUILD_TOOLS=OFF,cairo cli11 fmt libpng nlohmann-json"
