@@ -130,7 +130,7 @@ python` measures this part alone and writes it anew.
 - Date: {datetime.datetime.now(datetime.timezone.utc):%Y-%m-%d}
 - Python {platform.python_version()}, NumPy {np.__version__}
 
-| {"call":<41} | {"Python":>8} | {"C":>8} | {"ratio":>6} | {"more":>8} | {"goal":<9} | {"":<6} |
+| {"call":<42} | {"Python":>8} | {"C":>8} | {"ratio":>6} | {"more":>8} | {"goal":<9} | {"":<6} |
 |---|---|---|---|---|---|---|""")
 
 
@@ -144,7 +144,7 @@ def main() -> None:
         python, c = medians(row)
         result = "met" if row.is_met(python, c) else "missed"
         print(
-            f"| {row.name:<41} | {python / 1000:8.3f} | {c / 1000:8.3f} | {python / c:6.2f} "
+            f"| {row.name:<42} | {python / 1000:8.3f} | {c / 1000:8.3f} | {python / c:6.2f} "
             f"| {(python - c) / 1000:8.3f} | {row.goal():<9} | {result:<6} |",
             flush=True,
         )
