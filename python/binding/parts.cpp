@@ -17,6 +17,11 @@ py::object record_of(const held& of, const record_header* record) {
   return py::cast(kept_record{of, record, record->size});
 }
 
+void add_field(py::object& type, const char* name) {
+  const py::tuple before = py::getattr(type, "_fields", py::tuple());
+  type.attr("_fields") = before + py::make_tuple(name);
+}
+
 std::string text_of_part(const py::object& object) {
   const py::object type = py::type::of(object);
   std::string text = py::str(type.attr("__name__"));

@@ -87,6 +87,8 @@ template <typename M>
     return py::cast(part<M>(of, &member, nullptr));
 }
 
+/// Adds the name of an attribute to those that the class lists, in `_fields`.
+void add_field(py::object& type, const char* name);
 /// "Record22(width=17, height=13, grid=<2>, ...)" of the attributes that the class names.
 [[nodiscard]] std::string text_of_part(const py::object& object);
 
@@ -99,9 +101,6 @@ class part_class {
   part_class(py::module_& module, const char* name, const char* doc) : class_(module, name, doc) {
     class_.def("__repr__", [](const py::object& self) { return text_of_part(self); });
   }
-  ~part_class() { class_.attr("_fields") = py::tuple(names_); }
-  part_class(const part_class&) = delete;
-  part_class& operator=(const part_class&) = delete;
 
   template <typename M>
   part_class& field(const char* name, M T::*member) {
@@ -133,7 +132,7 @@ class part_class {
   template <typename Make>
   part_class& made(const char* name, Make make) {
     class_.def_property_readonly(name, make);
-    names_.append(name);
+    add_field(class_, name);
     return *this;
   }
   template <typename Method>
@@ -144,7 +143,6 @@ class part_class {
 
  private:
   py::class_<object> class_;
-  py::list names_;
 };
 
 }  // namespace qo_python

@@ -25,9 +25,6 @@ class copied_class {
   copied_class(py::module_& module, const char* name, const char* doc) : class_(module, name, doc) {
     class_.def("__repr__", [](const py::object& self) { return text_of_part(self); });
   }
-  ~copied_class() { class_.attr("_fields") = py::tuple(names_); }
-  copied_class(const copied_class&) = delete;
-  copied_class& operator=(const copied_class&) = delete;
 
   template <typename M>
   copied_class& field(const char* name, M T::*member) {
@@ -36,13 +33,12 @@ class copied_class {
   template <typename Make>
   copied_class& made(const char* name, Make make) {
     class_.def_property_readonly(name, make);
-    names_.append(name);
+    add_field(class_, name);
     return *this;
   }
 
  private:
   py::class_<copied<T>> class_;
-  py::list names_;
 };
 
 /// The header stands at the start of the record's block.

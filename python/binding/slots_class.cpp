@@ -29,16 +29,13 @@ class slots_class {
 
 Each is an attribute under its name in the C structure, None where it is empty.
 )") {}
-  ~slots_class() { class_.attr("_fields") = py::tuple(names_); }
-  slots_class(const slots_class&) = delete;
-  slots_class& operator=(const slots_class&) = delete;
 
   /// @param make  what Python gets, of (held, parsed CMC)
   template <typename Make>
   slots_class& slot(const char* name, Make make) {
     class_.def_property_readonly(
         name, [make](const held& self) -> py::object { return make(self, self->cmc()); });
-    names_.append(name);
+    add_field(class_, name);
     return *this;
   }
   /// A slot of several addresses, the first of which is the record's copy.
@@ -63,7 +60,6 @@ Each is an attribute under its name in the C structure, None where it is empty.
 
  private:
   py::class_<held_cmc, held> class_;
-  py::list names_;
 };
 
 void add_slots(slots_class& slots) {
