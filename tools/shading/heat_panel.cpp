@@ -7,6 +7,7 @@
 
 #include "tools/shading/contours.h"
 #include "tools/shading/panel_layout.h"
+#include "tools/shading/panel_words.h"
 
 namespace shading {
 namespace {
@@ -179,46 +180,6 @@ void draw_alarm_rings(canvas& on, const panel_content& content, const panel_axes
   }
 }
 
-[[nodiscard]] std::string asymmetry_text(const panel_content& content) {
-  const auto text = [&content](const std::optional<asymmetry>& found) {
-    return found ? content.scale.signed_text_of(found->difference, 2) : std::string("none");
-  };
-  return fmt::format("left - right {}, top - bottom {}", text(content.figures.left_right),
-                     text(content.figures.top_bottom));
-}
-
-[[nodiscard]] std::vector<std::string> captions_of(const panel_content& content) {
-  const plane_figures& figures = content.figures;
-  if (!figures.any_sound) return {"no sample says anything of the lens"};
-  std::vector<std::string> captions;
-  const std::string smallest = content.scale.text_of(figures.smallest, 2);
-  if (content.plane.which() == stage::ratio) {
-    captions.push_back(
-        fmt::format("min {}, max {}", smallest, content.scale.text_of(figures.largest, 2)));
-  } else {
-    const grid_point centre = centre_of(content.plane);
-    captions.push_back(fmt::format("min {} at {}", smallest, text_of(figures.smallest_at, centre)));
-    captions.push_back(figures.contour_centre
-                           ? fmt::format("centre at {}", text_of(*figures.contour_centre, centre))
-                           : "no contour closes within the frame");
-  }
-  captions.push_back(asymmetry_text(content));
-  return captions;
-}
-
-[[nodiscard]] std::string alarms_of(const plane_figures& figures) {
-  std::string words;
-  const auto add = [&words](uint64_t count, const char* what) {
-    if (count == 0) return;
-    if (!words.empty()) words += ", ";
-    words += fmt::format("{} {}", count, what);
-  };
-  add(figures.wrapped, "wrapped");
-  add(figures.below_one, "below 1.0");
-  add(figures.not_finite, "not finite");
-  return words;
-}
-
 void draw_title(canvas& on, point cell, const panel_content& content) {
   constexpr size_t longest_sites = 20;
   on.text({cell.x, cell.y + 11}, content.title, {.size = 10.5, .bold = true});
@@ -265,7 +226,7 @@ void draw_panel(canvas& on, point cell, const panel_content& content) {
   draw_alarm_rings(on, content, axes);
   draw_axes(on, plane, area);
 
-  std::vector<std::string> captions = captions_of(content);
+  std::vector<std::string> captions = captions_of(content.plane, content.figures, content.scale);
   if (!lines) captions.emplace_back("no contour lines: the samples are too restless");
   double y = area.bottom() + 33;
   for (const std::string& caption : captions) {

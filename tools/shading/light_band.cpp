@@ -7,6 +7,7 @@
 
 #include "tools/shading/centre_plot.h"
 #include "tools/shading/heat_panel.h"
+#include "tools/shading/panel_words.h"
 #include "tools/shading/plane_figures.h"
 
 namespace shading {
@@ -33,15 +34,8 @@ void draw_header(canvas& on, double top, const subject& about, const panel_band&
                       light.fraction_bits_before,
                       about.has_module ? fmt::format(", {} after", light.fraction_bits_after) : ""),
           {.size = 10});
-  std::string scale =
-      fmt::format("Same scale for all lights: gain {} to {}, contours every {}",
-                  values.gain.text_of(values.gain.low, 2), values.gain.text_of(values.gain.high, 2),
-                  values.gain.text_of(values.gain.step));
-  if (about.has_module)
-    scale += fmt::format(
-        "; ratio {} to {}, contours every {}", values.ratio.text_of(values.ratio.low, 2),
-        values.ratio.text_of(values.ratio.high, 2), values.ratio.text_of(values.ratio.step));
-  on.text({x, top + 47}, scale, {.size = 10, .colour = ink::faint});
+  on.text({x, top + 47}, scales_in_words(values, about.has_module),
+          {.size = 10, .colour = ink::faint});
   if (!light.not_corrected.empty())
     on.text({x, top + 61}, "Not corrected: " + shortened(light.not_corrected, longest_reason),
             {.size = 10, .colour = ink::alarm, .bold = true});
