@@ -4,6 +4,7 @@
 
 #include "python/binding/held_cmc.h"
 #include "python/binding/json_objects.h"
+#include "python/binding/shading_panels.h"
 #include "python/binding/slot_classes.h"
 #include "tools/document/slots.h"
 #include "tools/sample/sample_module.h"
@@ -45,6 +46,9 @@ PYBIND11_MODULE(_parsing, module) {
 
   module.def("check", &check, py::arg("container"), py::arg("nvm"));
   module.def("pack", &pack, py::arg("slots"), py::arg("checksum"));
+  module.def("colours", &colours);
+  module.def("light_panels", &light_panels_of, py::arg("container"), py::arg("nvm"),
+             py::arg("light"));
   module.def("sample_container", [] { return bytes_of(sample_container()); });
   module.def("sample_nvm", [] { return bytes_of(sample_nvm()); });
 }

@@ -6,6 +6,9 @@ names of the C functions. `qo_cmc.plot` draws lens shading, and `qo_cmc.fleet` w
 containers.
 """
 
+import importlib
+from typing import TYPE_CHECKING
+
 from qo_cmc._findings import Finding, InvalidContainer, RecordReference, RecordRow, Report
 from qo_cmc._gains import PhysicalGains
 from qo_cmc._parsed_cmc import ParsedCmc, check, pack, parse
@@ -92,3 +95,14 @@ __all__ = [
     "sample_nvm",
     "transpose_m",
 ]
+
+
+if TYPE_CHECKING:
+    from qo_cmc import plot as plot
+else:
+
+    def __getattr__(name):
+        # Matplotlib is imported when a picture is drawn, not before.
+        if name == "plot":
+            return importlib.import_module("qo_cmc.plot")
+        raise AttributeError(f"module {__name__!r} has no attribute {name!r}")

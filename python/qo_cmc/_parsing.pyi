@@ -7,6 +7,7 @@ import numpy.typing as npt
 
 from qo_cmc._findings import Finding, RecordRow
 from qo_cmc._gains import PhysicalGains
+from qo_cmc._panels import LightPanels
 
 _I8 = npt.NDArray[np.int8]
 _U8 = npt.NDArray[np.uint8]
@@ -16,9 +17,13 @@ _U64 = npt.NDArray[np.uint64]
 _F32 = npt.NDArray[np.float32]
 _Structured = npt.NDArray[np.void]
 
+_Rgb = tuple[int, int, int]
+
 __version__: str
 
 def check(container: bytes, nvm: bytes | None) -> tuple[bool, tuple[Finding, ...]]: ...
+def colours() -> tuple[tuple[_Rgb, ...], _Rgb, _Rgb]: ...
+def light_panels(container: bytes, nvm: bytes | None, light: int) -> LightPanels: ...
 def pack(slots: dict[str, Any], checksum: int) -> bytes: ...
 def sample_container() -> bytes: ...
 def sample_nvm() -> bytes: ...
