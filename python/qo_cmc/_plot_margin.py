@@ -5,8 +5,8 @@ from __future__ import annotations
 from typing import Any
 
 import numpy as np
-from matplotlib.colors import Normalize
-from matplotlib.patches import Circle, Rectangle
+from matplotlib.colors import Normalize  # type: ignore[import]
+from matplotlib.patches import Circle, Rectangle  # type: ignore[import]
 
 from qo_cmc._panels import Channel, Scale
 from qo_cmc._plot_sheet import (

@@ -5,9 +5,9 @@ from __future__ import annotations
 from typing import Any
 
 import numpy as np
-from matplotlib.collections import LineCollection
-from matplotlib.colors import Normalize
-from matplotlib.patheffects import withStroke
+from matplotlib.collections import LineCollection  # type: ignore[import]
+from matplotlib.colors import Normalize  # type: ignore[import]
+from matplotlib.patheffects import withStroke  # type: ignore[import]
 
 from qo_cmc._panels import Channel, Panel, Place, Scale
 from qo_cmc._plot_sheet import (

@@ -5,7 +5,7 @@ from __future__ import annotations
 from dataclasses import dataclass
 from typing import Any
 
-from matplotlib.colors import ListedColormap
+from matplotlib.colors import ListedColormap  # type: ignore[import]
 
 from qo_cmc import _parsing
 

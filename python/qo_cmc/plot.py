@@ -10,7 +10,7 @@ import io
 import math
 from operator import index as whole_number
 
-from matplotlib.figure import Figure
+from matplotlib.figure import Figure  # type: ignore[import]
 
 from qo_cmc import _parsing
 from qo_cmc._panels import LightPanels
@@ -28,7 +28,7 @@ _ROW_PITCH = 248
 _LEAST_ROWS = 288  # of all stages: the plot of the centres
 
 
-class _NotebookFigure(Figure):  # type: ignore[misc]  # Matplotlib has no types
+class _NotebookFigure(Figure):  # type: ignore[misc]
     """A figure that notebooks show although no pyplot knows it."""
 
     def _repr_png_(self) -> bytes:

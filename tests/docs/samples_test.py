@@ -1,6 +1,8 @@
 """Every program and every piece of CMake on the pages: compiled, run, its output compared."""
 
+import json
 import os
+import sys
 import unittest
 
 import client
@@ -11,7 +13,7 @@ COMPILERS = {
     "cpp": [os.environ["QO_CXX"], "-std=c++20", "-pthread"],
 }
 WARNINGS = ["-Wall", "-Wextra", "-pedantic", "-Werror"]
-KNOWN_LANGUAGES = {*COMPILERS, "cmake", "sh", "output"}
+KNOWN_LANGUAGES = {*COMPILERS, "python", "cmake", "sh", "output"}
 
 PROJECT = """cmake_minimum_required(VERSION 3.25)
 project(client LANGUAGES C CXX)
@@ -19,6 +21,18 @@ add_executable(client client.c)
 """
 CLIENT = """#include <qo_cmc/parser.h>
 int main(void) { return qo_cmc_parser_init(0) != 0; }
+"""
+
+# Runs blocks of Python, handed over as a list, one after the other as in a notebook, and prints a
+# list of what each printed.
+NOTEBOOK = """
+import contextlib, io, json, sys
+names, printed = {"__name__": "__main__"}, []
+for place, text in json.load(sys.stdin):
+    with contextlib.redirect_stdout(io.StringIO()) as output:
+        exec(compile(text, place, "exec"), names)
+    printed.append(output.getvalue())
+json.dump(printed, sys.stdout)
 """
 
 
@@ -51,6 +65,26 @@ class Samples(client.ClientTest):
                 )
                 if block.output is not None:
                     self.assertEqual(block.output, printed)
+
+    @unittest.skipUnless("QO_PYTHON_PACKAGE" in os.environ, "the Python package is not built")
+    def test_python_prints_what_its_page_says(self):
+        count = 0
+        for page in pages.PAGES:
+            blocks = [block for block in pages.all_blocks("python") if block.page == page]
+            if not blocks:
+                continue
+            # A page's blocks follow each other, as a reader would go through them.
+            printed = self.run_tool(
+                sys.executable, "-B", "-c", NOTEBOOK,
+                input=json.dumps([(block.place, block.text) for block in blocks]),
+                cwd=self.work,
+                env={**os.environ, "PYTHONPATH": os.environ["QO_PYTHON_PACKAGE"]},
+            )  # fmt: skip
+            for block, output in zip(blocks, json.loads(printed)):
+                with self.subTest(block.place):
+                    count += 1
+                    self.assertEqual(block.output or "", output)
+        self.assertGreater(count, 0)
 
     def test_pieces_of_cmake_make_a_client(self):
         blocks = pages.all_blocks("cmake")
