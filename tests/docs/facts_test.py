@@ -48,6 +48,34 @@ class Facts(unittest.TestCase):
         )
         self.assertEqual((0, ""), (done.returncode, done.stderr))
 
+    def test_the_slots_of_python_are_those_of_the_header(self):
+        listed = set()
+        for row in table_rows(DOCS / "python.md", "## Slots"):
+            names = re.sub(
+                r"`record_(\d+)` to `record_(\d+)`",
+                lambda ends: " ".join(
+                    f"`record_{number}`" for number in range(int(ends[1]), int(ends[2]) + 1)
+                ),
+                row[0],
+            )
+            listed.update(re.findall(r"`(\w+)`", names))
+        slots = {
+            row[1].strip("`").split(".")[0]
+            for row in table_rows(DOCS / "ownership.md", "## Every slot")
+        }
+        self.assertEqual(slots - {"unused_6", "unused_7"}, listed)
+
+    def test_the_toolkit_of_python_is_every_numeric_function(self):
+        listed = set()
+        for row in table_rows(DOCS / "python.md", "## The toolkit"):
+            listed.update(re.findall(r"`(\w+)\(", row[0]))
+        exported = set(
+            re.findall(r"^ +(\w+);", (pages.ROOT / "cmake/exports.map").read_text(), re.M)
+        )
+        parser = (pages.ROOT / "include/qo_cmc/parser.h").read_text()
+        numeric = {name for name in exported if not re.search(rf"\b{name}\(", parser)}
+        self.assertEqual(numeric, listed)
+
     def test_the_table_of_kinds_has_every_kind(self):
         listed = set()
         for row in table_rows(DOCS / "container_format.md", "## Kinds"):

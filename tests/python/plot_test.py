@@ -92,7 +92,7 @@ def words_of(figure):
 
 CONTAINERS = {
     "as it is": CONTAINER,
-    **{f"cell {code}": with_cfa_layout(code) for code in (0, 1, 2, 3, 256, 257, 258, 259)},
+    **{f"cell {code}": with_cfa_layout(code) for code in (2, 258)},
     "sixteen sites": with_sixteen_sites(),
     "unknown cell": with_cfa_layout(200),
     "no record 2": with_cfa_layout(None),
@@ -104,10 +104,11 @@ CONTAINERS = {
 def test_panels_hold_what_the_tool_writes(tmp_path, name):
     # Without a module a container differs from the others in its channels' names only.
     for nvm in (NVM, None) if name in ("as it is", "unknown cell") else (NVM,):
-        compare_with_tool(tmp_path, CONTAINERS[name], nvm)
+        compare_with_tool(tmp_path, name, nvm)
 
 
-def compare_with_tool(tmp_path, container, nvm):
+def compare_with_tool(tmp_path, name, nvm):
+    container = CONTAINERS[name]
     table = table_of_tool(tmp_path, container, nvm)
     cmc = qo_cmc.parse(container, nvm=nvm)
     stages = ("before", "after", "ratio") if cmc.merged else ("before",)
@@ -123,6 +124,8 @@ def compare_with_tool(tmp_path, container, nvm):
         assert list(expected) == list(panels)
         for label, samples in expected.items():
             np.testing.assert_array_equal(samples, shown(panels[label]).ravel(), label)
+        if name == "sixteen sites":
+            assert len(panels) == 16 * 3
 
 
 def test_channels_and_stages_have_their_panels():
@@ -137,7 +140,6 @@ def test_channels_and_stages_have_their_panels():
     assert [f"site ({row}, {column}) before" for row in range(2) for column in range(2)] == labels(
         None, CONTAINERS["unknown cell"]
     )
-    assert len(labels(NVM, CONTAINERS["sixteen sites"])) == 16 * 3
 
 
 def test_before_is_the_container_and_after_is_the_parsed_cmc():

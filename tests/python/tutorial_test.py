@@ -8,10 +8,12 @@ from pathlib import Path
 
 import matplotlib.image
 import numpy as np
+import pytest
 
 ROOT = Path(os.environ["QO_ROOT"])
 DOCS = ROOT / "docs"
 TUTORIAL = ROOT / "examples/python/tutorial.py"
+PAGE = (DOCS / "python.md").read_text(encoding="utf-8")
 
 
 def run(*arguments):
@@ -20,28 +22,33 @@ def run(*arguments):
     )
 
 
-def test_the_tutorial_draws_the_pictures_of_its_page(tmp_path):
-    done = run(tmp_path)
+@pytest.fixture(scope="module")
+def drawn(tmp_path_factory):
+    """The folder that it drew into, and what it printed."""
+    folder = tmp_path_factory.mktemp("tutorial")
+    done = run(folder)
     assert (0, "") == (done.returncode, done.stderr)
-    page = (DOCS / "python.md").read_text(encoding="utf-8")
-    shown = set(re.findall(r"\]\((python_\w+\.png)\)", page))
+    return folder, done.stdout
+
+
+def test_it_draws_the_pictures_of_its_page(drawn):
+    folder, _ = drawn
+    shown = set(re.findall(r"\]\((python_\w+\.png)\)", PAGE))
     assert len(shown) > 1
-    assert shown == {path.name for path in tmp_path.iterdir()}
+    assert shown == {path.name for path in folder.iterdir()}
     for name in shown:
-        drawn = matplotlib.image.imread(tmp_path / name)
+        new = matplotlib.image.imread(folder / name)
         kept = matplotlib.image.imread(DOCS / name)
-        assert drawn.shape == kept.shape, name
+        assert new.shape == kept.shape, name
         # Rounding of a line's place may differ between processors.
-        other = (abs(drawn - kept) > 2 / 255).any(axis=-1)
+        other = (abs(new - kept) > 2 / 255).any(axis=-1)
         assert np.count_nonzero(other) < 0.002 * other.size, name
 
 
-def test_what_it_prints_stands_on_its_page(tmp_path):
-    printed = run(tmp_path).stdout
-    page = (DOCS / "python.md").read_text(encoding="utf-8")
-    part = page.split("## A tutorial", 1)[1]
+def test_what_it_prints_stands_on_its_page(drawn):
+    part = PAGE.split("## A tutorial", 1)[1]
     block = re.search(r"```output\n(.*?)```", part, re.S)
-    assert block[1] == printed
+    assert block[1] == drawn[1]
 
 
 def test_it_says_how_it_is_used():
