@@ -1,0 +1,74 @@
+"""Workers of a Dask cluster. Nothing here is imported unless a client is given."""
+
+from __future__ import annotations
+
+import importlib
+import pickle
+import time
+import warnings
+from collections.abc import Callable, Collection
+from typing import Any
+
+from qo_cmc.fleet.dispatch import WorkerDied
+
+# For how long the number of workers is taken to be what it was: asking is a message.
+SECONDS_BETWEEN_COUNTS = 2.0
+
+
+def _run(message: bytes, shared: Any) -> Any:
+    work, items = pickle.loads(message)
+    return work(items, shared)
+
+
+def _same(value: Any) -> Any:
+    return value
+
+
+class Cluster:
+    """Tasks of a `distributed.Client`, which stays the caller's."""
+
+    def __init__(self, client: Any) -> None:
+        self._distributed: Any = importlib.import_module("distributed")
+        self._killed = importlib.import_module("distributed.scheduler").KilledWorker
+        if not isinstance(client, self._distributed.Client):
+            raise TypeError(f"client is {type(client).__name__}, expected a distributed.Client")
+        self._client = client
+        self._workers, self._counted = 1, float("-inf")
+
+    def __enter__(self) -> Cluster:
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        pass
+
+    def workers(self) -> int:
+        now = time.monotonic()
+        if now - self._counted > SECONDS_BETWEEN_COUNTS:
+            self._workers, self._counted = sum(self._client.nthreads().values()), now
+        return self._workers
+
+    def share(self, value: Any) -> Any:
+        """A task of its own: a worker that dies with the value leaves the way to have it again."""
+        with warnings.catch_warnings():
+            # What is large is known to be, and goes through the scheduler once.
+            warnings.filterwarnings("ignore", message="Large object of size")
+            return self._client.submit(_same, value, pure=False)
+
+    def submit(self, work: Callable[[Any, Any], Any], items: Any, shared: Any) -> Any:
+        # In one piece: Dask would look for tasks and keys of its own in what the items are.
+        message = pickle.dumps((work, items), pickle.HIGHEST_PROTOCOL)
+        return self._client.submit(_run, message, shared, pure=False, retries=1)
+
+    def wait(self, tasks: Collection[Any]) -> Collection[Any]:
+        waited = self._distributed.wait(list(tasks), return_when="FIRST_COMPLETED")
+        return list(waited.done)
+
+    def outcome(self, task: Any) -> Any:
+        try:
+            return task.result()
+        except self._killed as error:
+            raise WorkerDied from error
+
+    def cancel(self, tasks: Collection[Any]) -> None:
+        if tasks:
+            self._client.cancel(list(tasks))
