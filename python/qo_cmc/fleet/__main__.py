@@ -46,7 +46,11 @@ def _parser() -> argparse.ArgumentParser:
     common.add_argument("-o", "--output", metavar="FILE", help="instead of standard output")
     workers = common.add_mutually_exclusive_group()
     workers.add_argument(
-        "-j", "--jobs", metavar="N", type=_count, help="processes; as many as processors by default"
+        "-j",
+        "--jobs",
+        metavar="N",
+        type=_count,
+        help="processes; as many as processors by default, 0: none but this",
     )
     workers.add_argument("--scheduler", metavar="ADDRESS", help="work on this Dask cluster instead")
     common.add_argument("--no-progress", action="store_true", help="show no bar on a terminal")
@@ -75,7 +79,7 @@ def _parser() -> argparse.ArgumentParser:
 
 
 def _count(text: str) -> int:
-    if not text.isdecimal() or int(text) < 1:
+    if not text.isdecimal():
         raise argparse.ArgumentTypeError(f"expected a number of processes, not {text!r}")
     return int(text)
 
