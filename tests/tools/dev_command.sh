@@ -51,6 +51,9 @@ refuses 'accuracy takes no argument' accuracy all
 refuses 'packages takes no argument' packages all
 refuses 'release-check takes no argument' release-check all
 refuses 'docs takes no argument' docs html
+refuses 'fleet takes a number of modules, no more' fleet 500 600
+refuses "fleet takes a number of modules from 200 to 100000, not 'all'" fleet all
+refuses "fleet takes a number of modules from 200 to 100000, not '100'" fleet 100
 refuses 'bits takes the word renew, or nothing' bits all
 refuses 'abi-baseline takes no argument' abi-baseline all
 refuses 'compilers takes one regular expression' compilers a b
