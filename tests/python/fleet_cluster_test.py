@@ -11,7 +11,8 @@ import pytest
 from fleet_modules import container_of, many_processes, random_tables, write_fleet
 
 from qo_cmc import fleet
-from qo_cmc.fleet import checks, shading
+from qo_cmc.fleet import __main__ as command
+from qo_cmc.fleet import checks, cluster, shading
 
 distributed = pytest.importorskip("distributed")
 
@@ -22,6 +23,9 @@ def die_or_wait(batch):
     """The first worker that takes `slow` says who it is; all that take `deadly` die."""
     for path, _ in batch:
         said = pathlib.Path(path + ".pid")
+        # A worker that dies before its nanny knows that it lives is not started again.
+        if path.endswith(("slow", "deadly")) and not said.exists():
+            time.sleep(0.5)
         if path.endswith("slow") and not said.exists():
             said.write_text(str(os.getpid()), encoding="utf-8")
             time.sleep(60)
@@ -45,11 +49,13 @@ def judge_after_a_wait(batch, shared):
     return shading.judge_batch(batch, shared)
 
 
+def allow_no_failures(dask_scheduler):
+    dask_scheduler.allowed_failures = 0
+
+
 @pytest.fixture(scope="module")
 def client():
     settings = {
-        # A dead worker is soon back, and a task that kills two is given up.
-        "distributed.scheduler.allowed-failures": 1,
         "distributed.comm.timeouts.connect": "60s",
         "distributed.worker.daemon": True,
     }
@@ -63,9 +69,9 @@ def client():
             n_workers=2,
             threads_per_worker=1,
             processes=True,
-            dashboard_address=None,
+            dashboard_address="127.0.0.1:0",
             silence_logs="CRITICAL",
-        ) as cluster, distributed.Client(cluster) as found:
+        ) as local, distributed.Client(local) as found:
             yield found
 
 
@@ -134,4 +140,24 @@ def test_a_file_that_kills_every_worker_stands_alone_in_the_end(tmp_path, client
         str(paths[3]), None, (), "its worker died at each of 3 tries"
     )
     monkeypatch.setattr(checks, "check_batch", check_after_a_wait)
+    # Otherwise the scheduler tries with four workers each time.
+    client.run_on_scheduler(allow_no_failures)
     assert expected == list(fleet.check(paths, client=client))
+
+
+def test_a_cluster_without_workers_is_not_waited_for_without_end(monkeypatch):
+    monkeypatch.setattr(cluster, "SECONDS_BETWEEN_LOOKS", 0.1)
+    monkeypatch.setattr(cluster, "SECONDS_WITHOUT_WORKERS", 0.5)
+    with distributed.LocalCluster(
+        n_workers=0, processes=False, dashboard_address="127.0.0.1:0"
+    ) as empty, distributed.Client(empty) as client:
+        with pytest.raises(RuntimeError, match="the cluster has had no worker for"):
+            fleet.check(["a"], client=client)
+
+
+def test_the_command_line_takes_a_schedulers_address(tmp_path, client, capfdbinary):
+    path = tmp_path / "module"
+    path.write_bytes(container_of(random_tables(1)))
+    address = client.scheduler_info()["address"]
+    assert 0 == command.main(["check", "--scheduler", address, str(path)])
+    assert b'"valid":true' in capfdbinary.readouterr().out

@@ -1,5 +1,6 @@
 """Small containers with chosen lens-shading tables, for the tests of the fleet."""
 
+import functools
 import os
 
 import numpy as np
@@ -17,10 +18,15 @@ SANITIZED = "address" in os.environ.get("QO_SANITIZE", "")
 many_processes = pytest.mark.skipif(SANITIZED, reason="workers start too slowly with the sanitizer")
 
 
+@functools.cache
+def _sample_slots():
+    return qo_cmc.parse(qo_cmc.sample_container()).to_dict()
+
+
 def container_of(tables, light_ids=None, fraction_bits=12, with_record_2=True):
     """A container whose lights have these tables: lights x sites x height x width."""
-    slots = qo_cmc.parse(qo_cmc.sample_container()).to_dict()
-    shading = slots["lens_shading"]
+    slots = _sample_slots()
+    shading = dict(slots["lens_shading"])
     kept = {"general": slots["general"], "lens_shading": shading}
     if with_record_2:
         kept["module_properties"] = slots["module_properties"]

@@ -13,6 +13,9 @@ from qo_cmc.fleet.dispatch import WorkerDied
 
 # For how long the number of workers is taken to be what it was: asking is a message.
 SECONDS_BETWEEN_COUNTS = 2.0
+SECONDS_BETWEEN_LOOKS = 5.0
+# Longer than workers take that are started again.
+SECONDS_WITHOUT_WORKERS = 120.0
 
 
 def _run(message: bytes, shared: Any) -> Any:
@@ -34,6 +37,7 @@ class Cluster:
             raise TypeError(f"client is {type(client).__name__}, expected a distributed.Client")
         self._client = client
         self._workers, self._counted = 1, float("-inf")
+        self._alone_since: float | None = None
 
     def __enter__(self) -> Cluster:
         return self
@@ -60,14 +64,34 @@ class Cluster:
         return self._client.submit(_run, message, shared, pure=False, retries=1)
 
     def wait(self, tasks: Collection[Any]) -> Collection[Any]:
-        waited = self._distributed.wait(list(tasks), return_when="FIRST_COMPLETED")
-        return list(waited.done)
+        while True:
+            try:
+                waited = self._distributed.wait(
+                    list(tasks), timeout=SECONDS_BETWEEN_LOOKS, return_when="FIRST_COMPLETED"
+                )
+            except self._distributed.TimeoutError:
+                self._look_for_workers()
+            else:
+                return list(waited.done)
+
+    def _look_for_workers(self) -> None:
+        """A file that kills its worker may have killed all, where nothing starts them again."""
+        if self._client.nthreads():
+            self._alone_since = None
+            return
+        now = time.monotonic()
+        if self._alone_since is None:
+            self._alone_since = now
+        if now - self._alone_since > SECONDS_WITHOUT_WORKERS:
+            raise RuntimeError(
+                f"the cluster has had no worker for {SECONDS_WITHOUT_WORKERS:.0f} seconds"
+            )
 
     def outcome(self, task: Any) -> Any:
         try:
             return task.result()
         except self._killed as error:
-            raise WorkerDied from error
+            raise WorkerDied(error.allowed_failures + 1) from error
 
     def cancel(self, tasks: Collection[Any]) -> None:
         if tasks:

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import itertools
 from collections.abc import Callable, Collection, Iterable, Iterator, Sized
 from dataclasses import dataclass
@@ -15,14 +16,18 @@ Work = Callable[[list[Item], Any], Value]
 
 # Most containers take a tenth of a millisecond, and a task of a cluster one or two.
 LARGEST_BATCH = 128
-# How often an item that stands alone is tried before it is given up.
+# How many workers an item that stands alone may take along before it is given up.
 TRIES = 3
 # Batches in flight, or waiting for an earlier one, for each worker.
 AHEAD = 4
 
 
 class WorkerDied(Exception):
-    """The worker ended before it answered."""
+    """The worker ended before it answered; also several, where an engine tries again by itself."""
+
+    def __init__(self, deaths: int = 1) -> None:
+        super().__init__(deaths)
+        self.deaths = deaths
 
 
 @dataclass(frozen=True)
@@ -146,19 +151,29 @@ def _one_by_one(
     pieces = [items]
     while pieces:
         piece = pieces.pop()
-        tries = TRIES if len(piece) == 1 else 1
-        for _ in range(tries):
-            try:
-                yield piece, _alone(engine, work, piece, shared)
-                break
-            except WorkerDied:
-                continue
-        else:
-            if len(piece) == 1:
-                yield piece, Lost(tries)
-            else:
+        answer: Union[Value, Lost]
+        try:
+            answer = _alone(engine, work, piece, shared)
+        except WorkerDied as died:
+            if len(piece) > 1:
                 middle = len(piece) // 2
                 pieces += [piece[middle:], piece[:middle]]
+                continue
+            answer = _tried_again(engine, work, piece, shared, died.deaths)
+        yield piece, answer
+
+
+def _tried_again(
+    engine: Engine, work: Work[Item, Value], piece: list[Item], shared: Any, deaths: int
+) -> Union[Value, Lost]:
+    """What stands alone, and killed so many workers: once one was enough it may be mere chance."""
+    while deaths < TRIES:
+        try:
+            answer: Value = _alone(engine, work, piece, shared)
+            return answer
+        except WorkerDied as died:
+            deaths += died.deaths
+    return Lost(deaths)
 
 
 def _alone(engine: Engine, work: Callable[[Any, Any], Any], items: Any, shared: Any) -> Any:
@@ -177,11 +192,9 @@ def _nothing(items: Any, shared: Any) -> None:
 def _make_sure_that_workers_start(engine: Engine) -> None:
     """Without this, each file of a fleet would be blamed for workers that cannot even start."""
     for _ in range(TRIES):
-        try:
+        with contextlib.suppress(WorkerDied):
             _alone(engine, _nothing, [], None)
             return
-        except WorkerDied:
-            continue
     raise RuntimeError(
         "workers end before they do anything; a script that starts them does so under "
         'if __name__ == "__main__"'
