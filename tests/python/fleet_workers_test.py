@@ -124,7 +124,7 @@ def test_a_file_that_kills_every_worker_stands_alone_in_the_end(paths, monkeypat
     expected = list(fleet.check(paths, workers=0))
     monkeypatch.setattr(checks, "check_batch", check_unless_deadly)
     report = fleet.check(paths, workers=2)
-    error = "its worker died at each of 3 tries"
+    error = "every worker that took it died, 3 in all"
     expected[131] = fleet.FileReport(str(paths[131]), None, (), error)
     assert expected == list(report)
     deaths = (paths[131].parent / "deadly.deaths").read_text(encoding="utf-8")

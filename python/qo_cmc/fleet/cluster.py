@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import importlib
 import pickle
+import queue
 import time
 import warnings
 from collections.abc import Callable, Collection
@@ -18,13 +19,9 @@ SECONDS_BETWEEN_LOOKS = 5.0
 SECONDS_WITHOUT_WORKERS = 120.0
 
 
-def _run(message: bytes, shared: Any) -> Any:
+def _run(message: bytes, shared: bytes | None) -> Any:
     work, items = pickle.loads(message)
-    return work(items, shared)
-
-
-def _same(value: Any) -> Any:
-    return value
+    return work(items, None if shared is None else pickle.loads(shared))
 
 
 class Cluster:
@@ -38,6 +35,7 @@ class Cluster:
         self._client = client
         self._workers, self._counted = 1, float("-inf")
         self._alone_since: float | None = None
+        self._done: queue.SimpleQueue[None] = queue.SimpleQueue()
 
     def __enter__(self) -> Cluster:
         return self
@@ -52,27 +50,29 @@ class Cluster:
         return self._workers
 
     def share(self, value: Any) -> Any:
-        """A task of its own: a worker that dies with the value leaves the way to have it again."""
-        with warnings.catch_warnings():
-            # What is large is known to be, and goes through the scheduler once.
-            warnings.filterwarnings("ignore", message="Large object of size")
-            return self._client.submit(_same, value, pure=False)
+        """Goes with every task: what workers fetch of each other is waited for when one has died."""
+        return pickle.dumps(value, pickle.HIGHEST_PROTOCOL)
 
     def submit(self, work: Callable[[Any, Any], Any], items: Any, shared: Any) -> Any:
         # In one piece: Dask would look for tasks and keys of its own in what the items are.
         message = pickle.dumps((work, items), pickle.HIGHEST_PROTOCOL)
-        return self._client.submit(_run, message, shared, pure=False, retries=1)
+        with warnings.catch_warnings():
+            # What is shared may be large, and few tasks are under way.
+            warnings.filterwarnings("ignore", message="Large object of size")
+            task = self._client.submit(_run, message, shared, pure=False, retries=1)
+        # Not the task itself: its result stays on the cluster as long as anyone holds it.
+        task.add_done_callback(lambda _: self._done.put(None))
+        return task
 
     def wait(self, tasks: Collection[Any]) -> Collection[Any]:
         while True:
+            done = [task for task in tasks if task.done()]
+            if done:
+                return done
             try:
-                waited = self._distributed.wait(
-                    list(tasks), timeout=SECONDS_BETWEEN_LOOKS, return_when="FIRST_COMPLETED"
-                )
-            except self._distributed.TimeoutError:
+                self._done.get(timeout=SECONDS_BETWEEN_LOOKS)
+            except queue.Empty:
                 self._look_for_workers()
-            else:
-                return list(waited.done)
 
     def _look_for_workers(self) -> None:
         """A file that kills its worker may have killed all, where nothing starts them again."""

@@ -32,12 +32,12 @@ class WorkerDied(Exception):
 
 @dataclass(frozen=True)
 class Lost:
-    """In place of an item's value: each of so many workers died at it."""
+    """In place of an item's value: so many workers died at it, one after the other."""
 
-    tries: int
+    deaths: int
 
     def __str__(self) -> str:
-        return f"its worker died at each of {self.tries} tries"
+        return f"every worker that took it died, {self.deaths} in all"
 
 
 class Engine(Protocol):
