@@ -46,11 +46,11 @@ def main(count: int, inspector: pathlib.Path, folder: pathlib.Path, page: pathli
     say(f"Files a second, medians of {throughput.REPETITIONS}")
     rows = throughput.measure(paths, folder, inspector, say)
     size = paths[0].stat().st_size
+    today = datetime.datetime.now(datetime.timezone.utc).date()
     renew(
         page,
         [
-            f"{count} modules of {size} bytes, {datetime.datetime.now(datetime.timezone.utc):%Y-%m-%d},"
-            f" {processor()}.",
+            f"{count} modules of {size} bytes, {today}, {processor()}.",
             "",
             *sentences,
             "",

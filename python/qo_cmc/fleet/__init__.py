@@ -1,8 +1,8 @@
 """Many containers at once: what is wrong with them, and which modules are unlike the others.
 
-`check` tells what there is to say about each of many containers; `shading_statistics` takes mean and
-spread of their lens shading, and finds the modules outside. Both work by processes of this machine,
-or, with a client, by the workers of a Dask cluster, and give the same results by either.
+`check` tells what there is to say about each of many containers; `shading_statistics` takes mean
+and spread of their lens shading, and finds the modules outside. Both work by processes of this
+machine, or, with a client, by the workers of a Dask cluster, and give the same results by either.
 ``python3 -m qo_cmc.fleet`` does it on the command line.
 """
 

@@ -50,7 +50,7 @@ class Cluster:
         return self._workers
 
     def share(self, value: Any) -> Any:
-        """Goes with every task: what workers fetch of each other is waited for when one has died."""
+        """Goes with every task: what workers fetch of each other is waited for after a death."""
         return pickle.dumps(value, pickle.HIGHEST_PROTOCOL)
 
     def submit(self, work: Callable[[Any, Any], Any], items: Any, shared: Any) -> Any:

@@ -147,7 +147,7 @@ def _batches_of(items: Iterable[Item], size: int) -> Iterator[_Batch[Item]]:
 def _one_by_one(
     engine: Engine, work: Work[Item, Value], items: list[Item], shared: Any
 ) -> Iterator[Answer[Item, Value]]:
-    """Halves what its worker dies of; what stands alone is tried several times."""
+    """Halves what its worker dies of, until what is at fault stands alone."""
     pieces = [items]
     while pieces:
         piece = pieces.pop()
@@ -166,7 +166,7 @@ def _one_by_one(
 def _tried_again(
     engine: Engine, work: Work[Item, Value], piece: list[Item], shared: Any, deaths: int
 ) -> Union[Value, Lost]:
-    """What stands alone, and killed so many workers: once one was enough it may be mere chance."""
+    """What stands alone, and has killed so many workers: a single death may be mere chance."""
     while deaths < TRIES:
         try:
             answer: Value = _alone(engine, work, piece, shared)

@@ -42,7 +42,8 @@ def false_alarm_rate(modules: int, limit: float) -> float:
         return 0.0
     freedom = modules - 2
     square = limit * limit
-    return _incomplete_beta(freedom / 2, 0.5, freedom / (freedom + square), square / (freedom + square))
+    total = freedom + square
+    return _incomplete_beta(freedom / 2, 0.5, freedom / total, square / total)
 
 
 def _incomplete_beta(a: float, b: float, x: float, y: float) -> float:

@@ -220,7 +220,7 @@ class Processes:
                 self._queue.popleft()
                 continue
             self._bury(worker)
-            # One that died while it was idle is no task's fault; one that never lived may always be.
+            # One that died while it was idle is no task's fault; a new one may never live.
             if is_new:
                 self._queue.popleft().finish(None, WorkerDied())
 

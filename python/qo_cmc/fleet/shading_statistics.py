@@ -33,8 +33,8 @@ class LightStatistics:
     fraction_bits : int
         Of the table samples; gains are samples by 2 to this power.
     mean, spread : dict of str to numpy.ndarray
-        By channel, height x width, as gains. The spread is the standard deviation with the number of
-        modules less one as divisor; of a single module it is NaN.
+        By channel, height x width, as gains. The spread is the standard deviation with the number
+        of modules less one as divisor; of a single module it is NaN.
     """
 
     light_id: int
