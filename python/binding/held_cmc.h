@@ -31,7 +31,8 @@ class held_cmc {
   /// Releases the parsed CMC. Raises BufferError while arrays look into it.
   void close();
 
-  /// Counts one array that looks into a parsed CMC, and keeps it.
+  /// Counts one array that looks into a parsed CMC, and keeps it. One that is being made counts
+  /// too: any allocation of Python's may collect garbage, whose finalizers may close what is read.
   class view {
    public:
     explicit view(std::shared_ptr<held_cmc> of) : of_(std::move(of)) { ++of_->views_; }

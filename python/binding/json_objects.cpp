@@ -51,7 +51,12 @@ constexpr int deepest = 32;
   if (PyUnicode_Check(at)) return text_of(object);
   if (PyDict_Check(at)) {
     json made = json::object();
-    for (const auto& [key, value] : py::reinterpret_borrow<py::dict>(object)) {
+    // Of their own: a tolist() may change what it stands in.
+    const auto items = py::reinterpret_steal<py::list>(PyDict_Items(at));
+    if (!items) throw py::error_already_set();
+    for (const py::handle item : items) {
+      const py::handle key = PyTuple_GET_ITEM(item.ptr(), 0),
+                       value = PyTuple_GET_ITEM(item.ptr(), 1);
       if (!PyUnicode_Check(key.ptr())) throw py::type_error("a key of the slots is no text");
       made[text_of(key)] = json_of(value, depth + 1);
     }
@@ -59,8 +64,9 @@ constexpr int deepest = 32;
   }
   if (PyList_Check(at) || PyTuple_Check(at)) {
     json made = json::array();
-    for (const py::handle& element : py::reinterpret_borrow<py::sequence>(object))
-      made.push_back(json_of(element, depth + 1));
+    const auto elements = py::reinterpret_steal<py::tuple>(PySequence_Tuple(at));
+    if (!elements) throw py::error_already_set();
+    for (const py::handle element : elements) made.push_back(json_of(element, depth + 1));
     return made;
   }
   if (py::hasattr(object, "tolist")) return json_of(object.attr("tolist")(), depth + 1);

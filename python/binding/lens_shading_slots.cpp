@@ -141,8 +141,8 @@ void add_light_class(py::module_& module, const char* name, const char* doc) {
           channel_sites_doc)
       .method(
           "physical",
-          [](const py::object& self) {
-            return py::module_::import("qo_cmc._gains").attr("PhysicalGains")(self);
+          [](const object& self) {
+            return py::module_::import("qo_cmc._gains").attr("PhysicalGains")(py::cast(self));
           },
           physical_doc);
   if constexpr (std::is_same_v<Light, lens_shading_light_ext>) light.field("aux", &Light::aux);

@@ -5,8 +5,10 @@ namespace qo_python {
 py::object view_of(const held& of, const array_place& place) {
   if (place.data == nullptr) return py::none();
   // A capsule, whose memory NumPy never lets anyone make writable again.
-  const py::capsule keeper(new held_cmc::view(of),
+  auto counted = std::make_unique<held_cmc::view>(of);
+  const py::capsule keeper(counted.get(),
                            [](void* view) { delete static_cast<held_cmc::view*>(view); });
+  static_cast<void>(counted.release());  // the capsule's
   py::array view(place.type, place.shape, place.data, keeper);
   py::detail::array_proxy(view.ptr())->flags &= ~py::detail::npy_api::NPY_ARRAY_WRITEABLE_;
   return view;

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "python/binding/held_cmc.h"
+#include "python/binding/made_classes.h"
 
 namespace qo_python {
 
@@ -99,6 +100,7 @@ class part_class {
   using object = part<T, In>;
 
   part_class(py::module_& module, const char* name, const char* doc) : class_(module, name, doc) {
+    refuse_new(class_);
     class_.def("__repr__", [](const py::object& self) { return text_of_part(self); });
   }
 
@@ -131,13 +133,22 @@ class part_class {
   /// @param make  what Python gets, of the part
   template <typename Make>
   part_class& made(const char* name, Make make) {
-    class_.def_property_readonly(name, make);
+    class_.def_property_readonly(name, [make](const object& self) {
+      const held_cmc::view meanwhile(self.of());
+      return make(self);
+    });
     add_field(class_, name);
     return *this;
   }
   template <typename Method>
   part_class& method(const char* name, Method method, const char* doc) {
-    class_.def(name, method, doc);
+    class_.def(
+        name,
+        [method](const object& self) {
+          const held_cmc::view meanwhile(self.of());
+          return method(self);
+        },
+        doc);
     return *this;
   }
 

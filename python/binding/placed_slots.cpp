@@ -23,6 +23,7 @@ template <typename T>
 class copied_class {
  public:
   copied_class(py::module_& module, const char* name, const char* doc) : class_(module, name, doc) {
+    refuse_new(class_);
     class_.def("__repr__", [](const py::object& self) { return text_of_part(self); });
   }
 
@@ -32,7 +33,10 @@ class copied_class {
   }
   template <typename Make>
   copied_class& made(const char* name, Make make) {
-    class_.def_property_readonly(name, make);
+    class_.def_property_readonly(name, [make](const copied<T>& self) {
+      const held_cmc::view meanwhile(self.of);
+      return make(self);
+    });
     add_field(class_, name);
     return *this;
   }

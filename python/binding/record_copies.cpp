@@ -76,6 +76,7 @@ Examples
 >>> record.id, record.u16(8)
 (14, 100)
 )");
+  refuse_new(record);
   const auto header = [&record](const char* name, auto member) {
     record.def_property_readonly(
         name, [member](const kept_record& self) { return self.header().*member; });
@@ -85,6 +86,7 @@ Examples
   header("reserved", &record_header::reserved);
   header("id", &record_header::id);
   record.def_property_readonly("bytes", [](const kept_record& self) {
+    const held_cmc::view meanwhile(self.of);
     (void)self.header();
     return view_of(self.of, array_of<uint8_t>(self.at, self.size));
   });

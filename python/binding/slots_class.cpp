@@ -33,8 +33,10 @@ Each is an attribute under its name in the C structure, None where it is empty.
   /// @param make  what Python gets, of (held, parsed CMC)
   template <typename Make>
   slots_class& slot(const char* name, Make make) {
-    class_.def_property_readonly(
-        name, [make](const held& self) -> py::object { return make(self, self->cmc()); });
+    class_.def_property_readonly(name, [make](const held& self) -> py::object {
+      const held_cmc::view meanwhile(self);
+      return make(self, self->cmc());
+    });
     add_field(class_, name);
     return *this;
   }
@@ -129,14 +131,15 @@ void add_slots_class(py::module_& module) {
   add_slots(slots);
   (*slots)
       .def(py::init<py::bytes, py::object>(), py::arg("container"), py::arg("nvm"))
-      .def_property_readonly("_container", &held_cmc::container)
-      .def_property_readonly("_nvm", &held_cmc::nvm)
-      .def_property_readonly("_views", &held_cmc::views)
-      .def_property_readonly("closed", &held_cmc::is_closed)
+      // All take the holder, which an object that __new__() made alone has not: it is refused.
+      .def_property_readonly("_container", [](const held& self) { return self->container(); })
+      .def_property_readonly("_nvm", [](const held& self) { return self->nvm(); })
+      .def_property_readonly("_views", [](const held& self) { return self->views(); })
+      .def_property_readonly("closed", [](const held& self) { return self->is_closed(); })
       .def_property_readonly("merged", [](const held& self) { return self->seen().from.merged; })
       .def("_findings", [](const held& self) { return findings_tuple(self->seen().found); })
       .def("_records", [](const held& self) { return records_tuple(self->seen().records); })
-      .def("_close", &held_cmc::close)
+      .def("_close", [](const held& self) { self->close(); })
       .def("_to_dict", [](const held& self) {
         return object_of(document::slots_of(self->cmc(), self->seen().from));
       });
