@@ -228,11 +228,17 @@ py::object array_over(float* data, std::initializer_list<py::ssize_t> shape, py:
 void* data_of(const py::object& array) { return PyArray_DATA(as_array(array)); }
 
 py::object dense_copy_if_needed(const py::object& array) {
-  return taken(reinterpret_cast<PyObject*>(PyArray_GETCONTIGUOUS(as_array(array))));
+  return taken(
+      PyArray_FromArray(as_array(array), nullptr, NPY_ARRAY_CARRAY_RO | NPY_ARRAY_ENSUREARRAY));
 }
 
 py::object dense_copy(const py::object& array) {
-  return taken(PyArray_NewCopy(as_array(array), NPY_CORDER));
+  return taken(PyArray_FromArray(as_array(array), nullptr,
+                                 NPY_ARRAY_CARRAY | NPY_ARRAY_ENSURECOPY | NPY_ARRAY_ENSUREARRAY));
+}
+
+py::object plain_array(py::handle array) {
+  return taken(PyArray_FromArray(as_array(array), nullptr, NPY_ARRAY_ENSUREARRAY));
 }
 
 }  // namespace qo_python

@@ -124,10 +124,14 @@ enum class fill { none, zero };
 [[nodiscard]] py::object array_over(float* data, std::initializer_list<py::ssize_t> shape,
                                     py::object owner);
 [[nodiscard]] void* data_of(const py::object& array);
-/// A dense array with the values of one of any layout, the same array where it is so already.
+// What these give is a plain array, whatever class derived from it was given: such a class could
+// run Python code for every copy, and answer NumPy's functions itself.
+/// A dense array with the values of one of any layout, over the same memory where it is so already.
 [[nodiscard]] py::object dense_copy_if_needed(const py::object& array);
 /// A dense array of its own with the same values.
 [[nodiscard]] py::object dense_copy(const py::object& array);
+/// The same memory.
+[[nodiscard]] py::object plain_array(py::handle array);
 
 /// What a function writes: the caller's `out`, or an array of its own.
 template <typename Element>

@@ -5,6 +5,7 @@
 
 #include <vector>
 
+#include "python/binding/made_classes.h"
 #include "python/binding/toolkit_arguments.h"
 #include "python/binding/toolkit_families.h"
 #include "python/binding/toolkit_gain_tables.h"
@@ -77,13 +78,14 @@ struct shading {
 };
 
 void read_tables(const std::string& owner, py::handle tables, light& into) {
-  if (PyMapping_Check(tables.ptr()) == 0) {
+  if (PyMapping_Check(tables.ptr()) == 0 || !py::hasattr(tables, "items")) {
     wrong_type(named(owner), std::string("is ") + Py_TYPE(tables.ptr())->tp_name +
                                  ", expected a mapping of (row, column) to arrays");
   }
-  const py::tuple items = py::reinterpret_steal<py::tuple>(
-      PySequence_Tuple(py::reinterpret_steal<py::object>(PyMapping_Items(tables.ptr())).ptr()));
-  if (items.ptr() == nullptr) throw py::error_already_set();
+  const auto given = py::reinterpret_steal<py::object>(PyMapping_Items(tables.ptr()));
+  if (!given) throw py::error_already_set();
+  const auto items = py::reinterpret_steal<py::tuple>(PySequence_Tuple(given.ptr()));
+  if (!items) throw py::error_already_set();
   for (const py::handle item : items) {
     const py::tuple pair = sequence_of(named(owner), item, "a pair of site and table");
     if (pair.size() != 2) wrong_value(named(owner), "has items that are no pairs");
@@ -252,9 +254,9 @@ py::tuple python_correction(const py::object& target, const py::object& source,
   const int64_t order = integer_of(named("plane_order"), plane_order, 0, UINT32_MAX);
   shading to = read_shading("target", target, "lights");
   shading from = read_shading("source", source, "lights_ext");
+  gains_argument tables(gains, to.size, layout >= first_large_cell);
   make_dense("target.lights", to, true);
   make_dense("source.lights_ext", from, false);
-  gains_argument tables(gains, to.size, layout >= first_large_cell);
 
   // One more than there are, so that a set without lights is not one without an array.
   std::vector<lens_shading_light> lights;
@@ -279,8 +281,8 @@ py::tuple python_correction(const py::object& target, const py::object& source,
 }
 
 void define_corrected_light(py::module_& module) {
-  py::class_<corrected_light>(module, "CorrectedLight",
-                              R"(A light source with tables that were rewritten for one module.
+  py::class_<corrected_light> type(module, "CorrectedLight",
+                                   R"(A light source with tables that were rewritten for one module.
 
 Attributes
 ----------
@@ -301,8 +303,9 @@ Examples
 ...     cmc.lens_shading, cmc.lens_shading_ext, [ones] * 255, 0, 0)[0]
 >>> sorted(light.tables)
 [(0, 0), (0, 1), (1, 0), (1, 1)]
-)")
-      .def_readonly("light_id", &corrected_light::light_id)
+)");
+  refuse_new(type);
+  type.def_readonly("light_id", &corrected_light::light_id)
       .def_readonly("gains", &corrected_light::gains)
       .def_readonly("coords", &corrected_light::coords)
       .def_readonly("fraction_bits", &corrected_light::fraction_bits)

@@ -2,6 +2,7 @@
 
 #include "python/binding/toolkit_gain_tables.h"
 
+#include "python/binding/made_classes.h"
 #include "python/binding/toolkit_families.h"
 #include "qo_nvm.h"
 
@@ -95,7 +96,8 @@ void define_builder(py::module_& module, const char* name, builder* function, co
 }
 
 void define_type(py::module_& module) {
-  py::class_<gain_tables>(module, "ComputedUpscaleLscTables", R"(Gain tables of one camera module.
+  py::class_<gain_tables> tables(module, "ComputedUpscaleLscTables",
+                                 R"(Gain tables of one camera module.
 
 A sequence of arrays (4, rows, columns) of float32, one for each calibration set, with a plane for
 each channel. They are writable views of the tables, which live as long as they do. Also a context
@@ -113,7 +115,8 @@ Examples
 >>> with qo_cmc.compute_upscaled_lsc_tables_bicubic((25, 33), qo_cmc.sample_nvm()) as tables:
 ...     [table.shape for table in tables]
 [(4, 25, 33), (4, 25, 33), (4, 25, 33)]
-)")
+)");
+  tables
       .def_property_readonly("table_count", &gain_tables::count,
                              "Tables, one for each calibration set.")
       .def_property_readonly("gain_tables", &gain_tables::views,
@@ -131,7 +134,12 @@ Examples
       .def("__iter__", [](const gain_tables& self) { return py::iter(self.views()); })
       .def("__repr__", &text_of)
       .def("__enter__", [](const py::object& self) { return self; })
-      .def("__exit__", [](gain_tables& self, const py::args&) { self.release(); });
+      .def("__exit__",
+           [](gain_tables& self, const py::object& kind, const py::object&, const py::object&) {
+             // Arrays that an error's frames hold must not hide the error.
+             if (kind.is_none() || !self.in_use()) self.release();
+           });
+  refuse_new(tables);
 }
 
 }  // namespace
@@ -157,7 +165,7 @@ py::tuple gain_tables::views() const {
 
 void gain_tables::release() {
   if (released()) return;
-  if (tables_.use_count() > 1) {
+  if (in_use()) {
     PyErr_SetString(PyExc_BufferError,
                     "ComputedUpscaleLscTables: arrays of these tables are still in use");
     throw py::error_already_set();

@@ -21,6 +21,8 @@ class gain_tables {
   [[nodiscard]] py::object view(py::ssize_t index) const;
   [[nodiscard]] py::tuple views() const;
   [[nodiscard]] bool released() const { return tables_ == nullptr; }
+  /// Whether there are views, or a call that reads the tables.
+  [[nodiscard]] bool in_use() const { return tables_.use_count() > 1; }
   /// Does nothing the second time; throws BufferError while there are views.
   void release();
 

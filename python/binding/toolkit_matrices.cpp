@@ -57,7 +57,8 @@ struct matrix {
 void refuse_shared(argument out_name, const py::object& out, const matrix& written,
                    const char* source_name, py::handle source, const matrix& read) {
   if (!overlap(written.range, read.range)) return;
-  const py::object shared = py::module_::import("numpy").attr("shares_memory")(out, source);
+  const py::object shared =
+      py::module_::import("numpy").attr("shares_memory")(plain_array(out), plain_array(source));
   if (shared.cast<bool>()) refuse_overlap(out_name, written.range, source_name, read.range);
 }
 
