@@ -4,7 +4,7 @@
 
 #include "python/binding/held_cmc.h"
 #include "python/binding/json_objects.h"
-#include "python/binding/shading_panels.h"
+#include "python/binding/memory_errors.h"
 #include "python/binding/slot_classes.h"
 #include "tools/document/slots.h"
 #include "tools/sample/sample_module.h"
@@ -35,6 +35,7 @@ PYBIND11_MODULE(_parsing, module) {
   module.doc() = "Parsed CMCs. The package's names are those of qo_cmc.";
   module.attr("__version__") = QO_CMC_VERSION;
 
+  keep_memory_errors();
   py::options without_signatures;  // the stubs have them
   without_signatures.disable_function_signatures();
   add_record_classes(module);

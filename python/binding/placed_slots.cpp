@@ -23,7 +23,7 @@ template <typename T>
 class copied_class {
  public:
   copied_class(py::module_& module, const char* name, const char* doc) : class_(module, name, doc) {
-    refuse_new(class_);
+    made_here_only(class_);
     class_.def("__repr__", [](const py::object& self) { return text_of_part(self); });
   }
 

@@ -76,7 +76,7 @@ Examples
 >>> record.id, record.u16(8)
 (14, 100)
 )");
-  refuse_new(record);
+  made_here_only(record);
   const auto header = [&record](const char* name, auto member) {
     record.def_property_readonly(
         name, [member](const kept_record& self) { return self.header().*member; });

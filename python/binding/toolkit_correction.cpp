@@ -53,6 +53,7 @@ constexpr int64_t first_large_cell = 256;
     const py::object number = numbers[i];
     const double wide = PyFloat_AsDouble(number.ptr());
     if (wide == -1.0 && PyErr_Occurred() != nullptr) {
+      if (PyErr_ExceptionMatches(PyExc_MemoryError) != 0) throw py::error_already_set();
       PyErr_Clear();
       wrong_type(named(full),
                  std::string("holds ") + Py_TYPE(number.ptr())->tp_name + ", expected numbers");
@@ -78,12 +79,17 @@ struct shading {
 };
 
 void read_tables(const std::string& owner, py::handle tables, light& into) {
-  if (PyMapping_Check(tables.ptr()) == 0 || !py::hasattr(tables, "items")) {
+  const auto given = py::reinterpret_steal<py::object>(
+      PyMapping_Check(tables.ptr()) != 0 ? PyMapping_Items(tables.ptr()) : nullptr);
+  if (!given) {
+    // Sequences have no items().
+    if (PyErr_Occurred() != nullptr && PyErr_ExceptionMatches(PyExc_AttributeError) == 0) {
+      throw py::error_already_set();
+    }
+    PyErr_Clear();
     wrong_type(named(owner), std::string("is ") + Py_TYPE(tables.ptr())->tp_name +
                                  ", expected a mapping of (row, column) to arrays");
   }
-  const auto given = py::reinterpret_steal<py::object>(PyMapping_Items(tables.ptr()));
-  if (!given) throw py::error_already_set();
   const auto items = py::reinterpret_steal<py::tuple>(PySequence_Tuple(given.ptr()));
   if (!items) throw py::error_already_set();
   for (const py::handle item : items) {
@@ -304,7 +310,7 @@ Examples
 >>> sorted(light.tables)
 [(0, 0), (0, 1), (1, 0), (1, 1)]
 )");
-  refuse_new(type);
+  made_here_only(type);
   type.def_readonly("light_id", &corrected_light::light_id)
       .def_readonly("gains", &corrected_light::gains)
       .def_readonly("coords", &corrected_light::coords)

@@ -139,7 +139,7 @@ Examples
              // Arrays that an error's frames hold must not hide the error.
              if (kind.is_none() || !self.in_use()) self.release();
            });
-  refuse_new(tables);
+  made_here_only(tables);
 }
 
 }  // namespace

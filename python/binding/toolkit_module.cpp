@@ -4,6 +4,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include "python/binding/memory_errors.h"
 #include "python/binding/toolkit_arguments.h"
 #include "python/binding/toolkit_families.h"
 #include "python/binding/toolkit_status.h"
@@ -17,6 +18,7 @@ PYBIND11_MODULE(_toolkit, module) {
 
   module.doc() = "The numeric toolkit on NumPy arrays; its names stand in qo_cmc.";
   qo_python::import_numpy();
+  qo_python::keep_memory_errors();
   qo_python::define_status_error(module);
   qo_python::define_matrices(module);
   qo_python::define_surface_fit(module);

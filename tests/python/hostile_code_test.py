@@ -1,6 +1,7 @@
 """What the package holds while it runs code of others: finalizers, subclasses, odd sequences."""
 
 import gc
+import os
 from types import SimpleNamespace
 
 import numpy as np
@@ -9,6 +10,7 @@ import pytest
 import qo_cmc
 from qo_cmc import _parsing, _toolkit
 
+SANITIZED = bool(os.environ["QO_SANITIZE"])
 CONTAINER = qo_cmc.sample_container()
 NVM = qo_cmc.sample_nvm()
 
@@ -242,3 +244,44 @@ def test_a_context_of_gain_tables_never_hides_an_error():
             view = tables[0]
             _ = 1 / 0
     assert view.shape == (4, 25, 33)
+
+
+CALLS_WITHOUT_MEMORY = {
+    "to_dict": lambda cmc: cmc.to_dict(),
+    "records": lambda cmc: cmc._records(),
+    "findings": lambda cmc: cmc._findings(),
+    "tables": lambda cmc: cmc.lens_shading.lights[0].tables,
+    "channels": lambda cmc: cmc.lens_shading.lights[0].channels(),
+    "blocks": lambda cmc: cmc.lsc_grid.blocks,
+    "long_entries": lambda cmc: cmc.record_34.blocks[0].long_entries,
+    "repr": lambda cmc: repr(cmc.general),
+    "gain tables": lambda cmc: qo_cmc.compute_upscaled_lsc_tables_bicubic((25, 33), NVM).gain_tables,
+    "correction": lambda cmc: qo_cmc.ratio_based_sample_to_sample_correction(
+        cmc.lens_shading, cmc.lens_shading_ext, [GAINS] * 255, 0, 0),
+    "transpose_m": lambda cmc: qo_cmc.transpose_m(GAINS[0]),
+}
+GAINS = np.ones((4, 49, 65), np.float32)
+
+
+@pytest.mark.skipif(SANITIZED, reason="in debug builds pybind11 asserts that Python has memory")
+@pytest.mark.parametrize("name", CALLS_WITHOUT_MEMORY)
+def test_each_allocation_of_pythons_that_fails_is_a_memory_error(name):
+    testing = pytest.importorskip("_testcapi")
+    call = CALLS_WITHOUT_MEMORY[name]
+    cmc = qo_cmc.parse(CONTAINER, NVM)
+    call(cmc)  # what is imported once is
+    failed = 0
+    gc.disable()
+    try:
+        for allocation in [*range(250), *range(250, 4000, 67)]:
+            testing.set_nomemory(allocation, allocation + 1)
+            try:
+                call(cmc)
+            except MemoryError:
+                failed += 1
+            finally:
+                testing.remove_mem_hooks()
+    finally:
+        gc.enable()
+    assert failed > 0
+    cmc.close()  # nothing still counts as an array
