@@ -5,6 +5,7 @@
 #include "python/binding/held_cmc.h"
 #include "python/binding/json_objects.h"
 #include "python/binding/memory_errors.h"
+#include "python/binding/shading_panels.h"
 #include "python/binding/slot_classes.h"
 #include "tools/document/slots.h"
 #include "tools/sample/sample_module.h"

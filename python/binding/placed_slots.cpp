@@ -77,6 +77,12 @@ struct record_34_slot {
   return blocks;
 }
 
+[[nodiscard]] uint64_t padding_24_of(const copied<record_34_slot>& self) {
+  const record_header* const record = self.get().record;
+  constexpr size_t at = offsetof(record_34_table, padding_24);
+  return record->size >= sizeof(record_34_table) ? qo_cmc_read_u64(record, at) : 0;
+}
+
 void add_record_34(py::module_& module) {
   using block = copied<record_34_block>;
   copied_class<record_34_block>(module, "Record34Block", R"(A block of record 34.
@@ -117,13 +123,15 @@ tail : numpy.ndarray or None
 Attributes
 ----------
 header : Record
-block_count, padding_12 : int
+block_count, padding_12, padding_24 : int
+    `padding_24` is 0 where the record is too short for it.
 blocks : tuple of Record34Block or None
 )")
       .made("header", [](const slot& self) { return header_of(self.of, self.get().record); })
       .made("block_count", [](const slot& self) { return self.get().table.block_count; })
       .made("padding_12", [](const slot& self) { return self.get().table.padding_12; })
-      .made("blocks", &blocks_of);
+      .made("blocks", &blocks_of)
+      .made("padding_24", &padding_24_of);
 }
 
 }  // namespace

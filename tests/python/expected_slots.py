@@ -504,7 +504,12 @@ def record_34(record):
                 "tail": array(record, "<u2", places[2], 4) if places[2] else None,
             }
         )
-    return {"block_count": len(blocks), "padding_12": u32(record, 12), "blocks": blocks}
+    return {
+        "block_count": len(blocks),
+        "padding_12": u32(record, 12),
+        "blocks": blocks,
+        "padding_24": int.from_bytes(record[24:32], "little"),
+    }
 
 
 def record_35(record):
