@@ -1,6 +1,7 @@
 #include "python/binding/held_cmc.h"
 
 #include <algorithm>
+#include <new>
 #include <optional>
 #include <span>
 
@@ -25,10 +26,10 @@ namespace {
   return findings::inspect(content, image);
 }
 
-[[nodiscard]] const findings::finding* refused_nvm(const findings::inspection& seen) {
+[[nodiscard]] const findings::finding* find(const findings::inspection& seen, const char* code) {
   const auto found =
       std::find_if(seen.found.begin(), seen.found.end(),
-                   [](const findings::finding& each) { return each.code == "nvm-refused"; });
+                   [code](const findings::finding& each) { return each.code == code; });
   return found != seen.found.end() ? &*found : nullptr;
 }
 
@@ -37,11 +38,13 @@ namespace {
 held_cmc::held_cmc(py::bytes container, py::object nvm)
     : container_(std::move(container)), nvm_(std::move(nvm)), seen_(inspect(container_, nvm_)) {
   if (!seen_.valid) {
+    // Nothing is wrong with such a container.
+    if (find(seen_, "container-out-of-memory") != nullptr) throw std::bad_alloc();
     const py::object error = py::module_::import("qo_cmc._findings").attr("InvalidContainer");
     PyErr_SetObject(error.ptr(), error(findings_tuple(seen_.found)).ptr());
     throw py::error_already_set();
   }
-  if (const findings::finding* const refused = refused_nvm(seen_); refused != nullptr)
+  if (const findings::finding* const refused = find(seen_, "nvm-refused"); refused != nullptr)
     throw py::value_error(refused->message);
 }
 
