@@ -98,11 +98,12 @@ __all__ = [
 
 
 if TYPE_CHECKING:
+    from qo_cmc import fleet as fleet
     from qo_cmc import plot as plot
 else:
 
     def __getattr__(name):
-        # Matplotlib is imported when a picture is drawn, not before.
-        if name == "plot":
-            return importlib.import_module("qo_cmc.plot")
+        # Matplotlib is imported when a picture is drawn, not before; processes are seldom wanted.
+        if name in ("fleet", "plot"):
+            return importlib.import_module(f"{__name__}.{name}")
         raise AttributeError(f"module {__name__!r} has no attribute {name!r}")

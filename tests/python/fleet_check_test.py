@@ -6,7 +6,9 @@ import importlib
 import io
 import json
 import os
+import pathlib
 import subprocess
+import sys
 
 import pytest
 from fleet_modules import container_of, many_processes, random_tables
@@ -144,6 +146,18 @@ def test_an_nvm_image_that_cannot_be_read_is_named(merging):
     assert each.valid is None
 
 
+@pytest.mark.parametrize("path", ["module.vexb", b"module.vexb", pathlib.Path("module.vexb")])
+def test_a_single_path_is_not_taken_for_many(path):
+    for function in fleet.check, fleet.iter_check, fleet.shading_statistics:
+        with pytest.raises(TypeError, match="^paths is .*, expected an iterable of paths$"):
+            function(path, workers=0)
+
+
+def test_the_package_has_it_as_an_attribute_and_imports_it_when_it_is_used():
+    program = "import sys, qo_cmc; assert 'qo_cmc.fleet' not in sys.modules; qo_cmc.fleet.check"
+    subprocess.run([sys.executable, "-c", program], check=True)
+
+
 def test_arguments_that_cannot_be_right_are_refused():
     with pytest.raises(ValueError, match="workers is -1, expected 0, for this process, or more"):
         fleet.check([], workers=-1)
@@ -205,6 +219,16 @@ def test_the_table_parses_back(mixed, tmp_path):
             expected.append((each.path, valid, each.error or "", code, offset, record))
     keys = ["file", "valid", "error", "code", "offset", "record_id"]
     assert expected == [tuple(row[key] for key in keys) for row in rows]
+
+
+def test_a_table_holds_any_name_of_a_file(tmp_path):
+    names = ["line\nfeed", "carriage\rreturn", "\r", 'a, "b"', "=1+1", "\udcfe"]
+    table = tmp_path / "table"
+    fleet.check([f"/nowhere/{name}" for name in names], workers=0).to_csv(table)
+    with open(table, encoding="utf-8", errors="surrogateescape", newline="") as file:
+        read = [row["file"] for row in csv.DictReader(file)]
+    assert [f"/nowhere/{name}" for name in names] == read
+    assert table.read_bytes().splitlines(keepends=True)[0].endswith(b",field\n")
 
 
 def test_a_report_is_a_list_that_counts(mixed):

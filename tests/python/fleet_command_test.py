@@ -121,6 +121,7 @@ def test_output_and_the_table_of_places_are_files(capfdbinary, tmp_path, planted
         (["check", "a", "--nvm", "b", "--nvm-suffix", "c"], "not allowed with argument"),
         (["check", "a", "--limit", "3"], "unrecognized arguments"),
         (["shading", "a", "--limit", "nan"], "expected a number above 0, not 'nan'"),
+        (["shading", "a", "--limit", "inf"], "expected a number above 0, not 'inf'"),
         (["shading", "a", "--limit", "much"], "expected a number above 0, not 'much'"),
     ],
 )
@@ -143,6 +144,40 @@ def test_wrong_usage_ends_with_2_and_says_why(capsys, arguments, sentence):
 def test_what_cannot_be_read_or_written_ends_with_2(capsys, arguments):
     assert 2 == command.main(arguments)
     assert "qo_cmc.fleet: [Errno" in capsys.readouterr().err
+
+
+@pytest.mark.parametrize("option", ["--output", "--places"])
+def test_statistics_are_not_taken_where_they_cannot_be_written(monkeypatch, capsys, option):
+    monkeypatch.setattr(command, "shading_statistics", lambda *_, **__: pytest.fail("they were"))
+    assert 2 == command.main(["shading", "a", option, "/nowhere/at/all"])
+    assert "'/nowhere/at/all'" in capsys.readouterr().err
+
+
+@pytest.mark.parametrize("address", ["none://here", "tcp://127.0.0.1:port"])
+def test_an_address_that_is_none_ends_with_2(capsys, address):
+    assert 2 == command.main(["check", "a", "--scheduler", address])
+    (line,) = capsys.readouterr().err.splitlines()
+    assert line.startswith(f"qo_cmc.fleet: --scheduler '{address}': ")
+
+
+@pytest.mark.parametrize(
+    ("stream", "arguments", "sentence"),
+    [
+        ("stdout", ["check", "a", "-j", "0"], "Bad file descriptor: 'standard output'"),
+        ("stdin", ["check", "--files-from", "-"], "Bad file descriptor: 'standard input'"),
+    ],
+)
+def test_a_stream_that_is_closed_ends_with_2(monkeypatch, capsys, stream, arguments, sentence):
+    monkeypatch.setattr(sys, stream, None)
+    assert 2 == command.main(arguments)
+    assert f"qo_cmc.fleet: [Errno 9] {sentence}\n" == capsys.readouterr().err
+
+
+def test_what_there_is_to_say_never_stands_among_the_results(monkeypatch, capfdbinary):
+    monkeypatch.setattr(sys, "stderr", None)
+    code, out, _ = run(capfdbinary, "check", "/nowhere/at/all")
+    (line,) = out.splitlines()
+    assert (2, "/nowhere/at/all") == (code, json.loads(line)["file"])
 
 
 COMMAND = [sys.executable, "-m", "qo_cmc.fleet"]

@@ -367,6 +367,6 @@ def test_tables_parse_back(tmp_path):
 
 
 def test_a_limit_that_is_none_is_refused():
-    for limit in 0.0, -1.0, math.nan:
-        with pytest.raises(ValueError, match="limit is .*, expected more than 0"):
+    for limit in 0.0, -1.0, math.nan, math.inf:
+        with pytest.raises(ValueError, match="limit is .*, expected a finite number above 0"):
             fleet.shading_statistics([], limit=limit, workers=0)

@@ -4,12 +4,14 @@ from __future__ import annotations
 
 import argparse
 import contextlib
+import errno
 import importlib
 import io
+import math
 import os
 import sys
 from collections.abc import Iterable, Iterator
-from typing import Any, BinaryIO
+from typing import Any, TextIO
 
 from qo_cmc.fleet import checks, output
 from qo_cmc.fleet.checks import FileReport
@@ -86,16 +88,23 @@ def _count(text: str) -> int:
 
 def _limit(text: str) -> float:
     with contextlib.suppress(ValueError):
-        if float(text) > 0:
+        if 0 < float(text) < math.inf:
             return float(text)
     raise argparse.ArgumentTypeError(f"expected a number above 0, not {text!r}")
+
+
+def _open_stream(stream: TextIO | None, name: str) -> TextIO:
+    """Standard input or output, which Python has as None where the caller has closed it."""
+    if stream is None:
+        raise OSError(errno.EBADF, os.strerror(errno.EBADF), name)
+    return stream
 
 
 def _paths_of(chosen: argparse.Namespace) -> list[str]:
     paths = list(chosen.paths)
     if chosen.files_from is not None:
         if chosen.files_from == "-":
-            listed = sys.stdin.buffer.read()
+            listed = _open_stream(sys.stdin, "standard input").buffer.read()
         else:
             with open(chosen.files_from, "rb") as file:
                 listed = file.read()
@@ -117,7 +126,11 @@ def _client_of(chosen: argparse.Namespace) -> Iterator[Any]:
         yield None
         return
     distributed: Any = importlib.import_module("distributed")
-    with distributed.Client(chosen.scheduler) as client:
+    try:
+        client = distributed.Client(chosen.scheduler)
+    except ValueError as error:
+        raise OSError(f"--scheduler {chosen.scheduler!r}: {error}") from error
+    with client:
         yield client
 
 
@@ -128,7 +141,7 @@ def _output_of(chosen: argparse.Namespace) -> Iterator[output.Text]:
         with output.opened(chosen.output) as text:
             yield text
         return
-    binary: BinaryIO = sys.stdout.buffer
+    binary = _open_stream(sys.stdout, "standard output").buffer
     text_file = io.TextIOWrapper(binary, "utf-8", "surrogateescape", newline="")
     try:
         yield text_file
@@ -140,7 +153,8 @@ def _output_of(chosen: argparse.Namespace) -> Iterator[output.Text]:
 
 
 def _say(sentence: str) -> None:
-    print(f"qo_cmc.fleet: {sentence}", file=sys.stderr)
+    if sys.stderr is not None:  # where it is closed, print would take standard output instead
+        print(f"qo_cmc.fleet: {sentence}", file=sys.stderr)
 
 
 def _code_of(report: FileReport, allow_warnings: bool) -> int:
@@ -192,20 +206,25 @@ def _shading_code(statistics: ShadingStatistics) -> int:
 
 
 def _shading(chosen: argparse.Namespace, client: Any, paths: list[str]) -> int:
-    statistics = shading_statistics(
-        paths,
-        _nvm_of(chosen),
-        limit=chosen.limit,
-        client=client,
-        workers=chosen.jobs,
-        progress=False if chosen.no_progress else None,
-    )
-    for left in statistics.left_out:
-        _say(f"{left.path!r}: {left.reason}")
-    with _output_of(chosen) as text:
+    with contextlib.ExitStack() as files:
+        # First of all: a long run is not to end with a name that cannot be written to.
+        text = files.enter_context(_output_of(chosen))
+        places = None
+        if chosen.places is not None:
+            places = files.enter_context(output.opened(chosen.places))
+        statistics = shading_statistics(
+            paths,
+            _nvm_of(chosen),
+            limit=chosen.limit,
+            client=client,
+            workers=chosen.jobs,
+            progress=False if chosen.no_progress else None,
+        )
+        for left in statistics.left_out:
+            _say(f"{left.path!r}: {left.reason}")
         (statistics.to_csv if chosen.format == "csv" else statistics.to_ndjson)(text)
-    if chosen.places is not None:
-        statistics.places_to_csv(chosen.places)
+        if places is not None:
+            statistics.places_to_csv(places)
     return _shading_code(statistics)
 
 

@@ -37,6 +37,18 @@ def line_of(value: dict[str, Any]) -> str:
     return text.replace("\x7f", "\\u007f") + "\n"
 
 
+class _Rows:
+    """Passes rows on, each with a line feed alone at its end."""
+
+    def __init__(self, text: Text) -> None:
+        self._text = text
+
+    def write(self, row: str) -> object:
+        return self._text.write(row.removesuffix("\r\n") + "\n")
+
+
 def csv_writer(text: Text) -> Any:
     """None is an empty cell, and numbers are written so that they can be read back."""
-    return csv.writer(text, lineterminator="\n")
+    # Cells are quoted where they hold what ends a row, and readers take a carriage return, which a
+    # name of a file may hold, for such an end.
+    return csv.writer(_Rows(text), lineterminator="\r\n")

@@ -39,6 +39,8 @@ def json_of(path: str) -> str | dict[str, str]:
 
 def with_nvm(paths: Iterable[AnyPath], nvm: NvmOf) -> Iterator[Named]:
     """Each path with its NVM image. What cannot be right is said before the first one is taken."""
+    if isinstance(paths, (str, bytes, os.PathLike)):  # text would be taken for paths of a letter
+        raise TypeError(f"paths is {type(paths).__name__}, expected an iterable of paths")
     if nvm is None:
         return ((text_of(path), None) for path in paths)
     if isinstance(nvm, (str, bytes, os.PathLike)):

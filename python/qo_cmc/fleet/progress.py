@@ -23,7 +23,8 @@ class NoBar:
 
 def bar(wanted: bool | None, items: Iterable[object], what: str) -> Any:
     """A bar of tqdm on standard error, or nothing; None: where a person can see it."""
-    if wanted is False or (wanted is None and not sys.stderr.isatty()):
+    is_seen = sys.stderr is not None and sys.stderr.isatty()  # None where it is closed
+    if wanted is False or (wanted is None and not is_seen):
         return NoBar()
     try:
         tqdm = importlib.import_module("tqdm").tqdm

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import math
 from collections.abc import Iterable, Iterator
 from dataclasses import dataclass, field
 from typing import Any, Union
@@ -274,8 +275,8 @@ def shading_statistics(
     >>> list(light.mean), light.mean["G1"].shape, float(light.spread["G1"].max())
     (['C1', 'G1', 'G2', 'C2'], (49, 65), 0.0)
     """
-    if not limit > 0:
-        raise ValueError(f"limit is {limit}, expected more than 0")
+    if not 0 < limit < math.inf:
+        raise ValueError(f"limit is {limit}, expected a finite number above 0")
     named = list(with_nvm(paths, nvm))
     with engine_for(client, workers) as engine:
         with bar(progress, named, "sums") as shown:
