@@ -248,6 +248,36 @@ def test_workers_end_with_their_caller(tmp_path, end, seconds):
         pytest.fail("a worker outlives its caller")
 
 
+IMPORTING = """
+import pathlib, sys, time
+from qo_cmc import fleet
+
+if __name__ == "__main__":
+    fleet.check(["a", "b"], workers=1)
+else:
+    pathlib.Path(sys.argv[1]).touch()
+    time.sleep(5)
+"""
+
+
+def test_an_interrupt_does_not_reach_workers_that_are_still_starting(tmp_path):
+    script, started = tmp_path / "importing.py", tmp_path / "started"
+    script.write_text(IMPORTING, encoding="utf-8")
+    with subprocess.Popen(
+        [sys.executable, script, started], stderr=subprocess.PIPE, start_new_session=True
+    ) as caller:
+        for _ in range(1000):
+            if started.exists():
+                break
+            time.sleep(0.01)
+        assert started.exists()
+        os.killpg(caller.pid, signal.SIGINT)  # as a terminal sends it
+        said = caller.stderr.read()
+    assert -signal.SIGINT == caller.returncode
+    assert [b"KeyboardInterrupt"] == [line for line in said.splitlines() if b"Interrupt" in line]
+    assert b"Process Spawn" not in said
+
+
 NO_GUARD = """
 from qo_cmc import fleet
 fleet.check(["a", "b"], workers=1)

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import itertools
 import multiprocessing
 import multiprocessing.connection
@@ -9,7 +10,8 @@ import os
 import pickle
 import signal
 from collections import deque
-from collections.abc import Callable, Collection
+from collections.abc import Callable, Collection, Iterator
+from multiprocessing import resource_tracker
 from multiprocessing.connection import Connection
 from multiprocessing.process import BaseProcess
 from typing import Any
@@ -111,6 +113,21 @@ def _serve(connection: Connection) -> None:
             return
 
 
+@contextlib.contextmanager
+def _interrupts_later() -> Iterator[None]:
+    """Keeps Ctrl-C from workers until they disregard it: what is blocked stays so in a new process.
+
+    Without this it finds them among their imports, and each dies with a traceback.
+    """
+    # Deliberate: before all else, since starting the tracker unblocks what is blocked.
+    resource_tracker.ensure_running()
+    before = signal.pthread_sigmask(signal.SIG_BLOCK, [signal.SIGINT])
+    try:
+        yield
+    finally:
+        signal.pthread_sigmask(signal.SIG_SETMASK, before)
+
+
 class _Worker:
     """A process, and the one task that it has."""
 
@@ -118,7 +135,8 @@ class _Worker:
         context = multiprocessing.get_context("spawn")
         self.connection, other_end = context.Pipe()
         self.process: BaseProcess = context.Process(target=_serve, args=(other_end,), daemon=True)
-        self.process.start()
+        with _interrupts_later():
+            self.process.start()
         other_end.close()
         self.task: _Message | None = None
         self.knows = 0  # number of the shared value that it has
