@@ -213,6 +213,24 @@ def test_modules_that_differ_in_kind_are_not_compared(tmp_path):
     assert () == found.left_out
 
 
+def test_sites_of_one_colour_with_tables_of_their_own_are_all_judged(tmp_path):
+    paths = []
+    for seed in range(5):
+        slots = qo_cmc.parse(container_of(random_tables(seed, lights=1))).to_dict()
+        shading, table = slots["lens_shading"], random_tables(seed, lights=1)[0, 0]
+        shading["channel_map"] = [[4 * row + column for column in range(4)] for row in range(4)]
+        tables = [[table.tolist() for _ in range(4)] for _ in range(4)]
+        if seed == 3:
+            tables[2][3] = (table + 9000).tolist()
+        shading["lights"][0]["tables"] = tables
+        shading["size"] = None
+        paths.append(tmp_path / str(seed))
+        paths[-1].write_bytes(qo_cmc.pack(slots))
+    found = fleet.shading_statistics(paths, workers=0, limit=30.0)
+    assert 16 == len(found.groups[0].lights[0].mean)
+    assert [(str(paths[3]), "(2, 3)")] == [(each.path, each.channel) for each in found.outside]
+
+
 def test_what_cannot_be_counted_is_listed_with_the_reason(tmp_path):
     paths = write_fleet(tmp_path, [random_tables(seed) for seed in range(3)])
     cut, without, sample = tmp_path / "cut", tmp_path / "without", tmp_path / "sample"

@@ -105,12 +105,19 @@ def _tables_in(cmc: ParsedCmc) -> Union[ModuleTables, NoTables]:
 
 
 def _tables_by_channel(light: Any) -> dict[str, Samples]:
-    """By "C1" and so on, or, where nothing names the cell, by "(row, column)"."""
+    """By "C1" and so on, or, where that names none or not all of them, by "(row, column)"."""
+    sites = sorted(light.tables)
+    by_site = {f"({row}, {column})": light.tables[row, column] for row, column in sites}
     try:
-        return dict(light.channels())
+        by_channel: dict[str, Samples] = dict(light.channels())
     except LookupError:
-        sites = sorted(light.tables)
-        return {f"({row}, {column})": light.tables[row, column] for row, column in sites}
+        return by_site
+    # A cell of 4 x 4 may have several sites of a colour, each with a table of its own.
+    return by_channel if _addresses(by_channel) == _addresses(by_site) else by_site
+
+
+def _addresses(tables: dict[str, Samples]) -> set[int]:
+    return {int(table.ctypes.data) for table in tables.values()}
 
 
 def _warnings_of(cmc: ParsedCmc) -> str:

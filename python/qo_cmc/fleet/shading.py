@@ -255,9 +255,9 @@ def shading_statistics(
 
     Modules whose tables have other sizes, fraction bits, numbers of lights or channels than others'
     form groups of their own, and so do those into which no calibration was merged. Channels are the
-    colours where record 2 names the cell, its sites otherwise. Sums are taken in whole numbers, and
-    all else place by place: results have the same bits whatever the batches, the workers and their
-    deaths were.
+    colours where record 2 names the cell and each has one table, the cell's sites otherwise. Sums
+    are taken in whole numbers, and all else place by place: results have the same bits whatever the
+    batches, the workers and their deaths were.
 
     Examples
     --------

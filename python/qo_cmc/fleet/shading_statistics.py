@@ -89,7 +89,8 @@ class OutsideModule:
     light, light_id : int
         Index of the light source, and its number.
     channel : str
-        "C1", "G1", "G2" or "C2"; "(row, column)" of the cell where no record 2 names it.
+        "C1", "G1", "G2" or "C2"; "(row, column)" of the cell where no record 2 names it, or where
+        several sites of a colour have a table each.
     row, column : int
         The place in the table.
     gain : float
