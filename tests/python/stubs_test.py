@@ -31,7 +31,9 @@ def run(folder, *command):
 
 def test_a_strict_user_of_everything_is_accepted_and_wrong_uses_are_not(tmp_path):
     source = tmp_path / "wrong.py"
-    head = ("import numpy as np\nimport numpy.typing as npt\n\nimport qo_cmc\n\n"
+    # What is imported is looked at as strictly: the package with its program.
+    head = ("import numpy as np\nimport numpy.typing as npt\n\nimport qo_cmc\n"
+            "import qo_cmc.fleet.__main__\nimport qo_cmc.plot\n\n"
             "floats: npt.NDArray[np.float32] = np.zeros((3, 3), np.float32)\n")
     source.write_text(head + "".join(f"{line}\n" for line, _ in WRONG))
     done = run(tmp_path, "mypy", "--strict", "--no-color-output", "--cache-dir",
