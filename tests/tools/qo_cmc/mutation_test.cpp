@@ -141,7 +141,7 @@ TEST_F(Mutation, OfEveryKindOfRecordLetsEveryVerbAnswer) {
     SCOPED_TRACE(each.name);
     const image good = writer::container().add(each.content).add(writer::record_722()).image();
     run_every_reader(file("good.vexb", good), nvm);
-    for (int round = 0; round < 3; ++round)
+    for (int round = 0; round < QO_ROUNDS; ++round)
       run_every_reader(file("changed.vexb", mutated(good)), nvm);
     if (HasFailure()) return;
   }
@@ -182,7 +182,7 @@ TEST_F(Mutation, OfADumpIsPackedOrRefused) {
     const outcome whole = run({"pack", file("good.json", dumped.output), "-o", packed});
     ASSERT_EQ(0, whole.code) << whole.errors;
     ASSERT_EQ(0, run({"check", "--allow-warnings", packed}).code);
-    for (int round = 0; round < 8; ++round) {
+    for (int round = 0; round < 3 * QO_ROUNDS; ++round) {
       std::string changed = dumped.output;
       // What keeps it a document more often than not.
       constexpr char replacements[] = "0123456789-.e\"[]{},:nulltrue";
