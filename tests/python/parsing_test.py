@@ -218,6 +218,19 @@ def test_views_outlive_the_container_and_the_parsed_cmc():
     assert light.tables[0, 1].tolist() == values
 
 
+def test_views_are_no_copies():
+    cmc = qo_cmc.parse(CONTAINER)
+    for first, again in [
+        (cmc.lens_shading.lights[0].tables[0, 0], cmc.lens_shading.lights[0].tables[0, 0]),
+        (cmc.record_16.payload, cmc.record_16.payload),
+        (cmc.record_22.grid[1].first_half, cmc.record_22.grid[1].first_half),
+    ]:
+        assert first is not again and first.ctypes.data == again.ctypes.data
+    # What stands in a kept copy is seen there.
+    copy_of_6 = cmc.record_6.record.bytes
+    assert cmc.record_6.payload.ctypes.data == copy_of_6.ctypes.data + 16
+
+
 def test_views_cannot_be_written():
     table = qo_cmc.parse(CONTAINER).lens_shading.lights[0].tables[0, 0]
     with pytest.raises(ValueError, match="read-only"):

@@ -173,7 +173,7 @@ TEST_F(Mutation, OfTheModulesImageLetsEveryVerbAnswer) {
                              .add(writer::record_28({.lights = 2, .width = 5, .height = 4}))
                              .add(writer::record_33({.lights = 2, .width = 5, .height = 4}))
                              .image());
-  for (int round = 0; round < 13 * rounds; ++round) {
+  for (int round = 0; round < 14 * rounds; ++round) {
     run_every_reader(container, file("changed.nvm", mutated_nvm()));
     if (HasFailure()) return;
   }
